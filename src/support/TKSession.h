@@ -1,0 +1,149 @@
+// The one record of process state, and what the logic asks of the windows.
+//
+// Functions receive the session; there are no other globals. The main thread owns it.
+#pragma once
+
+#include "src/MPTasks.h"
+#include "src/OCEngine.h"
+#include "src/ScopeSurface.h"
+#include "src/platform/BPPlatform.h"
+#include "src/support/TKPalette.h"
+#include "src/support/TKPreferences.h"
+#include "src/support/TKUIComm.h"
+#include "src/support/TKUndo.h"
+#include "src/support/TincturaUIControls.h"
+
+/// What the logic asks the windows for. Each pointer may be null: nothing then happens. No function may run an event
+/// loop or call back into the logic before it returns, except where it says so.   Thread: main.
+struct TKUserInterface {
+    void* context; ///< first argument of each function
+
+    // Splash window.
+    void (*showSplash)(void* context);
+    void (*splashStep)(void* context, uint32_t step, const char* text); ///< step 0 is the picture, its text empty
+    void (*hideSplash)(void* context);
+
+    // Main window.
+    /// Builds everything once, hidden; sliders are registered with the session. An error ends the start-up.
+    BPStatus (*buildMainWindow)(void* context, TKSession* session);
+    void (*showMainWindow)(void* context);  ///< maximised, active, painted
+    void (*raiseMainWindow)(void* context); ///< to the foreground
+    void (*hideMainWindow)(void* context);
+    void (*closeMainWindow)(void* context); ///< posts a close, which later reaches TKMainWindowClose
+    void (*quitLoop)(void* context);
+    void (*startTimer)(void* context, uint32_t periodMs); ///< calls TKTick from then on
+    void (*enableMenus)(void* context, bool enable);
+    void (*setToolTips)(void* context, bool enable);
+    void (*rememberForeground)(void* context); ///< the window that is in front now
+    void (*restoreForeground)(void* context);  ///< gives it the foreground back
+    void (*setCursor)(void* context, uint32_t resource);
+    void (*paletteChanged)(void* context);
+
+    // Pictures.
+    void (*surfacesReplaced)(void* context); ///< addresses of the session's surfaces and frames are new, or gone
+    void (*pixelAspectChanged)(void* context, float aspect); ///< finite and above 0
+    void (*refreshSource)(void* context);                    ///< the source surface has new pixels
+    void (*refreshResult)(void* context, bool force);        ///< the result surface has new pixels
+    void (*refreshDisplays)(void* context, bool force);      ///< repaint what is held; no pixels are new
+    void (*setPositionText)(void* context, const char* text);
+    void (*playingChanged)(void* context, bool playing);
+
+    // Controls.
+    void (*sliderChanged)(void* context, TKSlider* slider); ///< repaint thumb and value
+    void (*editOpened)(void* context, TKSlider* slider);    ///< show the edit with editText, all selected, focus
+    void (*editClosed)(void* context, TKSlider* slider);    ///< hide the edit, focus to the main panel
+    void (*switchesChanged)(void* context);                 ///< the tabs' checkboxes follow the live settings
+    /// The controls that are not sliders follow `settings`; the arguments are those of UpdateAllControls.
+    void (*updateOtherControls)(void* context, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
+                                const OCSettings* previous, bool force);
+};
+
+/// The transport of an image pane.
+struct TKTransport {
+    bool visible;
+    bool running;
+    char positionText[64];
+};
+
+enum : uint32_t { kTKTransportLeft = 0, kTKTransportSplit = 1, kTKTransportSingle = 2, kTKTransportLimit = 10 };
+
+/// Modes of the image pane: "Result|Source|Reference|Split Source|Split Ref|Luma Ranges".
+enum : int32_t { tkImageResult = 0, tkImageSource = 1, tkImageLumaRanges = 5 };
+
+struct TKSession {
+    const BPPlatform* platform;
+    TKUserInterface ui;
+
+    // Host.
+    BPSharedMemory commBlock; ///< address null when detached; see TKBlockOf
+    bool hostSwapped;         ///< the block is in the opposite byte order
+    bool hostPresent;         ///< a block was found at start-up
+    bool hostInProcess;       ///< an embedder in this process vouches for pointers in the block; off in the application
+    uint32_t hostProcessHigh, hostProcessID; ///< outlive the block
+    BPProcessWatch hostWatch;
+    BPSharedMemory uiBlock;
+    BPFrameChannel frameChannel;
+    char commWindowName[64];
+    uint8_t* receivedFrame; ///< from BPAllocate; the last frame of the channel, or null
+    uint32_t receivedBytes;
+    OCPixelAdjust storedPixelAdjust; ///< for played frames
+    OCImageTransfer imageTransfer;
+    double uiDeadline; ///< seconds of the wall clock
+    uint64_t randomState;
+
+    // Grade.
+    OCSettings liveSettings;
+    OCSettings defaultSettings; ///< reset once; source of the controls' defaults
+    TKUndoRing* undoRing;
+    uint32_t lastSlot;
+    OCEngine* engine;
+
+    // Picture.
+    FBFrame* sourceFrame;
+    FBFrame* resultFrame;
+    FBFrame* comparisonFrame;
+    ScopeSurface resultSurface, splitSurface, splitMask, secondarySurface;
+    ScopeSurface sourceSurface;
+    float pixelAspect; ///< finite and above 0
+    uint32_t taskCount;
+    MPTask* tasks;
+    bool renderInProgress;
+    bool updateSuspended; ///< by caps lock
+    uint32_t renderCount; ///< runs of ProcessImage, for tests and the log
+
+    // Interface.
+    TKPreferences prefs;
+    bool prefsReset; ///< shift and control were held at the start
+    TKPalette palette;
+    TKControls controls;
+    int32_t imagePaneMode; ///< -1 before the panes exist
+    int32_t settingsTab;   ///< likewise
+    uint32_t viewMode;
+    TKTransport transport[kTKTransportLimit];
+    bool fullScreenPreview;
+    bool interfaceReady;
+    uint32_t updateFlag; ///< a preset scan is running; read and written atomically
+    uint32_t abortScan;  ///< tells it to stop; likewise
+    uint32_t pendingCursor, currentCursor;
+    uint64_t tickCount; ///< since the last attach
+    BPStatus startupError;
+};
+
+/// Makes a session in its initial state: an engine, live settings reset with fresh preferences, nothing attached.
+/// `platform` must outlive it; `ui` is copied and may be null. bpMemFullErr leaves null.
+BPStatus TKCreateSession(const BPPlatform* platform, const TKUserInterface* ui, TKSession** session);
+
+/// Releases everything that the session still holds, without a word to a host. TKTearDown comes before.
+void TKDisposeSession(TKSession* session);
+
+/// The block, or null when detached.
+inline TKUIComm* TKBlockOf(const TKSession* session)
+{
+    return reinterpret_cast<TKUIComm*>(session->commBlock.address);
+}
+
+/// Calls a function of the interface when it is there.
+#define TK_UI(session, function, ...)                                                                                  \
+    do {                                                                                                               \
+        if ((session)->ui.function) (session)->ui.function((session)->ui.context __VA_OPT__(, ) __VA_ARGS__);          \
+    } while (false)

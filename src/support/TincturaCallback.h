@@ -1,0 +1,80 @@
+// The host's side of a session: attaching to the shared block, taking frames out of it, asking for more.
+//
+// Everything runs on the main thread; waits are plain sleeps in which no event is handled. Nothing that the block says
+// about sizes is used before it is checked against the mapping, in 64 bits, from one reading.
+#pragma once
+
+#include "src/support/TKSession.h"
+
+/// What a frame in interchange memory measures.
+struct TKFrameShape {
+    uint32_t width, height; ///< pixels, rows
+    uint32_t rowBytes;
+    FBPixelFormat format;
+    uint32_t planes;    ///< 1, or 3 planes of rowBytes times height each
+    uint64_t leastRow;  ///< bytes of a row without padding
+    uint64_t byteCount; ///< of all of it, the last row without padding
+};
+
+/// Reads the geometry of the block once and checks it by itself: sides, format, row bytes. bpParamErr, with one line in
+/// the log, for a frame that could not be.
+BPStatus TKReadFrameShape(const TKUIComm* block, TKFrameShape* shape);
+
+/// Value of `status`, read once with acquire order; and stored with release order.
+uint32_t TKReadStatus(const TKUIComm* block);
+void TKStoreStatus(TKUIComm* block, uint32_t status);
+
+/// Maps the host's block. Null without one, or when signature or version do not match after one more look 50 ms later.
+TKUIComm* TKOpenCommBlock(TKSession* session);
+
+/// Unmaps the block and clears it. Nobody touches it afterwards.
+void TKCloseCommBlock(TKSession* session);
+
+enum TKAttachResult : uint32_t {
+    tkAttached,
+    tkNoHost,          ///< the user has been told; the process ends
+    tkVersionMismatch, ///< status 2 has been stored; the process ends
+};
+
+/// The first attach, once at start-up.
+TKAttachResult TKAttachHost(TKSession* session);
+
+/// One look for a new block of a resident application, on each tick while detached. True when it attached.
+bool TKReattachHost(TKSession* session);
+
+/// The end of a resident application: state saved, main window asked to close. May run twice.
+void TKDetachAndQuit(TKSession* session);
+
+/// Whether the host of this session still lives. True while none is known.
+bool TKHostIsAlive(const TKSession* session);
+
+/// Starts listening for frames under a title of its own, which goes into the block. -50 when that fails.
+BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block);
+void TKCommWindowClose(TKSession* session);
+
+/// Takes what waits in the channel; a frame replaces the one that nobody took. `maximumBytes` bounds a message. True
+/// when a message was refused although it claimed to be a frame.
+bool TKCommWindowPoll(TKSession* session, uint32_t maximumBytes);
+
+/// Asks the host for the frame at frameTime and waits for it. *buffer is the frame, owned by the caller until BPFree, or
+/// null when the host has none. Returns bpNoErr always.
+BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteCount);
+
+/// Fits the display surfaces to the frame of the block. bpParamErr for a frame that could not be, or bpMemFullErr.
+BPStatus TKPrepareFrameWorlds(TKSession* session);
+
+/// Takes the frame out of the block into the source frame and computes the first result. A frame that does not fit its
+/// mapping, or whose host ends before all chunks came, gives bpParamErr; memory bpMemFullErr.
+BPStatus TKLoadFrameFromHost(TKSession* session);
+
+/// What follows a frame request: the buffer (released here; null leaves the picture as it is) becomes the source frame
+/// and the displays follow.
+void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount);
+
+/// Request and taking in one: for the transport.
+void TKRequestAndTakeFrame(TKSession* session);
+
+/// Changes the byte order of the block's fields, or of each word of some pixels. Both do nothing unless the host is of
+/// the other byte order.
+void TKSwapCommBlock(const TKSession* session, TKUIComm* block);
+void TKSwapPixels(const TKSession* session, uint8_t* pixels, uint64_t byteCount);
