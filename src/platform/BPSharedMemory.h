@@ -1,0 +1,29 @@
+// Named shared memory: the block in which a host hands over a frame and a grade.
+//
+// The object is a file of its name in the runtime folder ($XDG_RUNTIME_DIR/ochrine, 0700, owner checked; without that
+// variable a private folder below the temporary folder). Whoever maps it must expect the other side to cut it short at
+// any time: pages that vanish read as zero instead of ending the process.
+#pragma once
+
+#include "src/platform/BPStatus.h"
+
+struct BPSharedMemory {
+    uint64_t handle;    ///< 0 when closed
+    uint8_t* address;   ///< first byte, null when closed
+    uint64_t byteCount; ///< all of the object, as it was when mapped
+};
+
+struct BPSharedMemoryOps {
+    /// For hosts: makes the object, zeroed, and maps it. bpFileExistsErr when the name is taken.
+    BPStatus (*create)(const char* name, uint64_t byteCount, BPSharedMemory* memory);
+
+    /// Maps the whole of an existing object for reading and writing; never makes, sizes or removes one.
+    /// bpFileNotFoundErr when there is none (or it is not ours), bpParamErr when it is below minimumBytes.
+    BPStatus (*open)(const char* name, uint64_t minimumBytes, BPSharedMemory* memory);
+
+    /// Unmaps and clears the record; a closed record is left alone. Nobody may touch the memory afterwards.
+    void (*close)(BPSharedMemory* memory);
+
+    /// For hosts: removes the name. Mappings live on.
+    BPStatus (*remove)(const char* name);
+};
