@@ -1,0 +1,236 @@
+// The worker pool and its dispatchers.
+#include "src/MPTasks.h"
+
+#include "src/platform/BPLog.h"
+#include "src/platform/BPMemory.h"
+
+#include <sched.h>
+
+namespace {
+
+constexpr uint32_t kFewRows = 8; // below this a frame is not worth a worker
+
+void RunCommand(MPTask* task)
+{
+    switch (task->command) {
+    case mpDiagnostic:
+        BPDebugLog("MP task %d was passed %d\n", static_cast<int>(task->thread.id), static_cast<int>(task->argument));
+        break;
+    case mpProcessImage:
+        OCProcessImageBand(task->engine, &task->source, &task->destination, task->settings, task->argument,
+                           task->taskIndex);
+        break;
+    case mpRenderLumaRanges:
+        OCRenderLumaRangesBand(task->engine, &task->source, task->pixels, task->pixelRowBytes, task->pixelFormat);
+        break;
+    case mpTransferFrameToPix:
+        FBTransferFBFrameToPixSSE(&task->source, nullptr, task->pixels, task->pixelRowBytes, task->pixelFormat);
+        break;
+    case mpTransferPixToFrame:
+        FBTransferPixToFBFrameSSE(task->pixels, task->pixelRowBytes, task->pixelPlaneBytes, task->pixelFormat,
+                                  &task->destination);
+        break;
+    case mpApplyLUT:
+        FBApplyLUTBand(task->pixels, task->width, task->height, task->pixelRowBytes, task->table, task->pixelFormat);
+        break;
+    case mpTransferPixToFramePremultiplied:
+    case mpTransferAlpha:
+    case mpMedia:
+    case mpNothing:
+    case mpLeave: break;
+    }
+}
+
+void Worker(void* argument)
+{
+    auto* task = static_cast<MPTask*>(argument);
+    for (;;) {
+        BPWaitEvent(&task->startEvent);
+        const bool leave = task->command < mpDiagnostic || task->command == mpLeave || task->command > mpNothing;
+        if (!leave) RunCommand(task);
+        BPSignalEvent(&task->doneEvent);
+        if (leave) return;
+    }
+}
+
+bool OnCallingThread(uint32_t height, uint32_t taskCount)
+{
+    return height <= taskCount || height < kFewRows;
+}
+
+/// Rows of a band: first and count.
+struct Band {
+    uint32_t first, count;
+};
+
+Band BandAt(uint32_t height, uint32_t taskCount, uint32_t index)
+{
+    const uint32_t band = height / taskCount;
+    return {.first = index * band, .count = index + 1 < taskCount ? band : height - (taskCount - 1) * band};
+}
+
+/// Fills each slot, signals it, and waits for all in slot order.
+template <class Fill> void RunAll(uint32_t taskCount, MPTask* tasks, MPCommand command, Fill fill)
+{
+    for (uint32_t i = 0; i < taskCount; ++i) {
+        MPTask& task = tasks[i];
+        task.taskIndex = i;
+        fill(&task, i);
+        task.command = command;
+        BPSignalEvent(&task.startEvent);
+    }
+    for (uint32_t i = 0; i < taskCount; ++i) BPWaitEvent(&tasks[i].doneEvent);
+}
+
+} // namespace
+
+uint32_t MPGetProcessorCount()
+{
+    cpu_set_t usable;
+    if (sched_getaffinity(0, sizeof usable, &usable) != 0) return 1;
+    const int count = CPU_COUNT(&usable);
+    return count > 0 ? static_cast<uint32_t>(count) : 1;
+}
+
+uint32_t MPStartTasks(MPTask** tasks, bool useThreads)
+{
+    *tasks = nullptr;
+    if (!useThreads) return 1;
+    return MPStartTaskCount(tasks, MPGetProcessorCount());
+}
+
+uint32_t MPStartTaskCount(MPTask** tasks, uint32_t count)
+{
+    *tasks = nullptr;
+    if (count < 2) return count;
+    auto* made = static_cast<MPTask*>(BPAllocate(sizeof(MPTask) * count));
+    if (!made) return 1;
+    for (uint32_t i = 0; i < count; ++i) {
+        MPTask& task = made[i];
+        task.taskIndex = i;
+        BPStatus err = BPCreateEvent(&task.startEvent);
+        if (err == bpNoErr) err = BPCreateEvent(&task.doneEvent);
+        if (err == bpNoErr) err = BPStartThread(Worker, &task, &task.thread);
+        if (err != bpNoErr) {
+            MPDisposeTasks(count, &made);
+            return 1;
+        }
+    }
+    *tasks = made;
+    return count;
+}
+
+void MPDisposeTasks(uint32_t count, MPTask** tasks)
+{
+    if (!*tasks) return;
+    for (uint32_t i = 0; i < count; ++i) {
+        MPTask& task = (*tasks)[i];
+        if (task.thread.handle) {
+            task.command = mpLeave;
+            BPSignalEvent(&task.startEvent);
+            BPJoinThread(&task.thread);
+        }
+        if (task.startEvent.handle) BPDisposeEvent(&task.startEvent);
+        if (task.doneEvent.handle) BPDisposeEvent(&task.doneEvent);
+    }
+    BPFree(*tasks);
+    *tasks = nullptr;
+}
+
+void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks) return;
+    RunAll(taskCount, tasks, mpDiagnostic, [=](MPTask* task, uint32_t) { task->argument = argument; });
+}
+
+void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* destination, const OCSettings* settings,
+                  uint32_t flags, uint32_t taskCount, MPTask* tasks)
+{
+    BPDebugLog("ProcessImage: %d\n", static_cast<int>(taskCount));
+    if (!destination || !tasks || OnCallingThread(source->height, taskCount) ||
+        OnCallingThread(destination->height, taskCount)) {
+        OCProcessImageBand(engine, source, destination, settings, flags, 0);
+        return;
+    }
+    RunAll(taskCount, tasks, mpProcessImage, [=](MPTask* task, uint32_t i) {
+        const Band from = BandAt(source->height, taskCount, i);
+        const Band to = BandAt(destination->height, taskCount, i);
+        task->source = FBBandOf(*source, from.first, from.count);
+        task->destination = FBBandOf(*destination, to.first, to.count);
+        task->engine = engine;
+        task->settings = settings;
+        task->argument = flags;
+    });
+}
+
+void FBTransferPixToFBFrame(const void* source, uint32_t sourceRowBytes, uint32_t sourcePlaneBytes,
+                            FBPixelFormat sourceFormat, const FBFrame* frame, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || OnCallingThread(frame->height, taskCount)) {
+        FBTransferPixToFBFrameSSE(source, sourceRowBytes, sourcePlaneBytes, sourceFormat, frame);
+        return;
+    }
+    // The slot's address serves sources too; command 5 only reads through it.
+    auto* pixels = const_cast<uint8_t*>(static_cast<const uint8_t*>(source));
+    RunAll(taskCount, tasks, mpTransferPixToFrame, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(frame->height, taskCount, i);
+        task->destination = FBBandOf(*frame, band.first, band.count);
+        task->pixels = pixels + size_t{band.first} * sourceRowBytes;
+        task->pixelRowBytes = sourceRowBytes;
+        task->pixelPlaneBytes = sourcePlaneBytes;
+        task->pixelFormat = sourceFormat;
+    });
+}
+
+void FBTransferFBFrameToPix(const FBFrame* frame, const FBRect* rect, void* destination, uint32_t destinationRowBytes,
+                            FBPixelFormat destinationFormat, uint32_t taskCount, MPTask* tasks)
+{
+    if (rect || !tasks || OnCallingThread(frame->height, taskCount)) {
+        FBTransferFBFrameToPixSSE(frame, rect, destination, destinationRowBytes, destinationFormat);
+        return;
+    }
+    auto* pixels = static_cast<uint8_t*>(destination);
+    RunAll(taskCount, tasks, mpTransferFrameToPix, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(frame->height, taskCount, i);
+        task->source = FBBandOf(*frame, band.first, band.count);
+        task->pixels = pixels + size_t{band.first} * destinationRowBytes;
+        task->pixelRowBytes = destinationRowBytes;
+        task->pixelFormat = destinationFormat;
+    });
+}
+
+void FBApplyLUT(uint8_t* baseAddr, uint32_t width, uint32_t height, uint32_t rowBytes, const uint8_t table[768],
+                FBPixelFormat format, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || OnCallingThread(height, taskCount)) {
+        FBApplyLUTBand(baseAddr, width, height, rowBytes, table, format);
+        return;
+    }
+    RunAll(taskCount, tasks, mpApplyLUT, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(height, taskCount, i);
+        task->pixels = baseAddr + size_t{band.first} * rowBytes;
+        task->pixelRowBytes = rowBytes;
+        task->width = width;
+        task->height = band.count;
+        task->table = table;
+        task->pixelFormat = format;
+    });
+}
+
+void OCRenderLumaRanges(const OCEngine* engine, const FBFrame* source, void* destination, uint32_t rowBytes,
+                        FBPixelFormat format, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || OnCallingThread(source->height, taskCount)) {
+        OCRenderLumaRangesBand(engine, source, destination, rowBytes, format);
+        return;
+    }
+    auto* pixels = static_cast<uint8_t*>(destination);
+    RunAll(taskCount, tasks, mpRenderLumaRanges, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(source->height, taskCount, i);
+        task->source = FBBandOf(*source, band.first, band.count);
+        task->engine = engine;
+        task->pixels = pixels + size_t{band.first} * rowBytes;
+        task->pixelRowBytes = rowBytes;
+        task->pixelFormat = format;
+    });
+}

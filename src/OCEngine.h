@@ -1,0 +1,123 @@
+// The correction engine: parameters and tone tables made from a grade, and the band routine that applies them.
+//
+// The road of a pixel is the constant table kOCStages: order, name, switch, function, and why it stands there. The
+// readable kernel walks it pixel by pixel; the fast kernel gives the same bits.
+#pragma once
+
+#include "src/OCSettings.h"
+#include "src/TincturaFrameBuffer.h"
+
+#include <span>
+
+inline constexpr uint32_t kOCToneEntries = 16385;     ///< 14 bits of input resolution, and the end
+inline constexpr uint32_t kOCTransferEntries = 81925; ///< input 0 to 5 in steps of 1 / 16,384
+
+/// A tone table and what continues it above an input of 1.
+struct OCTone {
+    const float* entry; ///< kOCToneEntries floats
+    float top;          ///< entry 16,383
+    float slope;        ///< by which the output rises for each 1 of input above 1
+};
+
+/// The three ranges in the order in which their tools are blended.
+enum OCRange : uint32_t { ocShadows = 0, ocMidtones = 1, ocHighlights = 2, ocRangeCount = 3 };
+
+struct OCHSLParams {
+    float hue; ///< degrees
+    float hueCosine, hueSine;
+    float saturation; ///< factor, 1 is neutral
+    float vibrance;   ///< factor, 1 is neutral
+    float gain, pedestal;
+    OCTone tone; ///< contrast, brightness and gamma
+};
+
+/// Of the RGB and CMY groups together, or of YCbCr: for each of three channels c, scale times c plus offset, then tone.
+struct OCChannelParams {
+    float scale[3], offset[3];
+    OCTone tone[3];
+};
+
+struct OCTint {
+    float u, v, strength;
+};
+
+/// What the kernel reads: scalars of each tool, addresses of the tables, and summary flags. Read-only while bands run.
+struct OCProcessParams {
+    // Summary flags.
+    bool hslMasterOn, hslHighOn, hslMidOn, hslShadowOn;
+    bool hueOffsetEnabled;
+    bool rgbMasterOn, cmyMasterOn, yccMasterOn;
+    bool rgbRangeOn, cmyRangeOn, yccRangeOn;
+    bool rgbRangeGamma, cmyRangeGamma, yccRangeGamma;
+    bool rgbMasterGamma, cmyMasterGamma, yccMasterGamma;
+    bool levelsEnabled, levelsInGamma;
+    bool rgbCurvesEnabled, hslCurvesEnabled;
+    bool highlightRecoveryIn;
+    bool limiterEnabled, limiterPreview, limiterSoftClip;
+
+    // Steps of the HSL stages that are not neutral.
+    bool hslRangeHue, hslRangeGain, hslRangePedestal, hslRangeSaturation, hslRangeVibrance;
+    bool hslMasterTone;
+
+    // Luma range weights, kOCToneEntries floats each.
+    const float* weight[ocRangeCount];
+
+    float recoveryThreshold;       ///< 1 - 0.4 times the recovery that is in force
+    float outputRecoveryThreshold; ///< computed alike; no stage uses it
+
+    float inScale[3], inOffset[3];
+    OCTone levels[3];
+    float outScale[3], outOffset[3];
+
+    OCHSLParams hslMaster, hslRange[ocRangeCount];
+    OCTint tint[ocRangeCount], tintMaster;
+    OCChannelParams rgbMaster, rgbRange[ocRangeCount];
+    OCChannelParams yccMaster, yccRange[ocRangeCount];
+    OCTone rgbCurve[3];
+    OCTone hueCurve, lightnessCurve, saturationCurve;
+    OCTone secondary[kOCSecondaryCount];
+
+    // Source transfer: the luma range display reads the forward table.
+    bool transferOn;
+    OCTone transferForward, transferInverse;
+};
+
+/// Tables, parameters and the inputs that they were made from. One for each live grade; main thread between renders.
+struct OCEngine;
+
+/// Makes an engine whose parameters are those of a reset record, or bpMemFullErr and null.
+BPStatus OCCreateEngine(OCEngine** engine);
+void OCDisposeEngine(OCEngine* engine);
+
+/// Builds parameters and tables from a grade. It works on a private copy in which everything switched off is neutral;
+/// a table is rebuilt only when its inputs changed. Without memory the fatal error routine is called and the tables
+/// stay as they were.   Thread: main, with no band in flight.
+void OCUpdateParameters(OCEngine* engine, const OCSettings* settings);
+
+/// The parameters of the last update.
+const OCProcessParams* OCParametersOf(const OCEngine* engine);
+
+/// How many tables the last update built; 0 when nothing changed. For tests and benchmarks.
+uint32_t OCTablesBuilt(const OCEngine* engine);
+
+/// Applies the parameters to all rows of `source`, as far as `destination` reaches; both in format 203. A null
+/// destination is left alone; `settings` and `flags` are carried along and not read. Another source format is logged and leaves the destination alone.
+/// Thread: any, own rows.
+void OCProcessImageBand(const OCEngine* engine, const FBFrame* source, const FBFrame* destination,
+                        const OCSettings* settings, uint32_t flags, uint32_t taskIndex);
+
+/// The readable kernel over the same band: one pixel at a time through kOCStages.
+void OCProcessImageBandScalar(const OCProcessParams& params, const FBFrame* source, const FBFrame* destination);
+
+/// The fast kernel by name of its instruction set, for tests and benchmarks.
+struct OCKernel {
+    const char* name;
+    void (*run)(const OCProcessParams& params, const FBFrame* source, const FBFrame* destination);
+};
+
+/// Every fast kernel that this machine can run.
+std::span<const OCKernel> OCFastKernels();
+
+/// Rows of the luma range display; see MPTasks.h.   Thread: any, own rows.
+void OCRenderLumaRangesBand(const OCEngine* engine, const FBFrame* source, void* destination, uint32_t rowBytes,
+                            FBPixelFormat format);
