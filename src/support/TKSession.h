@@ -110,6 +110,7 @@ struct TKSession {
     bool renderInProgress;
     bool updateSuspended; ///< by caps lock
     uint32_t renderCount; ///< runs of ProcessImage, for tests and the log
+    bool resultIsStale;   ///< the source frame is newer than the result
 
     // Interface.
     TKPreferences prefs;

@@ -133,6 +133,12 @@ TK_AT(reserved86600, 86600);
 TK_AT(pixels, 86624);
 #undef TK_AT
 
+/// A field of the block, read exactly once.
+template <class Value> Value TKReadOnce(const Value& field)
+{
+    return *static_cast<const volatile Value*>(&field);
+}
+
 /// With it a running application announces itself: a second object, made by the application.
 struct UIBlock {
     uint32_t mappingHandle; ///< low word of the handle of the mapping itself

@@ -267,6 +267,9 @@ void RecomputeAndRefresh(TKSession* session, bool force);
 /// Updates parameters, renders the result and carries it into the result surface, whatever caps lock says.
 void TKRenderResult(TKSession* session);
 
+/// The same with the parameters of the last update: for a new frame under an unchanged grade.
+void TKRenderFrame(TKSession* session);
+
 // --- Undo of the session ----------------------------------------------------------------------------------------------
 
 /// Opens an undo step with the live settings, unless `control` made the last one. True when a step was opened.

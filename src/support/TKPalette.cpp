@@ -1,0 +1,78 @@
+// Base colours and their scaling. All base colours of the interface are greys: one level in all three components.
+#include "src/support/TKPalette.h"
+
+namespace {
+
+constexpr uint16_t kGreyLevels[] = {56797, 0,     30583, 56797, 39321, 65535, 56797, 34952, 56797, 56797, 56797,
+                                    56797, 0,     34952, 24248, 48496, 32768, 55705, 48496, 0,     32768, 0,
+                                    34952, 30583, 56797, 39321, 65535, 56797, 0,     32768, 0,     34952, 17476,
+                                    34952, 21845, 30583, 26214, 0,     32768, 10280, 29000};
+static_assert(sizeof kGreyLevels / sizeof kGreyLevels[0] == kTKGreyCount);
+
+constexpr TKColor kAccents[] = {{52736, 25344, 0},   {38912, 18688, 0},     {65535, 0, 0},     {0, 55535, 0},
+                                {0, 30000, 65535},   {47000, 47000, 60000}, {65535, 65535, 0}, {20000, 20000, 20000},
+                                {0, 0, 0},           {65535, 0, 0},         {0, 65535, 0},     {0, 26214, 65535},
+                                {1285, 20560, 41891}};
+static_assert(sizeof kAccents / sizeof kAccents[0] == kTKAccentCount);
+
+constexpr uint32_t kTextEntries[] = {19, 20, 28, 29, 37, 38};
+constexpr uint32_t kMutedEntries[] = {0, 1, 2, 3, 4, 6, 7, 8, 9, 10};
+constexpr double kDarkBelow = 36044.25; // 0.55 of full scale
+
+uint16_t scaled(uint16_t channel, uint32_t factor)
+{
+    double level = static_cast<double>(channel) * factor / 65536.0;
+    if (level > 65535.0) level = 65535.0;
+    level += 0.5;
+    return level >= 65535.0 ? uint16_t{65535} : static_cast<uint16_t>(level);
+}
+
+uint16_t inverted(uint16_t channel)
+{
+    return static_cast<uint16_t>(65535 - channel);
+}
+
+double lumaOf(TKColor color)
+{
+    return (0.299 * color.red + 0.587 * color.green + 0.114 * color.blue) / 65535.0;
+}
+
+uint16_t fromUnit(double level)
+{
+    const double rounded = level * 65535.0 + 0.5;
+    if (!(rounded > 0)) return 0;
+    return rounded >= 65535.0 ? uint16_t{65535} : static_cast<uint16_t>(rounded);
+}
+
+} // namespace
+
+void PrepareUIPalette(TKPalette* palette, uint32_t uiBrightness)
+{
+    for (uint32_t i = 0; i < kTKGreyCount; ++i) {
+        const uint16_t level = scaled(kGreyLevels[i], uiBrightness);
+        palette->grey[i] = {level, level, level};
+    }
+    const TKColor panel = palette->grey[kTKGreyPanel];
+    const double mean = (static_cast<double>(panel.red) + panel.green + panel.blue) / 3.0;
+    if (mean >= kDarkBelow) return;
+    for (const uint32_t i : kTextEntries) {
+        TKColor& text = palette->grey[i];
+        text = {inverted(text.red), inverted(text.green), inverted(text.blue)};
+    }
+}
+
+void PrepareAccentTable(TKPalette* palette, uint32_t uiSaturation)
+{
+    for (uint32_t i = 0; i < kTKAccentCount; ++i) palette->accent[i] = kAccents[i];
+    for (const uint32_t i : kMutedEntries) palette->accent[i] = DesaturateColor(kAccents[i], uiSaturation);
+    const uint16_t grey = fromUnit(lumaOf(palette->accent[3]));
+    palette->accent[5] = {grey, grey, grey};
+}
+
+TKColor DesaturateColor(TKColor color, uint32_t factor)
+{
+    const double f = factor / 65536.0;
+    const double grey = (1.0 - f) * lumaOf(color);
+    return {fromUnit(f * (color.red / 65535.0) + grey), fromUnit(f * (color.green / 65535.0) + grey),
+            fromUnit(f * (color.blue / 65535.0) + grey)};
+}

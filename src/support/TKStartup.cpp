@@ -1,0 +1,291 @@
+// The order in which a process comes up and goes down. Each step is a line or a small function, in its place.
+#include "src/support/TKStartup.h"
+
+#include "src/platform/BPLog.h"
+#include "src/support/TKCommands.h"
+#include "src/support/TKTransport.h"
+#include "src/support/TincturaCallback.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+
+namespace {
+
+constexpr uint32_t kShortSplashTicks = 30, kLongSplashTicks = 60;
+constexpr uint32_t kScanWaitMs = 500;
+
+void Wait(const TKSession* session, uint32_t ticks)
+{
+    session->platform->clock.sleepMs(BPTicksToMs(ticks));
+}
+
+void SplashStep(TKSession* session, uint32_t step)
+{
+    char text[64];
+    TKSplashText(step, session->platform->process.processorCount(), text, sizeof text);
+    TK_UI(session, splashStep, step, text);
+}
+
+void InitialisePlatform(TKSession* session)
+{
+    const BPPlatform& platform = *session->platform;
+    // The process id beside the time keeps two applications apart that start in the same second.
+    session->randomState =
+        static_cast<uint64_t>(platform.clock.wallSeconds()) ^ (uint64_t{platform.process.currentId()} << 32);
+    TK_UI(session, rememberForeground);
+    BPDebugLog("Initialize exit\n");
+}
+
+void ReadPreferences(TKSession* session)
+{
+    constexpr uint32_t resetKeys = bpShiftKey | bpControlKey;
+    session->prefsReset = (session->platform->keyboard.modifierWord() & resetKeys) == resetKeys;
+    if (session->prefsReset)
+        PrefsSetDefaults(&session->prefs, *session->platform);
+    else
+        PrefsRead(&session->prefs, *session->platform);
+}
+
+bool ScreenIsLargeEnough(const TKSession* session)
+{
+    BPRect desktop = {};
+    if (session->platform->screen.bounds(0, &desktop) != bpNoErr) return false;
+    return int64_t{desktop.right} - desktop.left >= kTKLeastScreenWidth &&
+           int64_t{desktop.bottom} - desktop.top >= kTKLeastScreenHeight;
+}
+
+void ResetToDefaults(const TKSession* session, OCSettings* settings)
+{
+    OCResetSettings(settings, kOCResetAll, kOCResetAll, PrefsResetDefaults(session->prefs));
+}
+
+void ShowEverything(TKSession* session)
+{
+    UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
+    TKRenderResult(session);
+    TK_UI(session, refreshResult, true);
+}
+
+BPStatus BuildMainWindow(TKSession* session)
+{
+    session->settingsTab = static_cast<int32_t>(session->prefs.settingsPaneDefault) - 1;
+    session->imagePaneMode = std::clamp<int32_t>(static_cast<int32_t>(session->prefs.rightPaneDefault) - 1,
+                                                 tkImageResult, tkImageLumaRanges);
+    session->transport[kTKTransportLeft].visible = true;
+    if (session->ui.buildMainWindow)
+        if (BPStatus err = session->ui.buildMainWindow(session->ui.context, session); err != bpNoErr) return err;
+    ResetToDefaults(session, &session->liveSettings);
+    ShowEverything(session);
+    TK_UI(session, pixelAspectChanged, session->pixelAspect);
+    return bpNoErr;
+}
+
+/// Steps 13 to 17: what can fail with an error number.
+BPStatus BringUp(TKSession* session)
+{
+    if (BPStatus err = TKPrepareFrameWorlds(session); err != bpNoErr) return err;
+
+    OCUpdateParameters(session->engine, &session->liveSettings);
+    ResetToDefaults(session, &session->defaultSettings);
+    PrefsApplyVideoLevels(session->prefs, &session->liveSettings);
+    session->taskCount = MPStartTasks(&session->tasks, session->prefs.multiprocessorEnable != 0);
+
+    SplashStep(session, 5);
+    if (BPStatus err = TKLoadFrameFromHost(session); err != bpNoErr) return err;
+
+    TK_UI(session, setToolTips, session->prefs.toolTipsEnable != 0);
+    session->undoRing = UndoCreate(session->prefs.undoDepth, session->liveSettings);
+
+    SplashStep(session, 1);
+    return BuildMainWindow(session);
+}
+
+void WaitForScan(TKSession* session, const char* found, const char* waiting, const char* complete)
+{
+    const std::atomic_ref<uint32_t> updateFlag(session->updateFlag);
+    if (updateFlag.load() == 0) return;
+    BPDebugLog("%s", found);
+    std::atomic_ref<uint32_t>(session->abortScan).store(1);
+    while (updateFlag.load() != 0) {
+        BPDebugLog("%s", waiting);
+        session->platform->clock.sleepMs(kScanWaitMs);
+    }
+    BPDebugLog("%s, update flag = %d\n", complete, static_cast<int>(updateFlag.load()));
+}
+
+/// Stores 4, as the last word to the host, and lets go of its block.
+void HandBack(TKSession* session)
+{
+    TKUIComm* block = TKBlockOf(session);
+    if (!block) return;
+    TKStoreStatus(block, kTKUIStatusUIDone);
+    TKSwapCommBlock(session, block);
+}
+
+bool StaysResident(const TKSession* session, uint32_t command)
+{
+    return command != kTKCommandExit && session->prefs.uiTimeoutEnable != 0 && TKBlockOf(session) &&
+           (session->hostProcessHigh != 0 || session->hostProcessID != 0);
+}
+
+void GoResident(TKSession* session, uint32_t command)
+{
+    TK_UI(session, enableMenus, false);
+    TK_UI(session, hideMainWindow);
+    session->uiDeadline = session->platform->clock.wallSeconds() + 60.0 * session->prefs.uiTimeoutDuration;
+    TK_UI(session, restoreForeground);
+    HandBack(session);
+    BPDebugLog(">>>>>>>>>>>>>>>>>>>>>>>> UI: %s was clicked\n", command == kTKCommandOK ? "OK" : "Cancel");
+    TKCloseCommBlock(session);
+    if (command == kTKCommandOK) Wait(session, 100);
+}
+
+void Quit(TKSession* session)
+{
+    (void)PrefsWrite(session->prefs, *session->platform);
+    HandBack(session);
+    TKCloseCommBlock(session);
+    TK_UI(session, closeMainWindow);
+}
+
+/// Names of processes that are gone are of use to nobody.
+void WithdrawUIBlock(TKSession* session)
+{
+    if (!session->uiBlock.address) return;
+    const BPPlatform& platform = *session->platform;
+    const bool ours =
+        reinterpret_cast<const UIBlock*>(session->uiBlock.address)->processID == platform.process.currentId();
+    platform.sharedMemory.close(&session->uiBlock);
+    session->uiBlock = {};
+    if (ours) (void)platform.sharedMemory.remove(kTKUIBlockName);
+}
+
+} // namespace
+
+void TKSplashText(uint32_t step, uint32_t processors, char* text, uint32_t length)
+{
+    constexpr const char* texts[] = {"",
+                                     "Initializing interface",
+                                     "Loading Gallery",
+                                     "",
+                                     "Starting Beaconline",
+                                     "Loading image",
+                                     "Initializing control surface"};
+    if (step == 3)
+        std::snprintf(text, length, processors < 2 ? "%u processor found" : "%u processors found", processors);
+    else
+        std::snprintf(text, length, "%s", step < std::size(texts) ? texts[step] : "");
+}
+
+TKStartResult TKStartUp(TKSession* session)
+{
+    BPDebugLog("main 1\n"); // the session was made in its initial state
+    BPDebugLog("main 2\n");
+    PrepareUIPalette(&session->palette, session->prefs.uiBrightness);
+    BPDebugLog("main 3\n");
+    PrepareAccentTable(&session->palette, session->prefs.uiSaturation);
+    BPDebugLog("main 4\n");
+    InitialisePlatform(session);
+    BPDebugLog("main 5\n");
+    BPDebugLog("main 6\n");
+
+    ReadPreferences(session);
+    PrepareUIPalette(&session->palette, session->prefs.uiBrightness);
+    PrepareAccentTable(&session->palette, session->prefs.uiSaturation);
+    TK_UI(session, paletteChanged);
+
+    if (TKAttachHost(session) != tkAttached) return tkStartEnded;
+    if (session->hostProcessID != 0) session->platform->screen.allowForeground(session->hostProcessID);
+
+    TK_UI(session, showSplash);
+    SplashStep(session, 0);
+    if (session->prefsReset) Wait(session, kLongSplashTicks);
+    SplashStep(session, 3);
+    Wait(session, kShortSplashTicks);
+
+    if (!ScreenIsLargeEnough(session)) {
+        session->platform->alert.messageBox("Insufficient Screen Resolution",
+                                            "Ochrine requires a minimum screen size of 1024 x 768.");
+        return tkStartFailed;
+    }
+    session->startupError = BringUp(session);
+    if (session->startupError != bpNoErr) return tkStartFailed;
+
+    TKTakeSettingsFromBlock(session);
+    ShowEverything(session); // the first picture is graded; no undo step
+
+    SplashStep(session, 2);
+    SplashStep(session, 6);
+
+    TK_UI(session, raiseMainWindow);
+    TK_UI(session, showMainWindow);
+    UndoReset(session->undoRing);
+    session->controls.lastTouched = nullptr;
+    TK_UI(session, raiseMainWindow);
+
+    TK_UI(session, startTimer, kTKTickMs);
+    (void)TKCommWindowCreate(session, TKBlockOf(session));
+    TKUpdatePositionText(session);
+    TK_UI(session, hideSplash);
+    session->interfaceReady = true;
+    return tkStartRun;
+}
+
+void TKEndSession(TKSession* session, uint32_t command)
+{
+    TKUIComm* block = TKBlockOf(session);
+    if (!block && command != kTKCommandExit) return; // resident: the window is hidden
+    if (command == kTKCommandOK) TKStopPlayback(session);
+    (void)CommitOpenEdit(session, true);
+    TKStopPlayback(session);
+    if (command == kTKCommandOK)
+        block->settings = session->liveSettings;
+    else
+        WaitForScan(session, "kHICommandQuit: detected update\n", "kHICommandQuit: waiting\n",
+                    "kHICommandQuit: wait complete");
+    if (StaysResident(session, command))
+        GoResident(session, command);
+    else
+        Quit(session);
+}
+
+bool TKMainWindowClose(TKSession* session)
+{
+    if (TKBlockOf(session)) {
+        TKEndSession(session, kTKCommandExit);
+        return false;
+    }
+    TK_UI(session, quitLoop);
+    return true;
+}
+
+int32_t TKFinish(TKSession* session)
+{
+    WaitForScan(session, "detected update\n", "waiting\n", "wait complete");
+    session->interfaceReady = false;
+    if (session->startupError != bpNoErr) {
+        BPDebugLog("BP Ochrine UI failed, error %d\n", session->startupError);
+        session->platform->alert.alert(bpStop, "Unable to start user interface.");
+    }
+    TKTearDown(session);
+    return session->startupError;
+}
+
+void TKTearDown(TKSession* session)
+{
+    if (session->tasks) MPDisposeTasks(session->taskCount, &session->tasks);
+    session->taskCount = 1;
+    TKCommWindowClose(session);
+    WithdrawUIBlock(session);
+    for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
+                                  &session->secondarySurface, &session->sourceSurface})
+        ScopeSurfaceDispose(surface);
+    for (FBFrame** frame : {&session->sourceFrame, &session->resultFrame}) {
+        if (*frame) FBDisposeFrameBuffer(*frame);
+        *frame = nullptr;
+    }
+    TK_UI(session, surfacesReplaced);
+    HandBack(session);
+    TKCloseCommBlock(session);
+}

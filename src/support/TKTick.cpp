@@ -1,0 +1,78 @@
+// The 10 ms tick: all background work of the main thread, in its order. kSteps is the order.
+#include "src/support/TKStartup.h"
+#include "src/support/TKTransport.h"
+#include "src/support/TincturaCallback.h"
+
+namespace {
+
+/// While detached: one look for a new block. False ends the tick.
+bool AttachStep(TKSession* session)
+{
+    return TKBlockOf(session) || TKReattachHost(session);
+}
+
+bool FirstTickStep(TKSession* session)
+{
+    if (session->tickCount == 1) TK_UI(session, refreshSource);
+    return true;
+}
+
+bool DragStep(TKSession* session)
+{
+    TKControls& controls = session->controls;
+    if (!controls.undoPending || session->platform->keyboard.mouseButtonDown()) return true;
+    controls.undoPending = false;
+    if (controls.updatePending) {
+        controls.updatePending = false;
+        RecomputeAndRefresh(session, true);
+    }
+    TKStoreUndo(session);
+    return true;
+}
+
+bool CapsLockStep(TKSession* session)
+{
+    if (!session->updateSuspended || session->platform->keyboard.modifierWord() & bpCapsLock) return true;
+    session->updateSuspended = false;
+    RecomputeAndRefresh(session, true);
+    return true;
+}
+
+bool CursorStep(TKSession* session)
+{
+    if (session->pendingCursor == 0) return true;
+    if (session->pendingCursor != session->currentCursor) {
+        session->currentCursor = session->pendingCursor;
+        TK_UI(session, setCursor, session->currentCursor);
+    }
+    session->pendingCursor = 0;
+    return true;
+}
+
+bool PlaybackTickStep(TKSession* session)
+{
+    TKPlaybackStep(session);
+    return true;
+}
+
+/// Frames that nobody asked for are taken off the channel, so that whoever sent them is not left waiting.
+bool ChannelStep(TKSession* session)
+{
+    if (session->frameChannel.handle == 0) return true;
+    (void)TKCommWindowPoll(session, 0);
+    session->platform->frameChannel.release(&session->frameChannel);
+    return true;
+}
+
+using TickStep = bool (*)(TKSession* session);
+constexpr TickStep kSteps[] = {AttachStep, FirstTickStep,    DragStep,   CapsLockStep,
+                               CursorStep, PlaybackTickStep, ChannelStep};
+
+} // namespace
+
+void TKTick(TKSession* session)
+{
+    ++session->tickCount;
+    for (const TickStep step : kSteps)
+        if (!step(session)) return;
+}

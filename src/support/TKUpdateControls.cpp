@@ -1,0 +1,151 @@
+// The two roads between the record and what the user sees, and undo, which walks both.
+#include "src/platform/BPMemory.h"
+#include "src/support/TKSession.h"
+
+#include <cstring>
+
+namespace {
+
+/// Equal as values: a NaN differs from itself, the two zeros are one.
+bool FieldIsEqual(const TKSlider& slider, const uint8_t* a, const uint8_t* b)
+{
+    if (slider.flags & kTKSliderFloat) {
+        float left, right;
+        std::memcpy(&left, a + slider.dataOffset, sizeof left);
+        std::memcpy(&right, b + slider.dataOffset, sizeof right);
+        return left == right;
+    }
+    return std::memcmp(a + slider.dataOffset, b + slider.dataOffset, 4) == 0;
+}
+
+bool IsSelected(TKSectionID section, uint32_t toolMask, uint32_t curveMask)
+{
+    if (section >= tkSectionCount) return toolMask == kOCResetAll && curveMask == kOCResetAll;
+    const TKSection& row = TKSections()[section];
+    return (row.toolMask & toolMask) != 0 || (row.curveMask & curveMask) != 0;
+}
+
+bool SwitchesDiffer(const OCSettings* a, const OCSettings* b)
+{
+    const auto* left = reinterpret_cast<const uint8_t*>(a);
+    const auto* right = reinterpret_cast<const uint8_t*>(b);
+    for (const TKSection& section : TKSections())
+        for (uint32_t i = 0; i < section.switchCount; ++i)
+            if (std::memcmp(left + section.switchOffset[i], right + section.switchOffset[i], 4) != 0) return true;
+    return false;
+}
+
+void ShowIn(TKSlider* slider, const OCSettings* settings)
+{
+    TKSlider reader = *slider; // the same field of another record
+    reader.dataBase = reinterpret_cast<uint8_t*>(const_cast<OCSettings*>(settings));
+    TKShowSliderValue(slider, GetSliderValue(reader));
+}
+
+/// A step of undo or redo; `step` is one of the ring's.
+bool Step(TKSession* session, bool (*step)(TKUndoRing*, OCSettings*), bool possible)
+{
+    if (!possible) return false;
+    (void)CommitOpenEdit(session, false); // the record is about to be replaced
+    auto* previous = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
+    if (previous) *previous = session->liveSettings;
+    const bool stepped = step(session->undoRing, &session->liveSettings);
+    session->controls.lastTouched = nullptr;
+    session->controls.undoPending = false;
+    UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, previous, false);
+    BPFree(previous);
+    TKRenderResult(session);
+    TK_UI(session, refreshResult, true);
+    return stepped;
+}
+
+} // namespace
+
+uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
+                           const OCSettings* previous, bool force)
+{
+    const auto* now = reinterpret_cast<const uint8_t*>(settings);
+    const auto* before = reinterpret_cast<const uint8_t*>(previous);
+    const bool all = toolMask == kOCResetAll && curveMask == kOCResetAll;
+    if (all && (!previous || force || SwitchesDiffer(settings, previous))) TK_UI(session, switchesChanged);
+
+    uint32_t shown = 0;
+    for (uint32_t i = 0; i < session->controls.sliderCount; ++i) {
+        TKSlider* slider = session->controls.slider[i];
+        if (slider->dataBase != reinterpret_cast<uint8_t*>(&session->liveSettings)) continue; // another record's
+        if (!IsSelected(slider->section, toolMask, curveMask)) continue;
+        if (before && !force && FieldIsEqual(*slider, now, before)) continue;
+        ShowIn(slider, settings);
+        TK_UI(session, sliderChanged, slider);
+        ++shown;
+    }
+    TK_UI(session, updateOtherControls, settings, toolMask, curveMask, previous, force);
+    return shown;
+}
+
+void RecomputeAndRefresh(TKSession* session, bool force)
+{
+    if (session->platform->keyboard.modifierWord() & bpCapsLock) {
+        session->updateSuspended = true;
+        TK_UI(session, refreshDisplays, force);
+        return;
+    }
+    session->updateSuspended = false;
+    if (session->renderInProgress) return;
+    TKRenderResult(session);
+    TK_UI(session, refreshResult, force);
+}
+
+void TKRenderFrame(TKSession* session)
+{
+    if (session->renderInProgress || !session->sourceFrame || !session->resultFrame) return;
+    session->renderInProgress = true;
+    ProcessImage(session->engine, session->sourceFrame, session->resultFrame, &session->liveSettings, 0,
+                 session->taskCount, session->tasks);
+    ++session->renderCount;
+    session->resultIsStale = false;
+    const FBFrame* result = session->resultFrame;
+    const ScopeSurface& surface = session->resultSurface;
+    if (surface.pixels && surface.width == result->width && surface.height == result->height)
+        FBTransferFBFrameToPix(result, nullptr, surface.pixels, surface.rowBytes, pixFormatBGRA8, session->taskCount,
+                               session->tasks);
+    session->renderInProgress = false;
+}
+
+void TKRenderResult(TKSession* session)
+{
+    if (session->renderInProgress) return;
+    OCUpdateParameters(session->engine, &session->liveSettings);
+    TKRenderFrame(session);
+}
+
+bool TKGestureUndo(TKSession* session, const void* control)
+{
+    TKControls& controls = session->controls;
+    if (controls.lastTouched == control) return false;
+    UndoPush(session->undoRing, session->liveSettings);
+    controls.lastTouched = control;
+    return session->undoRing && session->undoRing->undoSlotCount != 0;
+}
+
+void TKStoreUndo(TKSession* session)
+{
+    UndoStore(session->undoRing, session->liveSettings);
+}
+
+void TKCommandUndo(TKSession* session)
+{
+    UndoPush(session->undoRing, session->liveSettings);
+    session->controls.lastTouched = nullptr;
+    session->controls.undoPending = false;
+}
+
+bool TKUndoStepBack(TKSession* session)
+{
+    return Step(session, UndoStepBack, UndoCanStepBack(session->undoRing));
+}
+
+bool TKUndoStepForward(TKSession* session)
+{
+    return Step(session, UndoStepForward, UndoCanStepForward(session->undoRing));
+}

@@ -1,0 +1,386 @@
+// Attaching to a host and asking it for frames.
+//
+// Each field of the block is read once, by TKReadOnce, into a local: the host may change it between two looks. The rest of
+// the code sees only locals that were checked.
+#include "src/support/TincturaCallback.h"
+
+#include "src/platform/BPLog.h"
+#include "src/platform/BPMemory.h"
+
+#include <atomic>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr char kTag[] = "Ochrine 3 UI";
+constexpr uint32_t kHeaderWaitMs = 50;
+constexpr uint32_t kFrameWaitMs = 15;
+constexpr uint32_t kFrameWord = 9;      // data word of a message that brings a frame
+constexpr uint32_t kMessagesAPoll = 64; // a host that floods the channel does not hold the main thread
+
+bool HeaderMatches(const TKUIComm* block)
+{
+    return TKReadOnce(block->signature) == kTKUISignature && TKReadOnce(block->version) == kTKUIVersion;
+}
+
+/// Signature, version and status of a block that is not taken, for whoever looks for the reason.
+void LogHeader(const TKUIComm* block)
+{
+    const uint32_t signature = TKReadOnce(block->signature);
+    char text[5] = {};
+    std::memcpy(text, &signature, 4);
+    BPDebugLog("sig/ver = %x ('%.4s') / %d; should be %x / %d\n", signature, text,
+               static_cast<int>(TKReadOnce(block->version)), kTKUISignature, static_cast<int>(kTKUIVersion));
+    BPDebugLog("initializing = %d\n", static_cast<int>(TKReadStatus(block)));
+    BPDebugLog("returning NULL\n");
+}
+
+/// Swaps the pixels that lie in the block, as far as they lie in it.
+void SwapBlockPixels(TKSession* session)
+{
+    TKUIComm* block = TKBlockOf(session);
+    const uint64_t room = session->commBlock.byteCount - offsetof(TKUIComm, pixels);
+    const uint32_t flags = TKReadOnce(block->pixelFlags);
+    uint64_t byteCount = 0;
+    if (flags & kTKUIFlagPixelsChunked)
+        byteCount = TKReadOnce(block->chunkBytes);
+    else if (flags & kTKUIFlagPixelsInline)
+        byteCount = uint64_t{TKReadOnce(block->frameRowBytes)} * TKReadOnce(block->frameHeight);
+    TKSwapPixels(session, block->pixels, byteCount < room ? byteCount : room);
+}
+
+/// Remembers who the host is and takes a hold on its process.
+void TakeHostIdentity(TKSession* session)
+{
+    const BPProcessOps& process = session->platform->process;
+    if (session->hostWatch.handle != 0) process.unwatch(&session->hostWatch);
+    session->hostWatch = {};
+    const TKUIComm* block = TKBlockOf(session);
+    session->hostProcessHigh = TKReadOnce(block->hostProcessHigh);
+    session->hostProcessID = TKReadOnce(block->hostProcessID);
+    if (session->hostProcessID != 0 && process.watch(session->hostProcessID, &session->hostWatch) != bpNoErr)
+        session->hostWatch = {};
+}
+
+/// Announces the application. A failure is no error.
+void PublishUIBlock(TKSession* session)
+{
+    const BPPlatform& platform = *session->platform;
+    BPSharedMemory memory = {};
+    if (platform.sharedMemory.create(kTKUIBlockName, sizeof(UIBlock), &memory) != bpNoErr &&
+        platform.sharedMemory.open(kTKUIBlockName, sizeof(UIBlock), &memory) != bpNoErr)
+        return;
+    const UIBlock block = {.mappingHandle = static_cast<uint32_t>(memory.handle),
+                           .processID = platform.process.currentId()};
+    std::memcpy(memory.address, &block, sizeof block);
+    session->uiBlock = memory;
+}
+
+uint32_t NextRandom(TKSession* session)
+{
+    session->randomState = session->randomState * 6364136223846793005u + 1442695040888963407u;
+    return static_cast<uint32_t>(session->randomState >> 49); // 15 bits
+}
+
+void RefuseBlock(TKSession* session)
+{
+    TKStoreStatus(TKBlockOf(session), kTKUIStatusUIFailed);
+    TKSwapCommBlock(session, TKBlockOf(session));
+    TKCloseCommBlock(session);
+}
+
+/// The bytes that one answer of the host may have, or 0 when the block describes no frame that could be taken.
+uint32_t LargestAnswer(const TKSession* session)
+{
+    TKFrameShape shape;
+    if (!session->sourceFrame || TKReadFrameShape(TKBlockOf(session), &shape) != bpNoErr) return 0;
+    const uint64_t whole = uint64_t{shape.rowBytes} * shape.height * shape.planes;
+    return whole <= UINT32_MAX ? static_cast<uint32_t>(whole) : 0;
+}
+
+void ForgetReceivedFrame(TKSession* session)
+{
+    BPFree(session->receivedFrame);
+    session->receivedFrame = nullptr;
+    session->receivedBytes = 0;
+}
+
+/// Waits for the answer to status 9. False when the host failed or ended.
+bool AwaitFrame(TKSession* session, uint32_t maximumBytes)
+{
+    const TKUIComm* block = TKBlockOf(session);
+    while (!session->receivedFrame) {
+        if (TKReadStatus(block) == kTKUIStatusRequestFailed) return false;
+        session->platform->clock.sleepMs(kFrameWaitMs);
+        const bool alive = TKHostIsAlive(session); // before the look: what it sent before its end is then waiting
+        if (TKCommWindowPoll(session, maximumBytes)) return false;
+        if (!alive && !session->receivedFrame) return false;
+    }
+    return true;
+}
+
+uint32_t Reversed(uint32_t word)
+{
+    return __builtin_bswap32(word);
+}
+
+void SwapWords(uint8_t* bytes, uint64_t wordCount)
+{
+    for (uint64_t i = 0; i < wordCount; ++i, bytes += 4) {
+        uint32_t word;
+        std::memcpy(&word, bytes, sizeof word);
+        word = Reversed(word);
+        std::memcpy(bytes, &word, sizeof word);
+    }
+}
+
+struct WordRun {
+    uint32_t offset, count;
+};
+
+// Deliberate: not every field is in this list, pixelAspect and several reserved words among those that are not. The
+// asymmetry is part of the format.
+constexpr WordRun kSwappedWords[] = {
+    {0, 5},       // version, signature, pixelFlags, status, reserved
+    {24, 1},      // reserved
+    {52848, 2},   // clipCount, reserved
+    {52860, 8},   // frame geometry, timing, reserved, framePixelFormat
+    {52896, 3},   // chunkBytes, bytesRemaining, reserved
+    {52916, 4},   // host process, reserved, hostApp
+    {53008, 8},   // hostPixelAdjust
+    {53044, 8389} // settings
+};
+static_assert(8389 * 4 == sizeof(OCSettings));
+
+} // namespace
+
+uint32_t TKReadStatus(const TKUIComm* block)
+{
+    return std::atomic_ref<uint32_t>(const_cast<uint32_t&>(block->status)).load(std::memory_order_acquire);
+}
+
+void TKStoreStatus(TKUIComm* block, uint32_t status)
+{
+    std::atomic_ref<uint32_t>(block->status).store(status, std::memory_order_release);
+}
+
+TKUIComm* TKOpenCommBlock(TKSession* session)
+{
+    const BPPlatform& platform = *session->platform;
+    if (platform.sharedMemory.open(kTKCommBlockName, kTKUICommBytes, &session->commBlock) != bpNoErr) {
+        session->commBlock = {};
+        return nullptr;
+    }
+    TKUIComm* block = TKBlockOf(session);
+    if (!HeaderMatches(block)) {
+        platform.clock.sleepMs(kHeaderWaitMs); // a host that is still writing the header gets time to finish
+        BPDebugLog("sig/ver failed; tried wait\n");
+    }
+    if (HeaderMatches(block)) return block;
+    LogHeader(block);
+    TKCloseCommBlock(session);
+    return nullptr;
+}
+
+void TKCloseCommBlock(TKSession* session)
+{
+    if (session->commBlock.address) session->platform->sharedMemory.close(&session->commBlock);
+    session->commBlock = {};
+}
+
+TKAttachResult TKAttachHost(TKSession* session)
+{
+    TKUIComm* block = TKOpenCommBlock(session);
+    if (!block) {
+        session->platform->alert.alert(bpStop, "No data passed to UI. This application is meant to be called by other "
+                                               "applications, not run directly.");
+        BPDebugLogTagged(kTag, "No data passed to UI.\n");
+        return tkNoHost;
+    }
+    session->hostPresent = true;
+    session->hostSwapped = false;
+    if (const uint32_t version = TKReadOnce(block->version); version != kTKUIVersion) {
+        if (version != kTKUIVersionSwapped) {
+            BPDebugLogTagged(
+                kTag,
+                "Wrong TKUIComm structure version; received 0x%lx, expected 0x%lx; Mis-matched plug-in and "
+                "UI versions?\n",
+                static_cast<unsigned long>(version), static_cast<unsigned long>(kTKUIVersion));
+            RefuseBlock(session);
+            return tkVersionMismatch;
+        }
+        session->hostSwapped = true;
+        TKSwapCommBlock(session, block);
+        SwapBlockPixels(session);
+    }
+    TakeHostIdentity(session);
+    TKStoreStatus(block, kTKUIStatusUIRunning);
+    PublishUIBlock(session);
+    return tkAttached;
+}
+
+bool TKReattachHost(TKSession* session)
+{
+    TKUIComm* block = TKOpenCommBlock(session);
+    if (!block) {
+        if (!TKHostIsAlive(session)) TKDetachAndQuit(session);
+        if (session->platform->clock.wallSeconds() < session->uiDeadline) return false;
+        TKDetachAndQuit(session);
+        return false;
+    }
+    TKSwapCommBlock(session, block);
+    if (TKReadStatus(block) != kTKUIStatusDataReady) {
+        TKSwapCommBlock(session, block);
+        TKCloseCommBlock(session);
+        return false;
+    }
+    TakeHostIdentity(session);
+    TKStoreStatus(block, kTKUIStatusUIRunning);
+    SwapBlockPixels(session);
+    if (TKPrepareFrameWorlds(session) != bpNoErr) {
+        RefuseBlock(session);
+        return false;
+    }
+    // A gesture of this visit never joins an undo step of the last one.
+    session->controls.lastTouched = nullptr;
+    if (TKTakeSettingsFromBlock(session))
+        UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
+    if (TKLoadFrameFromHost(session) != bpNoErr) {
+        RefuseBlock(session);
+        return false;
+    }
+    TK_UI(session, showMainWindow);
+    TK_UI(session, raiseMainWindow);
+    TK_UI(session, refreshSource);
+    TK_UI(session, refreshResult, true);
+    TK_UI(session, enableMenus, true);
+    session->tickCount = 0;
+    return true;
+}
+
+bool TKTakeSettingsFromBlock(TKSession* session)
+{
+    OCSettings incoming;
+    std::memcpy(&incoming, &TKBlockOf(session)->settings, sizeof incoming);
+    if (incoming.signature != kOCSettingsSignature) {
+        incoming = session->liveSettings;
+        OCResetSettings(&incoming, kOCResetAll, kOCResetAll, PrefsResetDefaults(session->prefs));
+    }
+    if (std::memcmp(&incoming, &session->liveSettings, sizeof incoming) == 0) return false;
+    session->liveSettings = incoming;
+    return true;
+}
+
+void TKDetachAndQuit(TKSession* session)
+{
+    (void)PrefsWrite(session->prefs, *session->platform);
+    if (TKUIComm* block = TKBlockOf(session)) TKSwapCommBlock(session, block);
+    TKCloseCommBlock(session);
+    TK_UI(session, closeMainWindow);
+}
+
+bool TKHostIsAlive(const TKSession* session)
+{
+    if (session->hostProcessID == 0) return session->hostProcessHigh == 0;
+    const BPProcessOps& process = session->platform->process;
+    if (session->hostWatch.handle != 0) return process.isAlive(&session->hostWatch);
+    BPProcessWatch watch = {};
+    const BPStatus err = process.watch(session->hostProcessID, &watch);
+    if (err == bpNoErr) process.unwatch(&watch);
+    return err != bpNotFoundErr;
+}
+
+BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block)
+{
+    if (!block) {
+        BPAssertFailed("TKUICP != 0", "TincturaCallbackWin", 69);
+        return bpNoErr;
+    }
+    const int first = static_cast<int>(NextRandom(session)), second = static_cast<int>(NextRandom(session));
+    std::memset(session->commWindowName, 0, sizeof session->commWindowName);
+    std::snprintf(session->commWindowName, sizeof session->commWindowName, "Comm%d", first * second);
+    std::memcpy(block->commWindowName, session->commWindowName, sizeof block->commWindowName);
+    if (session->platform->frameChannel.listen(session->commWindowName, &session->frameChannel) != bpNoErr) {
+        session->frameChannel = {};
+        return bpParamErr;
+    }
+    return bpNoErr;
+}
+
+void TKCommWindowClose(TKSession* session)
+{
+    if (session->frameChannel.handle != 0) session->platform->frameChannel.close(&session->frameChannel);
+    session->frameChannel = {};
+}
+
+bool TKCommWindowPoll(TKSession* session, uint32_t maximumBytes)
+{
+    if (session->frameChannel.handle == 0) return false;
+    const BPFrameChannelOps& ops = session->platform->frameChannel;
+    bool refused = false;
+    for (uint32_t i = 0; i < kMessagesAPoll; ++i) {
+        BPFrameMessage message = {};
+        if (ops.receive(&session->frameChannel, kFrameWord, maximumBytes, &message) != bpNoErr) break;
+        if (message.dataWord != kFrameWord) {
+            BPFree(message.bytes);
+            continue;
+        }
+        ForgetReceivedFrame(session);
+        session->receivedFrame = message.bytes;
+        session->receivedBytes = message.bytes ? message.byteCount : 0;
+        BPDebugLog("CommWindowEventProc: returning pixel buffer of %d bytes at 0x%08" PRIXPTR,
+                   static_cast<int>(message.byteCount), reinterpret_cast<uintptr_t>(message.bytes));
+        refused = !message.bytes;
+    }
+    return refused;
+}
+
+BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteCount)
+{
+    *buffer = nullptr;
+    *byteCount = 0;
+    TKUIComm* block = TKBlockOf(session);
+    if (!block) return bpNoErr;
+    if (TKReadOnce(block->hostProcessHigh) == 0 && TKReadOnce(block->hostProcessID) == 0) return bpNoErr;
+    if (session->hostProcessHigh == 0 && session->hostProcessID == 0) return bpNoErr;
+    const uint32_t maximumBytes = LargestAnswer(session);
+    if (maximumBytes == 0) return bpNoErr;
+
+    std::memcpy(block->commWindowName, session->commWindowName, sizeof block->commWindowName);
+    if (session->frameChannel.handle != 0) { // answers to older requests are answers to nothing
+        (void)TKCommWindowPoll(session, 0);
+        session->platform->frameChannel.release(&session->frameChannel);
+    }
+    ForgetReceivedFrame(session);
+    TKStoreStatus(block, kTKUIStatusRequestFrame);
+    if (!AwaitFrame(session, maximumBytes)) {
+        BPDebugLog("OCCB_GetClipFrame: host returned kTKUIStatusRequestFailed\n");
+        ForgetReceivedFrame(session);
+    }
+    TKStoreStatus(block, kTKUIStatusUIRunning);
+    // Only now: the end of the connection tells the host that its frame was taken and that status is 3.
+    if (session->frameChannel.handle != 0) session->platform->frameChannel.release(&session->frameChannel);
+    *buffer = session->receivedFrame;
+    *byteCount = session->receivedBytes;
+    session->receivedFrame = nullptr;
+    session->receivedBytes = 0;
+    return bpNoErr;
+}
+
+void TKSwapCommBlock(const TKSession* session, TKUIComm* block)
+{
+    if (!session->hostSwapped || !block) return;
+    auto* bytes = reinterpret_cast<uint8_t*>(block);
+    for (const WordRun& run : kSwappedWords) SwapWords(bytes + run.offset, run.count);
+    for (TKClipRecord& clip : block->clipList) clip.reserved = Reversed(clip.reserved);
+    block->frameRate100 = __builtin_bswap16(block->frameRate100);
+    block->startFrame = __builtin_bswap16(block->startFrame);
+}
+
+void TKSwapPixels(const TKSession* session, uint8_t* pixels, uint64_t byteCount)
+{
+    if (!session->hostSwapped || !pixels || byteCount < 4) return;
+    SwapWords(pixels, byteCount / 4);
+}

@@ -1,0 +1,398 @@
+// Behaviour of the data-bound controls.
+//
+// Every gesture ends in one of three stores (ApplySlider, TKCheckboxClick, TKPopupSelect) with the same order: compare,
+// undo, store, change procedure, label, section, picture, UndoStore. A gesture that changes nothing stops at the
+// comparison, so it leaves no empty undo step and keeps what can be redone.
+#include "src/support/TincturaUIControls.h"
+
+#include "src/platform/BPLog.h"
+#include "src/support/TKCommands.h"
+#include "src/support/TKSession.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+constexpr double kTrackUnit = 65536.0;
+constexpr double kNotchesPerTrack = 1200.0; // a notch of the wheel is this part of the track
+constexpr int32_t kWheelNotch = 120;
+
+uint8_t* FieldOf(const TKSlider& slider)
+{
+    return slider.dataBase + slider.dataOffset;
+}
+
+template <class Value> Value ReadAt(const uint8_t* field)
+{
+    Value value;
+    std::memcpy(&value, field, sizeof value);
+    return value;
+}
+
+template <class Value> void WriteAt(uint8_t* field, Value value)
+{
+    std::memcpy(field, &value, sizeof value);
+}
+
+/// The value of the slider's field in a record of the same kind, in engineering units.
+double ValueIn(const TKSlider& slider, const uint8_t* record)
+{
+    const uint8_t* field = record + slider.dataOffset;
+    if (slider.flags & kTKSliderFloat) return static_cast<double>(ReadAt<float>(field));
+    const double word = ReadAt<int32_t>(field);
+    return slider.flags & kTKSliderScaled ? word / kTrackUnit : word;
+}
+
+int32_t Saturated(double value)
+{
+    if (std::isnan(value)) return 0;
+    if (value <= -2147483648.0) return INT32_MIN;
+    if (value >= 2147483647.0) return INT32_MAX;
+    return static_cast<int32_t>(std::llround(value));
+}
+
+/// What the field would hold for a track position.
+float FloatAt(const TKSlider& slider, int32_t position)
+{
+    return static_cast<float>(TKEngineeringUnits(slider, position));
+}
+
+bool WouldChange(const TKSlider& slider, int32_t position)
+{
+    if (slider.flags & kTKSliderFloat) return !(ReadAt<float>(FieldOf(slider)) == FloatAt(slider, position));
+    return ReadAt<int32_t>(FieldOf(slider)) != position;
+}
+
+void Show(TKSession* session, TKSlider* slider)
+{
+    TKShowSliderValue(slider, GetSliderValue(*slider));
+    TK_UI(session, sliderChanged, slider);
+}
+
+void Finish(TKSession* session, TKSectionID section, bool repaint)
+{
+    TKMarkSectionActive(session, section, true, true);
+    if (repaint) RecomputeAndRefresh(session, true);
+    TKStoreUndo(session);
+}
+
+/// The end of every slider gesture. `ownStep` opens an undo step in any case.
+TKEffect ApplySlider(TKSession* session, TKSlider* slider, int32_t position, bool ownStep)
+{
+    if (!WouldChange(*slider, position)) {
+        Show(session, slider);
+        return {};
+    }
+    if (ownStep) session->controls.lastTouched = nullptr;
+    TKEffect effect = {.changed = true, .opensUndo = TKGestureUndo(session, slider), .rerenders = slider->repaint};
+    SetFieldFromTrack(*slider, position);
+    if (slider->changeProc) slider->changeProc(session, slider, GetSliderValue(*slider), slider->repaint);
+    Show(session, slider);
+    Finish(session, slider->section, slider->repaint);
+    return effect;
+}
+
+/// Reads a number as scanf's " %lf" in the C locale. False when there is none.
+bool ParseNumber(const char* text, double* number)
+{
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
+    const bool negative = *text == '-';
+    if (*text == '+' && text[1] != '-') ++text;
+    double value = 0;
+    const std::from_chars_result result = std::from_chars(text, text + std::strlen(text), value);
+    if (result.ec == std::errc::invalid_argument) return false;
+    if (result.ec == std::errc::result_out_of_range) value = negative ? -HUGE_VAL : HUGE_VAL;
+    if (std::isnan(value)) return false;
+    *number = value;
+    return true;
+}
+
+void CopyText(char* destination, size_t capacity, const char* text)
+{
+    const size_t length = std::min(std::strlen(text), capacity - 1);
+    std::memcpy(destination, text, length);
+    destination[length] = 0;
+}
+
+uint8_t* LiveBytes(TKSession* session)
+{
+    return reinterpret_cast<uint8_t*>(&session->liveSettings);
+}
+
+} // namespace
+
+// --- Sections ---------------------------------------------------------------------------------------------------------
+
+bool TKMarkSectionActive(TKSession* session, TKSectionID section, bool on, bool propagate)
+{
+    if (section >= tkSectionCount) return false;
+    const TKSection& row = TKSections()[section];
+    const uint32_t count = propagate ? row.switchCount : 1;
+    bool changed = false;
+    for (uint32_t i = 0; i < count; ++i) {
+        uint8_t* field = LiveBytes(session) + row.switchOffset[i];
+        if ((ReadAt<uint32_t>(field) != 0) == on) continue;
+        WriteAt<uint32_t>(field, on ? 1 : 0);
+        changed = true;
+    }
+    if (changed) TK_UI(session, switchesChanged);
+    return changed;
+}
+
+// --- Sliders ----------------------------------------------------------------------------------------------------------
+
+void TKInitSlider(TKSlider* slider, const TKSliderRow& row, void* base, uint32_t blockOffset, const void* defaults,
+                  TKSectionID section)
+{
+    *slider = {};
+    slider->dataBase = static_cast<uint8_t*>(base);
+    slider->dataOffset = blockOffset + row.offset;
+    slider->flags = row.flags;
+    slider->trackMin = TKTrackUnits(*slider, row.low);
+    slider->trackMax = TKTrackUnits(*slider, row.high);
+    slider->typeMin = TKTrackUnits(*slider, row.entryLow);
+    slider->typeMax = TKTrackUnits(*slider, row.entryHigh);
+    slider->defaultValue = static_cast<float>(row.neutral);
+    if (defaults) slider->defaultValue = static_cast<float>(ValueIn(*slider, static_cast<const uint8_t*>(defaults)));
+    slider->section = section;
+    slider->repaint = true;
+    slider->label = row.label;
+    slider->objectName = row.objectName;
+    if (base) TKShowSliderValue(slider, GetSliderValue(*slider));
+}
+
+BPStatus TKRegisterSlider(TKSession* session, TKSlider* slider)
+{
+    const uintptr_t dataBase = reinterpret_cast<uintptr_t>(slider->dataBase), dataOffset = slider->dataOffset;
+    BP_ASSERT(dataBase + dataOffset != 0, "TincturaUIControlsWin");
+    if (dataBase == 0) return bpParamErr;
+    TKControls& controls = session->controls;
+    if (controls.sliderCount == kTKSliderLimit) return bpMemFullErr;
+    controls.slider[controls.sliderCount++] = slider;
+    return bpNoErr;
+}
+
+void ResetTabChain(TKTabChain* chain)
+{
+    *chain = {};
+}
+
+void TKChainSlider(TKTabChain* chain, TKSlider* slider)
+{
+    slider->previous = chain->last;
+    slider->next = nullptr;
+    if (chain->last)
+        chain->last->next = slider;
+    else
+        chain->first = slider;
+    chain->last = slider;
+}
+
+void TKCloseTabChain(TKTabChain* chain)
+{
+    if (!chain->first) return;
+    chain->last->next = chain->first;
+    chain->first->previous = chain->last;
+}
+
+double GetSliderValue(const TKSlider& slider)
+{
+    return ValueIn(slider, slider.dataBase);
+}
+
+void TKShowSliderValue(TKSlider* slider, double value)
+{
+    slider->position = std::clamp(TKTrackUnits(*slider, value), slider->trackMin, slider->trackMax);
+    FormatSliderValue(*slider, value, slider->valueText, sizeof slider->valueText);
+}
+
+void FormatSliderValue(const TKSlider& slider, double value, char* text, uint32_t length)
+{
+    if (length == 0) return;
+    char* const end = text + length - 1;
+    const std::to_chars_result result = slider.flags & kTKSliderScaled
+                                            ? std::to_chars(text, end, value, std::chars_format::fixed, 2)
+                                            : std::to_chars(text, end, Saturated(std::trunc(value)));
+    *(result.ec == std::errc() ? result.ptr : text) = 0;
+}
+
+int32_t TKTrackUnits(const TKSlider& slider, double value)
+{
+    return Saturated(slider.flags & kTKSliderScaled ? value * kTrackUnit : value);
+}
+
+double TKEngineeringUnits(const TKSlider& slider, int32_t position)
+{
+    return slider.flags & kTKSliderScaled ? position / kTrackUnit : position;
+}
+
+int32_t TKThumbPixel(const TKSlider& slider, int32_t length)
+{
+    const int64_t range = int64_t{slider.trackMax} - slider.trackMin;
+    if (length <= 0 || range <= 0) return 0;
+    const int64_t along = std::clamp(int64_t{slider.position} - slider.trackMin, int64_t{0}, range);
+    return static_cast<int32_t>((along * length + range / 2) / range);
+}
+
+int32_t TKPositionAtPixel(const TKSlider& slider, int32_t pixel, int32_t length)
+{
+    if (length <= 0) return slider.trackMin;
+    const int64_t range = int64_t{slider.trackMax} - slider.trackMin;
+    const int64_t along = std::clamp(pixel, 0, length);
+    return static_cast<int32_t>(slider.trackMin + (along * range + length / 2) / length);
+}
+
+bool SetFieldFromTrack(const TKSlider& slider, int32_t position)
+{
+    const bool changed = WouldChange(slider, position);
+    if (slider.flags & kTKSliderFloat)
+        WriteAt(FieldOf(slider), FloatAt(slider, position));
+    else
+        WriteAt(FieldOf(slider), position);
+    return changed;
+}
+
+TKEffect TKSliderDrag(TKSession* session, TKSlider* slider, int32_t position)
+{
+    (void)CommitOpenEdit(session, true);
+    const TKEffect effect =
+        ApplySlider(session, slider, std::clamp(position, slider->trackMin, slider->trackMax), false);
+    if (effect.changed) session->controls.undoPending = true;
+    return effect;
+}
+
+TKEffect TKSliderWheel(TKSession* session, TKSlider* slider, int32_t delta)
+{
+    if (slider->editing) return {};
+    (void)CommitOpenEdit(session, true);
+    const int64_t turned = int64_t{slider->wheelRest} + delta;
+    const int64_t notches = turned / kWheelNotch;
+    slider->wheelRest = static_cast<int32_t>(turned - notches * kWheelNotch);
+    if (notches == 0) return {};
+    int64_t step = notches;
+    if (slider->flags & kTKSliderScaled) {
+        const double range =
+            TKEngineeringUnits(*slider, slider->trackMax) - TKEngineeringUnits(*slider, slider->trackMin);
+        step = static_cast<int64_t>(range / kNotchesPerTrack * static_cast<double>(notches) * kTrackUnit + 0.5);
+    }
+    const int64_t position = std::clamp<int64_t>(slider->position + step, slider->trackMin, slider->trackMax);
+    return ApplySlider(session, slider, static_cast<int32_t>(position), false);
+}
+
+TKEffect TKSliderValueClick(TKSession* session, TKSlider* slider, uint32_t modifiers)
+{
+    if (!(modifiers & bpControlKey)) {
+        OpenEdit(session, slider);
+        return {};
+    }
+    (void)CommitOpenEdit(session, true);
+    return ApplySlider(session, slider, TKTrackUnits(*slider, static_cast<double>(slider->defaultValue)), false);
+}
+
+// --- Text editing -----------------------------------------------------------------------------------------------------
+
+void OpenEdit(TKSession* session, TKSlider* slider)
+{
+    (void)CommitOpenEdit(session, true);
+    TKShowSliderValue(slider, GetSliderValue(*slider));
+    CopyText(slider->editText, sizeof slider->editText, slider->valueText);
+    CopyText(slider->openedText, sizeof slider->openedText, slider->valueText);
+    slider->editing = true;
+    session->controls.openSlider = slider;
+    TK_UI(session, editOpened, slider);
+}
+
+void TKSetEditText(TKSlider* slider, const char* text)
+{
+    CopyText(slider->editText, sizeof slider->editText, text);
+}
+
+bool TKEditAcceptsCharacter(uint32_t character)
+{
+    return (character >= '0' && character <= '9') || character == '-' || character == '.' || character == ',' ||
+           character == '\b';
+}
+
+TKEditAction TKEditKeyAction(uint32_t virtualKey, uint32_t modifiers)
+{
+    switch (virtualKey) {
+    case kTKKeyReturn: return tkEditCommit;
+    case kTKKeyTab: return modifiers & bpShiftKey ? tkEditPrevious : tkEditNext;
+    case kTKKeyEscape: return tkEditCancel;
+    default: return tkEditPass;
+    }
+}
+
+TKEffect TKEditKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers)
+{
+    if (session->controls.openSlider != slider) return {};
+    switch (TKEditKeyAction(virtualKey, modifiers)) {
+    case tkEditPass: return {};
+    case tkEditCommit: return CommitOpenEdit(session, true);
+    case tkEditCancel: return CommitOpenEdit(session, false);
+    case tkEditNext: {
+        const TKEffect effect = CommitOpenEdit(session, true);
+        if (slider->next) OpenEdit(session, slider->next);
+        return effect;
+    }
+    case tkEditPrevious: {
+        const TKEffect effect = CommitOpenEdit(session, true);
+        if (slider->previous) OpenEdit(session, slider->previous);
+        return effect;
+    }
+    }
+    return {};
+}
+
+TKEffect CommitOpenEdit(TKSession* session, bool apply)
+{
+    TKSlider* slider = session->controls.openSlider;
+    if (!slider) return {};
+    session->controls.openSlider = nullptr;
+    slider->editing = false;
+    TK_UI(session, editClosed, slider);
+
+    double typed = 0;
+    const bool touched = std::strcmp(slider->editText, slider->openedText) != 0;
+    if (!apply || !touched || !ParseNumber(slider->editText, &typed)) {
+        Show(session, slider);
+        return {};
+    }
+    const int32_t position = std::clamp(TKTrackUnits(*slider, typed), slider->typeMin, slider->typeMax);
+    return ApplySlider(session, slider, position, true);
+}
+
+// --- Checkboxes and popups --------------------------------------------------------------------------------------------
+
+bool TKCheckboxIsOn(const TKCheckbox& checkbox)
+{
+    return ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) != 0;
+}
+
+TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on)
+{
+    (void)CommitOpenEdit(session, true);
+    if (TKCheckboxIsOn(*checkbox) == on) return {};
+    TKCommandUndo(session);
+    WriteAt<uint32_t>(checkbox->dataBase + checkbox->dataOffset, on ? 1 : 0);
+    TK_UI(session, switchesChanged);
+    Finish(session, checkbox->section, checkbox->repaint);
+    return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = checkbox->repaint};
+}
+
+TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
+{
+    (void)CommitOpenEdit(session, true);
+    uint8_t* field = popup->dataBase + popup->dataOffset;
+    const int32_t oldValue = ReadAt<int32_t>(field);
+    int32_t newValue = index + 1;
+    if (popup->changeProc) newValue = popup->changeProc(session, popup, oldValue, newValue, popup->repaint);
+    if (newValue == oldValue) return {};
+    TKCommandUndo(session);
+    WriteAt(field, newValue);
+    Finish(session, popup->section, popup->repaint);
+    return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = popup->repaint};
+}
