@@ -80,21 +80,44 @@ def broken_seeds(folder):
     return found
 
 
+def broken_lists(folder):
+    """Sources that no build list names: not compiled, or, for headers, not compiled alone."""
+    found = []
+    names = tree.tracked(folder)
+    lists = {os.path.dirname(n): tree.text(folder, n) for n in names if os.path.basename(n) == "CMakeLists.txt"}
+    for name in names:
+        if not name.endswith(tree.SOURCE) or not name.startswith(("src/", "app/", "host/", "tests/", "bench/")):
+            continue
+        place = os.path.dirname(name)
+        while place and place not in lists:
+            place = os.path.dirname(place)
+        wanted = re.escape(os.path.relpath(name, place or "."))
+        if not re.search(r"(?<![\w./-])" + wanted + r"(?![\w./-])", lists.get(place, "")):
+            found.append(f"{name}: {place}/CMakeLists.txt does not name it")
+    return found
+
+
 class Tree(unittest.TestCase):
+    def sound(self, broken):
+        self.assertFalse(broken, "\n" + "\n".join(broken))
+
     def setUp(self):
         self.root = tree.root()
 
     def test_texts_refer_to_what_is_here(self):
-        self.assertEqual(broken_texts(self.root), [])
+        self.sound(broken_texts(self.root))
 
     def test_headers_can_be_read_twice(self):
-        self.assertEqual(broken_headers(self.root), [])
+        self.sound(broken_headers(self.root))
 
     def test_headers_begin_with_a_comment(self):
-        self.assertEqual(broken_heads(self.root), [])
+        self.sound(broken_heads(self.root))
+
+    def test_every_source_is_built(self):
+        self.sound(broken_lists(self.root))
 
     def test_every_reader_has_seeds(self):
-        self.assertEqual(broken_seeds(self.root), [])
+        self.sound(broken_seeds(self.root))
 
 
 class SelfTest(unittest.TestCase):
@@ -119,6 +142,14 @@ class SelfTest(unittest.TestCase):
         self.assertEqual(self.broken(broken_headers, {"src/a.h": "// a\n#pragma once\n", "host/a.h": guard}), [])
         self.assertEqual(len(self.broken(broken_headers, {"src/a.h": guard, "host/b.h": "// b\n"})), 2)
         self.assertEqual(len(self.broken(broken_heads, {"src/a.h": "#pragma once\n// late\n"})), 1)
+
+    def test_lists(self):
+        sound = {"src/CMakeLists.txt": "oc_library(core SOURCES A.cpp linux/B.cpp HEADERS A.h)\n", "src/A.cpp": "",
+                 "src/A.h": "", "src/linux/B.cpp": ""}
+        self.assertEqual(self.broken(broken_lists, sound), [])
+        for name in ("src/C.cpp", "src/B.cpp", "src/linux/A.cpp", "src/A.c", "host/A.cpp"):
+            with self.subTest(name=name):
+                self.assertEqual(len(self.broken(broken_lists, sound | {name: ""})), 1)
 
     def test_seeds(self):
         sound = {"fuzz/Block_fuzz.cpp": "", "fuzz/corpora/Block/a": "x", "fuzz/CMakeLists.txt": "oc_fuzz(Block S x)"}
