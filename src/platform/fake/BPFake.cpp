@@ -25,16 +25,13 @@ struct OpenStore {
     BPFakeStore before; // as it was at begin
 };
 
-struct Connection {
-    uint32_t releasesBefore = 0; // the connection has ended when there were more
-};
-
 struct Handles {
     uint64_t last = 0;
     std::map<uint64_t, std::pair<std::string, BPFakeBlock>> mappings;
     std::map<uint64_t, uint32_t> watches;
     std::map<uint64_t, OpenStore> stores;
-    std::map<uint64_t, Connection> connections;
+    std::map<uint64_t, uint32_t> connections; // requestEnds when it was made: more since then have ended it
+    uint32_t requestEnds = 0;                 // releases, and closings of the channel
     uint64_t channel = 0;
 };
 
@@ -202,6 +199,7 @@ void ChannelRelease(BPFrameChannel* channel)
     Enter(bpFakeChannelRelease);
     if (channel->handle == 0 || channel->handle != gHandles.channel) return;
     gBPFake.releases++;
+    gHandles.requestEnds++;
     gBPFake.messages.clear();
 }
 
@@ -212,8 +210,7 @@ void ChannelClose(BPFrameChannel* channel)
         gBPFake.channelName.clear();
         gBPFake.messages.clear();
         gHandles.channel = 0;
-        for (auto& [handle, connection] : gHandles.connections) connection.releasesBefore = 0;
-        gBPFake.releases++;
+        gHandles.requestEnds++;
     }
     channel->handle = 0;
 }
@@ -225,13 +222,13 @@ BPStatus ChannelConnect(const char* name, BPFrameConnection* connection)
     if (!IsPlainName(name)) return bpParamErr;
     if (gBPFake.channelName != name) return bpFileNotFoundErr;
     connection->handle = ++gHandles.last;
-    gHandles.connections[connection->handle] = {.releasesBefore = gBPFake.releases};
+    gHandles.connections[connection->handle] = gHandles.requestEnds;
     return bpNoErr;
 }
 
 bool HasEnded(const BPFrameConnection* connection)
 {
-    return gBPFake.releases > gHandles.connections[connection->handle].releasesBefore;
+    return gHandles.requestEnds > gHandles.connections[connection->handle];
 }
 
 BPStatus ChannelSend(BPFrameConnection* connection, uint32_t dataWord, const void* bytes, uint32_t byteCount)

@@ -182,8 +182,8 @@ void BPFakeReset();
 /// Sends the log and the reports to gBPFake until the next reset.
 void BPFakeCaptureLog();
 
-/// Makes a block as a host would, without counting a call, and returns its bytes. An existing one is replaced; mappings of
-/// that one live on.
+/// Makes a block as a host would, without counting a call, and returns its bytes. An existing one is replaced; its
+/// mappings live on.
 uint8_t* BPFakeMakeBlock(const char* name, uint64_t byteCount);
 
 /// True when bytes of the block differ from what they were when a mapping of it was last closed: somebody wrote to it

@@ -117,12 +117,13 @@ BPStatus MapFile(int file, uint64_t byteCount, BPSharedMemory* memory)
 /// Reserves the memory now: a full memory shall be an error here and not a fault later.
 BPStatus Reserve(int file, uint64_t byteCount)
 {
-    int failed = EINTR;
-    while (failed == EINTR) failed = posix_fallocate(file, 0, static_cast<off_t>(byteCount));
+    // Not posix_fallocate: where the file system cannot reserve, that one writes to every block instead.
+    int failed = -1;
+    do {
+        failed = fallocate(file, 0, 0, static_cast<off_t>(byteCount));
+    } while (failed != 0 && errno == EINTR);
     if (failed == 0) return bpNoErr;
-    if (failed == EOPNOTSUPP || failed == EINVAL) {
-        return ftruncate(file, static_cast<off_t>(byteCount)) == 0 ? bpNoErr : bpMemFullErr;
-    }
+    if (errno == EOPNOTSUPP && ftruncate(file, static_cast<off_t>(byteCount)) == 0) return bpNoErr;
     return bpMemFullErr;
 }
 
