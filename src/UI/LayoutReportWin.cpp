@@ -1,0 +1,68 @@
+// The layout report.
+#include "src/UI/LayoutReportWin.h"
+
+#include "src/UI/UIHorizTabWin.h"
+#include "src/UI/UISliderWin.h"
+#include "src/UI/UITransportWin.h"
+#include "src/platform/BPFiles.h"
+#include "src/platform/BPLog.h"
+
+#include <QTextStream>
+
+namespace {
+
+QString ReportPath()
+{
+    return qEnvironmentVariable("OCHRINE_LAYOUT_FILE");
+}
+
+void WriteLine(QTextStream& out, const QWidget* widget, const QString& name, const QRect& rect)
+{
+    const qreal ratio = widget->devicePixelRatioF();
+    const QPoint origin = widget->mapToGlobal(rect.topLeft());
+    // The name may hold spaces; the four numbers are the last words of the line.
+    out << name << ' ' << qRound(origin.x() * ratio) << ' ' << qRound(origin.y() * ratio) << ' '
+        << qRound(rect.width() * ratio) << ' ' << qRound(rect.height() * ratio) << '\n';
+}
+
+void WriteParts(QTextStream& out, const QWidget* widget)
+{
+    if (const auto* slider = dynamic_cast<const UISliderWin*>(widget)) {
+        WriteLine(out, widget, widget->objectName() + QStringLiteral(".track"), slider->trackRect());
+        WriteLine(out, widget, widget->objectName() + QStringLiteral(".value"), slider->valueRect());
+    } else if (const auto* tabs = dynamic_cast<const UIHorizTabWin*>(widget)) {
+        for (int i = 0; i < tabs->tabCount(); ++i) {
+            WriteLine(out, widget, tabs->tabName(i), tabs->tabRect(i));
+            if (!tabs->switchRect(i).isEmpty())
+                WriteLine(out, widget, tabs->tabName(i) + QStringLiteral(".switch"), tabs->switchRect(i));
+        }
+    } else if (const auto* transport = dynamic_cast<const UITransportWin*>(widget)) {
+        for (int part = 0; part < UITransportWin::kPartCount; ++part)
+            WriteLine(out, widget, UITransportWin::partName(part), transport->partRect(part));
+        WriteLine(out, widget, QStringLiteral("transport_scrub"), transport->scrubRect());
+    }
+}
+
+} // namespace
+
+bool UILayoutReportWanted()
+{
+    return !ReportPath().isEmpty();
+}
+
+void UIReportLayout(QWidget* window)
+{
+    QString text;
+    QTextStream out(&text);
+    WriteLine(out, window, window->objectName(), window->rect());
+    for (const QWidget* widget : window->findChildren<QWidget*>()) {
+        if (!widget->isVisible() || widget->objectName().isEmpty() || widget->objectName().startsWith(u"qt_")) continue;
+        WriteLine(out, widget, widget->objectName(), widget->rect());
+        WriteParts(out, widget);
+    }
+    out.flush();
+    const QByteArray bytes = text.toUtf8();
+    const QByteArray path = ReportPath().toLocal8Bit();
+    if (BPWriteFile(path.constData(), bytes.constData(), static_cast<size_t>(bytes.size())) != bpNoErr)
+        BPDebugLog("The layout report could not be written\n");
+}

@@ -1,0 +1,173 @@
+// The windows of the application: what the logic asks, done with Qt.
+#include "src/UI/TKWindowsWin.h"
+
+#include "src/UI/TincturaMainWin.h"
+#include "src/UI/UISplashWin.h"
+#include "src/UI/UIStyleWin.h"
+#include "src/support/TKStartup.h"
+
+#include <QCoreApplication>
+
+/// The functions of the record; each knows its window by the context.
+struct TKWindowsCalls {
+    static TKWindowsWin& Self(void* context) { return *static_cast<TKWindowsWin*>(context); }
+    static TincturaMainWin* Main(void* context) { return Self(context).main_.get(); }
+
+    static void ShowSplash(void* context)
+    {
+        Self(context).splash_ = std::make_unique<UISplashWin>();
+        Self(context).splash_->show();
+        Self(context).splash_->showStep({});
+    }
+    static void SplashStep(void* context, uint32_t, const char* text)
+    {
+        if (auto& splash = Self(context).splash_) splash->showStep(QString::fromUtf8(text));
+    }
+    static void HideSplash(void* context) { Self(context).splash_.reset(); }
+
+    static BPStatus BuildMainWindow(void* context, TKSession* session)
+    {
+        TKWindowsWin& self = Self(context);
+        BPStatus error = bpNoErr;
+        self.main_ = std::make_unique<TincturaMainWin>(session, &error);
+        return error;
+    }
+    static void ShowMainWindow(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) {
+            window->showMaximized();
+            window->activateWindow();
+        }
+    }
+    static void RaiseMainWindow(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) {
+            window->raise();
+            window->activateWindow();
+        }
+    }
+    static void HideMainWindow(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->hide();
+    }
+    static void CloseMainWindow(void* context)
+    {
+        if (TincturaMainWin* window = Main(context))
+            QMetaObject::invokeMethod(
+                window, [window] { window->close(); }, Qt::QueuedConnection);
+        else
+            QCoreApplication::quit();
+    }
+    static void QuitLoop(void*) { QCoreApplication::quit(); }
+    static void StartTimer(void* context, uint32_t periodMs)
+    {
+        TKWindowsWin& self = Self(context);
+        self.timer_.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&self.timer_, &QTimer::timeout, &self.timer_, [&self] { TKTick(self.session_); });
+        self.timer_.start(static_cast<int>(periodMs));
+    }
+    static void EnableMenus(void* context, bool enable)
+    {
+        if (TincturaMainWin* window = Main(context)) window->enableMenus(enable);
+    }
+    static void PaletteChanged(void* context)
+    {
+        UIApplyPalette(Self(context).session_->palette);
+        if (TincturaMainWin* window = Main(context)) window->applyPalette();
+    }
+    static void SurfacesReplaced(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
+    }
+    static void PixelAspectChanged(void* context, float) { SurfacesReplaced(context); }
+    static void RefreshSource(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->sourceChanged();
+    }
+    static void RefreshResult(void* context, bool)
+    {
+        if (TincturaMainWin* window = Main(context)) window->resultChanged();
+    }
+    static void RefreshDisplays(void* context, bool)
+    {
+        if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
+    }
+    static void SetPositionText(void* context, const char* text)
+    {
+        if (TincturaMainWin* window = Main(context)) window->setPositionText(QString::fromUtf8(text));
+    }
+    static void PlayingChanged(void* context, bool)
+    {
+        if (TincturaMainWin* window = Main(context)) window->playingChanged();
+    }
+
+    static UISliderWin* SliderOf(void* context, const TKSlider* slider)
+    {
+        TincturaMainWin* window = Main(context);
+        return window ? window->sliderOf(slider) : nullptr;
+    }
+    static void SliderChanged(void* context, TKSlider* slider)
+    {
+        if (UISliderWin* window = SliderOf(context, slider)) window->showValue();
+    }
+    static void EditOpened(void* context, TKSlider* slider)
+    {
+        if (UISliderWin* window = SliderOf(context, slider)) window->showEdit();
+    }
+    static void EditClosed(void* context, TKSlider* slider)
+    {
+        if (UISliderWin* window = SliderOf(context, slider)) {
+            window->hideEdit();
+            Main(context)->setFocus();
+        }
+    }
+    static void SwitchesChanged(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->tools()->switchesChanged();
+    }
+    static void UpdateOtherControls(void* context, const OCSettings*, uint32_t, uint32_t, const OCSettings*, bool)
+    {
+        SwitchesChanged(context);
+    }
+};
+
+TKWindowsWin::TKWindowsWin() = default;
+TKWindowsWin::~TKWindowsWin() = default;
+
+void TKWindowsWin::dispose()
+{
+    timer_.stop();
+    splash_.reset();
+    main_.reset();
+}
+
+TKUserInterface TKWindowsWin::interface()
+{
+    TKUserInterface ui = {};
+    ui.context = this;
+    ui.showSplash = TKWindowsCalls::ShowSplash;
+    ui.splashStep = TKWindowsCalls::SplashStep;
+    ui.hideSplash = TKWindowsCalls::HideSplash;
+    ui.buildMainWindow = TKWindowsCalls::BuildMainWindow;
+    ui.showMainWindow = TKWindowsCalls::ShowMainWindow;
+    ui.raiseMainWindow = TKWindowsCalls::RaiseMainWindow;
+    ui.hideMainWindow = TKWindowsCalls::HideMainWindow;
+    ui.closeMainWindow = TKWindowsCalls::CloseMainWindow;
+    ui.quitLoop = TKWindowsCalls::QuitLoop;
+    ui.startTimer = TKWindowsCalls::StartTimer;
+    ui.enableMenus = TKWindowsCalls::EnableMenus;
+    ui.paletteChanged = TKWindowsCalls::PaletteChanged;
+    ui.surfacesReplaced = TKWindowsCalls::SurfacesReplaced;
+    ui.pixelAspectChanged = TKWindowsCalls::PixelAspectChanged;
+    ui.refreshSource = TKWindowsCalls::RefreshSource;
+    ui.refreshResult = TKWindowsCalls::RefreshResult;
+    ui.refreshDisplays = TKWindowsCalls::RefreshDisplays;
+    ui.setPositionText = TKWindowsCalls::SetPositionText;
+    ui.playingChanged = TKWindowsCalls::PlayingChanged;
+    ui.sliderChanged = TKWindowsCalls::SliderChanged;
+    ui.editOpened = TKWindowsCalls::EditOpened;
+    ui.editClosed = TKWindowsCalls::EditClosed;
+    ui.switchesChanged = TKWindowsCalls::SwitchesChanged;
+    ui.updateOtherControls = TKWindowsCalls::UpdateOtherControls;
+    return ui;
+}

@@ -1,0 +1,37 @@
+// The windows of the application behind the record of functions through which the logic asks for them.
+#pragma once
+
+#include "src/support/TKSession.h"
+
+#include <QTimer>
+#include <memory>
+
+class TincturaMainWin;
+class UISplashWin;
+
+class TKWindowsWin {
+  public:
+    TKWindowsWin();
+    ~TKWindowsWin();
+    TKWindowsWin(const TKWindowsWin&) = delete;
+    TKWindowsWin& operator=(const TKWindowsWin&) = delete;
+
+    /// The functions, with this object as their context.
+    TKUserInterface interface();
+
+    /// The session that the windows show; before its start-up.
+    void setSession(TKSession* session) { session_ = session; }
+
+    /// Destroys all windows and stops the timer; the session may go afterwards.
+    void dispose();
+
+    TincturaMainWin* mainWindow() const { return main_.get(); }
+
+  private:
+    friend struct TKWindowsCalls;
+    TKSession* session_ = nullptr;
+    std::unique_ptr<UISplashWin> splash_;
+    std::unique_ptr<TincturaMainWin> main_;
+    QTimer timer_;
+    bool menusEnabled_ = true;
+};

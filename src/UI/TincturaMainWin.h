@@ -1,0 +1,50 @@
+// The main window: menu bar, session buttons, picture with transport, settings area.
+#pragma once
+
+#include "src/UI/ToolPanesWin.h"
+#include "src/UI/UIImagePaneWin.h"
+#include "src/UI/UITransportWin.h"
+
+#include <QMenuBar>
+
+class TincturaMainWin : public QWidget {
+  public:
+    /// Builds everything, hidden. `error` receives the first failure.
+    TincturaMainWin(TKSession* session, BPStatus* error);
+
+    void resultChanged();
+    void sourceChanged();
+    void surfacesReplaced();
+    void setPositionText(const QString& text);
+    void playingChanged();
+    void enableMenus(bool enable);
+    void applyPalette();
+    UISliderWin* sliderOf(const TKSlider* slider) const { return tools_->sliderOf(slider); }
+    ToolAreaWin* tools() const { return tools_; }
+
+    /// Offers a key press as the message loop does: accelerators, then transport keys. True when it is consumed.
+    bool offerKey(const QKeyEvent& event);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void buildMenus();
+    void updateMenuState();
+    void showView(int index);
+    void reportLayout();
+
+    TKSession* session_;
+    QMenuBar* menus_;
+    std::vector<std::pair<uint32_t, QAction*>> actions_; ///< by command
+    std::vector<QPushButton*> buttons_;                  ///< from the right
+    UIHorizTabWin* views_;
+    UIImagePaneWin* picture_;
+    UITransportWin* transport_;
+    ToolAreaWin* tools_;
+};

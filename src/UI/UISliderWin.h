@@ -1,0 +1,57 @@
+// The slider's window: it turns events into gestures and paints the record. It keeps no value.
+#pragma once
+
+#include "src/support/TKSession.h"
+
+#include <QLineEdit>
+#include <QWidget>
+
+/// The text edit that a slider shows while its value is typed.
+class UISliderEditWin : public QLineEdit {
+  public:
+    UISliderEditWin(TKSession* session, TKSlider* slider, QWidget* parent);
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
+
+  private:
+    TKSession* session_;
+    TKSlider* slider_;
+};
+
+class UISliderWin : public QWidget {
+  public:
+    /// Session and slider must outlive the widget. The object name is the parameter's key.
+    UISliderWin(TKSession* session, TKSlider* slider, const QString& name, QWidget* parent);
+
+    TKSlider* slider() const { return slider_; }
+    void showValue(); ///< the record changed
+    void showEdit();  ///< opens the edit with the record's text, all selected
+    void hideEdit();
+    QRect trackRect() const; ///< where the thumb's centre travels
+    QRect valueRect() const;
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    QRect thumbRect() const;
+
+    TKSession* session_;
+    TKSlider* slider_;
+    UISliderEditWin* edit_;
+    bool dragging_ = false;
+    int grabOffset_ = 0; ///< pointer minus thumb when the thumb was taken
+};
