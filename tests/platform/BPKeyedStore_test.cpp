@@ -257,6 +257,7 @@ TEST_F(BPKeyedStoreOnLinux, TwoProcessesDoNotLoseEachOthersWrites)
             if (Ops().writeNumber(&mine, "count", value + 1) != bpNoErr) return 4;
             if (Ops().commit(&mine) != bpNoErr) return 5;
             if (Ops().writeNumber(&mine, own, round) != bpNoErr) return 6;
+            usleep(300);
         }
         Ops().close(&mine);
         return 0;

@@ -211,6 +211,8 @@ TEST_F(BPProcessOnLinux, RunningChildIsNotReaped)
 
 TEST_F(BPProcessOnLinux, MissingProgramsAreTold)
 {
+    const std::string path = getenv("PATH") != nullptr ? getenv("PATH") : "";
+    setenv("PATH", "/usr/bin:/bin", 1); // a folder that we may not search would be the error
     uint32_t process = 5;
     EXPECT_EQ(Spawn({"no-such-program-of-ours"}, &process), bpFileNotFoundErr);
     EXPECT_EQ(process, 0u);
@@ -219,6 +221,7 @@ TEST_F(BPProcessOnLinux, MissingProgramsAreTold)
     EXPECT_EQ(Spawn({Path("plain").c_str()}, &process), bpPermissionErr);
     EXPECT_EQ(Spawn({}, &process), bpParamErr);
     EXPECT_EQ(Ops().spawn(nullptr, &process), bpParamErr);
+    setenv("PATH", path.c_str(), 1);
 }
 
 TEST_F(BPProcessOnLinux, ChildrenStartWithCleanSignals)
