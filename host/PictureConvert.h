@@ -1,0 +1,58 @@
+// Decoded pictures to host pixels, and planes of a graded frame to pictures for an encoder.
+#pragma once
+
+#include "host/ClipSource.h"
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+struct SwsContext;
+
+/// Keeps what swscale has set up between two pictures of the same kind.
+class PictureConverter {
+  public:
+    PictureConverter() = default;
+    ~PictureConverter();
+    PictureConverter(const PictureConverter&) = delete;
+    PictureConverter& operator=(const PictureConverter&) = delete;
+
+    /// The format in which pictures of this kind are handed over: pixFormatARGB8 for components of up to 8 bits,
+    /// otherwise pixFormatRGBA32_Float. False for pictures that cannot be converted.
+    static bool FormatFor(int avPixelFormat, FBPixelFormat* format);
+
+    /// The matrix of a picture; one that does not say is 601 up to 576 rows and 709 above.
+    static ClipMatrix MatrixOf(const AVFrame* picture);
+
+    /// Converts with the picture's own matrix and range. Float keeps what lies outside 0 to 1; alpha is 1.
+    ///
+    /// format     one of those of FormatFor, whatever the picture has
+    /// pixels     the picture's width x height, rows rowBytes apart
+    ///
+    /// bpParamErr for a picture that cannot be converted, bpMemFullErr.
+    BPStatus ToPixels(const AVFrame* picture, FBPixelFormat format, uint8_t* pixels, uint32_t rowBytes);
+
+  private:
+    BPStatus Scale(const AVFrame* picture, int targetFormat, uint8_t* pixels, uint32_t rowBytes);
+
+    SwsContext* scaler_ = nullptr;
+    int scalerKey_[6] = {};
+};
+
+/// Y'CbCr 4:2:2 of 10 bits, video range, of a frame in format 203 of the picture's size: rounded, cut to 4 to 1019;
+/// chroma sits on the even columns and is weighted 1-2-1. A NaN counts as black.
+///
+/// picture    AV_PIX_FMT_YUV422P10LE with its memory
+void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, AVFrame* picture);
+
+/// R, G, B as big-endian words of 16 bits, rounded and cut to 0 to 65,535: AV_PIX_FMT_RGB48BE.
+void PictureFromFrame48(const FBFrame& frame, AVFrame* picture);
+
+/// R, G, B as they are, planes G, B, R: AV_PIX_FMT_GBRPF32LE.
+void PictureFromFrameFloat(const FBFrame& frame, AVFrame* picture);
+
+/// Red and blue weight of a matrix.
+struct LumaWeights {
+    double red, blue;
+};
+LumaWeights WeightsOf(ClipMatrix matrix);
