@@ -71,6 +71,9 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
     session->transport[kTKTransportLeft].visible = true;
     tools_ = new ToolAreaWin(session, this, error);
     tools_->setObjectName(QStringLiteral("tools"));
+    layoutTimer_.setSingleShot(true);
+    layoutTimer_.setInterval(20);
+    connect(&layoutTimer_, &QTimer::timeout, this, [this] { UIReportLayout(this); });
     qApp->installEventFilter(this);
 }
 
@@ -174,13 +177,19 @@ bool TincturaMainWin::offerKey(const QKeyEvent& event)
 
 bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
 {
+    if (UILayoutReportWanted() && (event->type() == QEvent::Show || event->type() == QEvent::Resize))
+        layoutTimer_.start();
     if (event->type() == QEvent::KeyPress && isActiveWindow() && !QApplication::activePopupWidget() &&
         !QApplication::activeModalWidget() && watched->isWidgetType()) {
-        auto* widget = static_cast<QWidget*>(watched);
-        // The event climbs from the focus to the window; it is offered where it starts.
-        const bool starts = widget == QApplication::focusWidget() || (!QApplication::focusWidget() && widget == this);
-        if (starts && widget->window() == this && offerKey(*static_cast<QKeyEvent*>(event))) return true;
+        // The event climbs from where it starts to the window; it is offered once.
+        const auto& key = *static_cast<QKeyEvent*>(event);
+        const bool isNew = offeredKey_ != event || offeredTime_ != key.timestamp() || offeredCode_ != key.key();
+        offeredKey_ = event;
+        offeredTime_ = key.timestamp();
+        offeredCode_ = key.key();
+        if (isNew && static_cast<QWidget*>(watched)->window() == this && offerKey(key)) return true;
     }
+    if (event->type() == QEvent::KeyRelease) offeredKey_ = nullptr;
     return QWidget::eventFilter(watched, event);
 }
 
@@ -209,12 +218,6 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
     transport_->setGeometry(0, transportTop, width(), UITransportWin::kHeight);
     views_->setGeometry(kEdge, menuHeight + (kTopBarHeight - UIHorizTabWin::kHeight), 300, UIHorizTabWin::kHeight);
     picture_->setGeometry(kEdge, top + 4, width() - 2 * kEdge, transportTop - top - 8);
-    reportLayout();
-}
-
-void TincturaMainWin::reportLayout()
-{
-    if (UILayoutReportWanted()) QTimer::singleShot(0, this, [this] { UIReportLayout(this); });
 }
 
 void TincturaMainWin::closeEvent(QCloseEvent* event)

@@ -6,6 +6,7 @@
 #include "src/UI/UITransportWin.h"
 
 #include <QMenuBar>
+#include <QTimer>
 
 class TincturaMainWin : public QWidget {
   public:
@@ -37,7 +38,6 @@ class TincturaMainWin : public QWidget {
     void buildMenus();
     void updateMenuState();
     void showView(int index);
-    void reportLayout();
 
     TKSession* session_;
     QMenuBar* menus_;
@@ -47,4 +47,8 @@ class TincturaMainWin : public QWidget {
     UIImagePaneWin* picture_;
     UITransportWin* transport_;
     ToolAreaWin* tools_;
+    const QEvent* offeredKey_ = nullptr; ///< the key press that was offered last, compared and never read
+    quint64 offeredTime_ = 0;
+    int offeredCode_ = 0;
+    QTimer layoutTimer_; ///< gathers changes of the layout for its report
 };
