@@ -7,7 +7,7 @@
 
 namespace {
 
-BPStatus create(uint32_t width, uint32_t height, uint32_t depth, ScopeSurface* surface)
+BPStatus Create(uint32_t width, uint32_t height, uint32_t depth, ScopeSurface* surface)
 {
     *surface = {};
     if (width == 0 || height == 0 || width > kScopeSurfaceSideLimit || height > kScopeSurfaceSideLimit)
@@ -30,12 +30,12 @@ BPStatus create(uint32_t width, uint32_t height, uint32_t depth, ScopeSurface* s
 
 BPStatus ScopeSurfaceCreate(uint32_t width, uint32_t height, ScopeSurface* surface)
 {
-    return create(width, height, 32, surface);
+    return Create(width, height, 32, surface);
 }
 
 BPStatus ScopeSurfaceCreateMask(uint32_t width, uint32_t height, ScopeSurface* surface)
 {
-    return create(width, height, 1, surface);
+    return Create(width, height, 1, surface);
 }
 
 void ScopeSurfaceDispose(ScopeSurface* surface)

@@ -10,7 +10,7 @@ namespace {
 
 struct Divisors {
     int64_t second, seconds10, minutes1, minutes10, hours1, hours10; // frames in one unit of each digit
-    char separator;
+    char separator; // before the frames; the other fields are parted by colons
 };
 
 struct Family {
@@ -28,7 +28,7 @@ constexpr Family kFamilies[] = {
     {5994, 6000, false, {60, 600, 3600, 36000, 216000, 2160000, ':'}},
 };
 
-Divisors divisorsOf(uint32_t rate, bool drop)
+Divisors DivisorsOf(uint32_t rate, bool drop)
 {
     for (const Family& family : kFamilies)
         if ((rate == family.rateA || rate == family.rateB) && drop == family.drop) return family.divisors;
@@ -37,7 +37,7 @@ Divisors divisorsOf(uint32_t rate, bool drop)
 }
 
 /// Takes as many units as fit off `rest`. A unit of no frames takes nothing.
-int64_t takeDigit(int64_t* rest, int64_t unit)
+int64_t TakeDigit(int64_t* rest, int64_t unit)
 {
     if (unit == 0) return 0;
     const int64_t digit = *rest / unit;
@@ -45,23 +45,23 @@ int64_t takeDigit(int64_t* rest, int64_t unit)
     return digit;
 }
 
-char character(int64_t digit)
+char Character(int64_t digit)
 {
     return static_cast<char>(static_cast<unsigned char>('0' + digit)); // values outside 0 to 9 are not guarded
 }
 
-void writeTimecode(int64_t rest, const Divisors& unit, char* text)
+void WriteTimecode(int64_t rest, const Divisors& unit, char* text)
 {
-    const int64_t hours10Digit = takeDigit(&rest, unit.hours10);
-    const int64_t hours1Digit = takeDigit(&rest, unit.hours1);
-    const int64_t minutes10Digit = takeDigit(&rest, unit.minutes10);
-    const int64_t minutes1Digit = takeDigit(&rest, unit.minutes1);
-    const int64_t seconds10Digit = takeDigit(&rest, unit.seconds10);
-    const int64_t seconds1Digit = takeDigit(&rest, unit.second);
-    const char written[] = {character(hours10Digit),   character(hours1Digit),   unit.separator,
-                            character(minutes10Digit), character(minutes1Digit), unit.separator,
-                            character(seconds10Digit), character(seconds1Digit), unit.separator,
-                            character(rest / 10),      character(rest % 10),     0};
+    const int64_t hours10Digit = TakeDigit(&rest, unit.hours10);
+    const int64_t hours1Digit = TakeDigit(&rest, unit.hours1);
+    const int64_t minutes10Digit = TakeDigit(&rest, unit.minutes10);
+    const int64_t minutes1Digit = TakeDigit(&rest, unit.minutes1);
+    const int64_t seconds10Digit = TakeDigit(&rest, unit.seconds10);
+    const int64_t seconds1Digit = TakeDigit(&rest, unit.second);
+    const char written[] = {Character(hours10Digit),   Character(hours1Digit),   ':',
+                            Character(minutes10Digit), Character(minutes1Digit), ':',
+                            Character(seconds10Digit), Character(seconds1Digit), unit.separator,
+                            Character(rest / 10),      Character(rest % 10),     0};
     for (const char c : written) *text++ = c;
 }
 
@@ -79,12 +79,12 @@ void BPFramesToTimecodeCString(int32_t frame, uint32_t frameRate100, uint32_t di
         if (length < 12) return;
         BP_ASSERT(frameRate100 != 0, "BPTimecode");
         if (frameRate100 == 0) return;
-        const Divisors unit = divisorsOf(frameRate100, dropFlag == kBPDropFrame);
+        const Divisors unit = DivisorsOf(frameRate100, dropFlag == kBPDropFrame);
         const int64_t hours10 = unit.hours10, hours1 = unit.hours1, minutes10 = unit.minutes10;
         const int64_t minutes1 = unit.minutes1, seconds10 = unit.seconds10, seconds1 = unit.second;
         BP_ASSERT(hours10 != 0 && hours1 != 0 && minutes10 != 0 && minutes1 != 0 && seconds10 != 0 && seconds1 != 0,
                   "BPTimecode");
-        writeTimecode(frame, unit, text);
+        WriteTimecode(frame, unit, text);
         return;
     }
     case bpTimeFrames: std::snprintf(text, length, "%05lld", shown); return;

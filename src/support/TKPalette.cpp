@@ -19,7 +19,7 @@ constexpr uint32_t kTextEntries[] = {19, 20, 28, 29, 37, 38};
 constexpr uint32_t kMutedEntries[] = {0, 1, 2, 3, 4, 6, 7, 8, 9, 10};
 constexpr double kDarkBelow = 36044.25; // 0.55 of full scale
 
-uint16_t scaled(uint16_t channel, uint32_t factor)
+uint16_t Scaled(uint16_t channel, uint32_t factor)
 {
     double level = static_cast<double>(channel) * factor / 65536.0;
     if (level > 65535.0) level = 65535.0;
@@ -27,17 +27,17 @@ uint16_t scaled(uint16_t channel, uint32_t factor)
     return level >= 65535.0 ? uint16_t{65535} : static_cast<uint16_t>(level);
 }
 
-uint16_t inverted(uint16_t channel)
+uint16_t Inverted(uint16_t channel)
 {
     return static_cast<uint16_t>(65535 - channel);
 }
 
-double lumaOf(TKColor color)
+double LumaOf(TKColor color)
 {
     return (0.299 * color.red + 0.587 * color.green + 0.114 * color.blue) / 65535.0;
 }
 
-uint16_t fromUnit(double level)
+uint16_t FromUnit(double level)
 {
     const double rounded = level * 65535.0 + 0.5;
     if (!(rounded > 0)) return 0;
@@ -49,7 +49,7 @@ uint16_t fromUnit(double level)
 void PrepareUIPalette(TKPalette* palette, uint32_t uiBrightness)
 {
     for (uint32_t i = 0; i < kTKGreyCount; ++i) {
-        const uint16_t level = scaled(kGreyLevels[i], uiBrightness);
+        const uint16_t level = Scaled(kGreyLevels[i], uiBrightness);
         palette->grey[i] = {level, level, level};
     }
     const TKColor panel = palette->grey[kTKGreyPanel];
@@ -57,7 +57,7 @@ void PrepareUIPalette(TKPalette* palette, uint32_t uiBrightness)
     if (mean >= kDarkBelow) return;
     for (const uint32_t i : kTextEntries) {
         TKColor& text = palette->grey[i];
-        text = {inverted(text.red), inverted(text.green), inverted(text.blue)};
+        text = {Inverted(text.red), Inverted(text.green), Inverted(text.blue)};
     }
 }
 
@@ -65,14 +65,14 @@ void PrepareAccentTable(TKPalette* palette, uint32_t uiSaturation)
 {
     for (uint32_t i = 0; i < kTKAccentCount; ++i) palette->accent[i] = kAccents[i];
     for (const uint32_t i : kMutedEntries) palette->accent[i] = DesaturateColor(kAccents[i], uiSaturation);
-    const uint16_t grey = fromUnit(lumaOf(palette->accent[3]));
+    const uint16_t grey = FromUnit(LumaOf(palette->accent[3]));
     palette->accent[5] = {grey, grey, grey};
 }
 
 TKColor DesaturateColor(TKColor color, uint32_t factor)
 {
     const double f = factor / 65536.0;
-    const double grey = (1.0 - f) * lumaOf(color);
-    return {fromUnit(f * (color.red / 65535.0) + grey), fromUnit(f * (color.green / 65535.0) + grey),
-            fromUnit(f * (color.blue / 65535.0) + grey)};
+    const double grey = (1.0 - f) * LumaOf(color);
+    return {FromUnit(f * (color.red / 65535.0) + grey), FromUnit(f * (color.green / 65535.0) + grey),
+            FromUnit(f * (color.blue / 65535.0) + grey)};
 }

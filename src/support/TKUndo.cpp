@@ -8,17 +8,17 @@
 
 namespace {
 
-bool isUsable(const TKUndoRing* ring)
+bool IsUsable(const TKUndoRing* ring)
 {
     return ring && ring->undoSlotCount != 0;
 }
 
-OCSettings& slotOf(TKUndoRing* ring)
+OCSettings& SlotOf(TKUndoRing* ring)
 {
     return ring->undoRecords[ring->undoHead % ring->undoSlotCount];
 }
 
-void raiseAvailable(TKUndoRing* ring)
+void RaiseAvailable(TKUndoRing* ring)
 {
     ring->undoAvailable = std::min(ring->undoAvailable + 1, ring->undoSlotCount - 1);
 }
@@ -59,23 +59,23 @@ void UndoReset(TKUndoRing* ring)
 
 void UndoPush(TKUndoRing* ring, const OCSettings& settings)
 {
-    if (!isUsable(ring)) return;
-    slotOf(ring) = settings;
+    if (!IsUsable(ring)) return;
+    SlotOf(ring) = settings;
     ++ring->undoHead;
     ring->undoTop = ring->undoHead;
-    raiseAvailable(ring);
+    RaiseAvailable(ring);
 }
 
 void UndoStore(TKUndoRing* ring, const OCSettings& settings)
 {
-    if (isUsable(ring)) slotOf(ring) = settings;
+    if (IsUsable(ring)) SlotOf(ring) = settings;
 }
 
 bool UndoStepBack(TKUndoRing* ring, OCSettings* settings)
 {
     if (!UndoCanStepBack(ring)) return false;
     --ring->undoHead;
-    *settings = slotOf(ring);
+    *settings = SlotOf(ring);
     --ring->undoAvailable;
     return true;
 }
@@ -84,17 +84,17 @@ bool UndoStepForward(TKUndoRing* ring, OCSettings* settings)
 {
     if (!UndoCanStepForward(ring)) return false;
     ++ring->undoHead;
-    *settings = slotOf(ring);
-    raiseAvailable(ring);
+    *settings = SlotOf(ring);
+    RaiseAvailable(ring);
     return true;
 }
 
 bool UndoCanStepBack(const TKUndoRing* ring)
 {
-    return isUsable(ring) && ring->undoAvailable > 0;
+    return IsUsable(ring) && ring->undoAvailable > 0;
 }
 
 bool UndoCanStepForward(const TKUndoRing* ring)
 {
-    return isUsable(ring) && ring->undoHead != ring->undoTop;
+    return IsUsable(ring) && ring->undoHead != ring->undoTop;
 }

@@ -288,8 +288,10 @@ bool TKHostIsAlive(const TKSession* session)
     if (session->hostWatch.handle != 0) return process.isAlive(&session->hostWatch);
     BPProcessWatch watch = {};
     const BPStatus err = process.watch(session->hostProcessID, &watch);
-    if (err == bpNoErr) process.unwatch(&watch);
-    return err != bpNotFoundErr;
+    if (err != bpNoErr) return err != bpNotFoundErr; // what cannot be watched is taken as alive
+    const bool alive = process.isAlive(&watch);
+    process.unwatch(&watch);
+    return alive;
 }
 
 BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block)

@@ -1,0 +1,433 @@
+// The frame of the block and the frames of requests, down to pixels.
+#include "tests/support/TKTestSession.h"
+
+#include <cmath>
+
+namespace {
+
+class TKFrameIntake : public TKSessionTest {
+  protected:
+    void AttachOnly()
+    {
+        host_.Make();
+        ASSERT_EQ(TKAttachHost(session_), tkAttached);
+    }
+
+    [[nodiscard]] bool ShowsFrame(const ScopeSurface& surface, uint32_t frame) const
+    {
+        if (surface.width != host_.width || surface.height != host_.height) return false;
+        for (uint32_t row = 0; row < host_.height; ++row)
+            for (uint32_t column = 0; column < host_.width; ++column) {
+                const uint32_t wanted = 0xFF000000u | ((10 * frame + column) & 0xFF) << 16 | (row & 0xFF) << 8 | 200;
+                if (TKPixelAt(surface, column, row) == wanted) continue;
+                ADD_FAILURE() << "pixel " << column << ", " << row << " is " << std::hex
+                              << TKPixelAt(surface, column, row) << ", not " << wanted;
+                return false;
+            }
+        return true;
+    }
+};
+
+TEST_F(TKFrameIntake, AnInlineFrameComesUpOnBothSurfaces)
+{
+    Attach();
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
+    EXPECT_EQ(session_->sourceFrame->pixelFormat, pixFormatRGBYPlanar_Float);
+    EXPECT_EQ(session_->renderCount, 1u);
+    EXPECT_EQ(session_->splitSurface.width, 8u);
+    EXPECT_EQ(session_->splitMask.depth, 1u);
+    EXPECT_EQ(session_->secondarySurface.height, 6u);
+    EXPECT_EQ(windows_.aspect, 1.0f);
+    EXPECT_EQ(windows_.positionText, "00:00:00:00");
+    EXPECT_TRUE(TKLogHas(
+        {"^^^^^^ hostApp = 'TEST', hostStr = \"TEST\", hostList = \"FXTC\", strstr=0\n", "ProcessImage: 1\n"}));
+}
+
+TEST_F(TKFrameIntake, TheGradeIsInTheFirstResult)
+{
+    host_.Make();
+    ASSERT_EQ(TKAttachHost(session_), tkAttached);
+    session_->liveSettings.primaryOn = session_->liveSettings.hslOn = session_->liveSettings.hsl.master.on = 1;
+    session_->liveSettings.hsl.master.gain = 0;
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_EQ(TKPixelAt(session_->resultSurface, 3, 3), 0xFF000000u);
+}
+
+TEST_F(TKFrameIntake, AChunkedFrameIsTheSameFrame)
+{
+    for (const uint32_t rows : {1u, 2u, 4u, 5u, 6u, 7u}) {
+        host_ = {};
+        host_.flags = kTKUIFlagPixelsChunked | kTKUIFlagPixelsInline; // the second bit wins
+        host_.chunkRows = rows;
+        host_.serve = [](TKTestHost* host) { host->SendChunks(); };
+        AttachOnly();
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr) << rows;
+        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1)) << rows;
+        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+        EXPECT_EQ(host_.Block()->pixelFlags, uint32_t{kTKUIFlagPixelsInline});
+        const uint32_t chunks = (6 + rows - 1) / rows;
+        EXPECT_EQ(gBPFake.sleeps.size(), chunks - 1) << rows;
+        for (const uint32_t ms : gBPFake.sleeps) EXPECT_EQ(ms, 166u); // 10 ticks
+        EXPECT_TRUE(
+            TKLogHas({"After swap, bytes remaining = " + std::to_string(rows >= 6 ? 0 : (6 - rows) * 36) + "\n"}));
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, ASlowHostThatCountsDownBeforeItsLastChunkLosesNothing)
+{
+    host_.flags = kTKUIFlagPixelsChunked;
+    host_.chunkRows = 3;
+    host_.serve = [](TKTestHost* host) {
+        TKUIComm* block = host->Block();
+        if (gBPFake.sleeps.size() == 1) block->bytesRemaining = 0; // ahead of the chunk
+        if (gBPFake.sleeps.size() == 3) {
+            block->bytesRemaining = 108;
+            host->SendChunks();
+        }
+    };
+    AttachOnly();
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+}
+
+TEST_F(TKFrameIntake, AHostThatEndsBetweenChunksFailsTheLoad)
+{
+    for (const int way : {0, 1, 2}) {
+        host_ = {};
+        host_.flags = kTKUIFlagPixelsChunked;
+        static int how;
+        how = way;
+        host_.serve = [](TKTestHost* host) {
+            if (gBPFake.sleeps.size() < 2) return;
+            if (how == 0) gBPFake.alive[kHostProcess] = false;
+            if (how == 1) host->Block()->status = kTKUIStatusRequestFailed;
+            if (how == 2) gBPFake.alive.erase(kHostProcess);
+        };
+        AttachOnly();
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
+        EXPECT_EQ(gBPFake.sleeps.size(), 2u);
+        EXPECT_EQ(TKLogCount("The host ended before its frame was complete\n"), 1u);
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, AHostThatCannotBeWatchedIsOutwaited)
+{
+    host_.flags = kTKUIFlagPixelsChunked;
+    host_.processID = 0;
+    AttachOnly();
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
+    EXPECT_EQ(gBPFake.sleeps.size(), 60u); // ten seconds
+}
+
+TEST_F(TKFrameIntake, ChunksThatNeverCompleteTheFrameEnd)
+{
+    host_.flags = kTKUIFlagPixelsChunked;
+    host_.serve = [](TKTestHost* host) { // endless chunks of nothing
+        host->Block()->chunkBytes = 0;
+        host->Block()->bytesRemaining = 1;
+        host->Block()->status = kTKUIStatusChunkReady;
+    };
+    AttachOnly();
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
+    EXPECT_LE(gBPFake.sleeps.size(), 80u);
+}
+
+TEST_F(TKFrameIntake, AChunkBeyondTheBlockOrTheFrameIsHandled)
+{
+    struct Case {
+        uint32_t chunkBytes, chunkRows;
+        BPStatus status;
+    };
+    // Six rows fit the frame; more are clamped to what is left, and then have to fit the block.
+    for (const Case& c : {Case{0xFFFFFFFF, 6, bpNoErr}, Case{0xFFFFFFFF, 2, bpParamErr}, Case{36 * 7, 6, bpNoErr},
+                          Case{36 * 3, 2, bpParamErr}, Case{36 * 2 + 35, 2, bpNoErr}}) {
+        host_ = {};
+        host_.flags = kTKUIFlagPixelsChunked;
+        host_.chunkRows = c.chunkRows;
+        AttachOnly();
+        host_.Block()->chunkBytes = c.chunkBytes;
+        host_.Block()->bytesRemaining = 0;
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        EXPECT_EQ(TKLoadFrameFromHost(session_), c.status) << c.chunkBytes << " of " << c.chunkRows;
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, NoFrameLeavesTheSourceAsItIsAndStillRenders)
+{
+    Attach();
+    TKCloseCommBlock(session_);
+    host_.flags = 0;
+    host_.Make();
+    host_.Block()->frameRowBytes = 0; // of no use without pixels
+    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    const uint32_t renders = session_->renderCount;
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_EQ(session_->renderCount, renders + 1);
+}
+
+TEST_F(TKFrameIntake, AnAddressOfAnotherProcessIsRefused)
+{
+    host_.flags = 0;
+    AttachOnly();
+    const uint32_t word = 0x1000;
+    std::memcpy(host_.Pixels(), &word, 4);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
+    EXPECT_EQ(TKLogCount("Pixels at an address of another process are refused\n"), 1u);
+}
+
+TEST_F(TKFrameIntake, AnEmbedderMayHandInAnAddress)
+{
+    host_.Make();
+    alignas(16) static uint8_t pixels[36 * 6];
+    host_.PaintRows(pixels, 0, 6, 3);
+    TKUIComm block = *host_.Block();
+    BPFakeMakeBlock(kTKCommBlockName, kTKUICommBytes + 4);
+    block.pixelFlags = 0;
+    std::memcpy(host_.Block(), &block, sizeof block);
+    const uint64_t address = reinterpret_cast<uintptr_t>(pixels);
+    std::memcpy(host_.Pixels(), &address, sizeof address);
+    session_->hostInProcess = true;
+    ASSERT_EQ(TKAttachHost(session_), tkAttached);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 3));
+}
+
+TEST_F(TKFrameIntake, ABlockMustHoldItsFrameButNotThePaddingOfTheLastRow)
+{
+    host_.Make();
+    TKUIComm block = *host_.Block();
+    const std::vector<uint8_t> frame = host_.Frame(1);
+    for (const int missing : {4, 5}) { // of 36 bytes a row, 4 are padding
+        const uint64_t byteCount = offsetof(TKUIComm, pixels) + frame.size() - static_cast<uint64_t>(missing);
+        uint8_t* bytes = BPFakeMakeBlock(kTKCommBlockName, byteCount);
+        std::memcpy(bytes, &block, sizeof block);
+        std::memcpy(bytes + offsetof(TKUIComm, pixels), frame.data(), frame.size() - static_cast<size_t>(missing));
+        ASSERT_EQ(TKAttachHost(session_), tkAttached);
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        EXPECT_EQ(TKLoadFrameFromHost(session_), missing == 4 ? bpNoErr : bpParamErr);
+        EXPECT_EQ(TKLogCount("does not fit the host's block"), missing == 4 ? 0u : 1u);
+        TKTearDown(session_);
+    }
+}
+
+TEST_F(TKFrameIntake, HostsOfTheListGetTheirAdjustmentAndOthersDoNot)
+{
+    struct Case {
+        const char *app, *list;
+        bool adjusted;
+    };
+    for (const Case& c : {Case{"FXTC", "FXTC", true}, Case{"FXTC", "AbcdFXTCefgh", true}, Case{"FXTC", "", false},
+                          Case{"TEST", "FXTC", false}, Case{"\0\0\0\0", "FXTC", false}, Case{"    ", "FXTC", false},
+                          Case{"    ", "a    b", true}, Case{"FX\0\0", "FXTC", true}}) {
+        host_ = {};
+        AttachOnly();
+        std::memcpy(&host_.Block()->hostApp, c.app, 4);
+        std::strcpy(session_->prefs.adjustHostPixels, c.list);
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+        const uint32_t mode = c.adjusted ? 0x80000002u : 0u;
+        EXPECT_EQ(host_.Block()->hostPixelAdjust.adjustMode, mode) << c.app << " in " << c.list;
+        EXPECT_EQ(session_->storedPixelAdjust.adjustMode, mode);
+        EXPECT_EQ(session_->storedPixelAdjust.adjustWhite, c.adjusted ? 255u : 0u);
+        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1)); // that adjustment is the identity
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, ARecordOfTheHostActsOnTheFrameOfTheBlockOnly)
+{
+    host_.Make();
+    host_.Block()->hostPixelAdjust = {
+        .adjustMode = 0x80000001u, .adjustBlack = 0, .adjustWhite = 510, .adjustGamma = 1, .reserved = {}};
+    ASSERT_EQ(TKAttachHost(session_), tkAttached);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_NEAR(static_cast<int>(TKPixelAt(session_->sourceSurface, 0, 0) & 0xFF), 100, 1); // half of 200
+    ASSERT_EQ(TKCommWindowCreate(session_, TKBlockOf(session_)), bpNoErr);
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    TKLocate(session_, 200);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 3));
+}
+
+TEST_F(TKFrameIntake, TheSurfacesFollowTheSizeAndStayWhenItStays)
+{
+    Attach();
+    const uint8_t* pixels = session_->resultSurface.pixels;
+    const FBFrame* frame = session_->sourceFrame;
+    host_.Block()->pixelAspect = 1.5f;
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(session_->resultSurface.pixels, pixels);
+    EXPECT_EQ(windows_.aspect, 1.5f);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_EQ(session_->sourceFrame, frame);
+
+    TKCloseCommBlock(session_);
+    host_.width = 5;
+    host_.height = 9;
+    host_.Make();
+    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(session_->resultSurface.width, 5u);
+    EXPECT_EQ(session_->splitMask.height, 9u);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
+}
+
+TEST_F(TKFrameIntake, AnAspectThatIsNoneCountsAsOne)
+{
+    AttachOnly();
+    for (const float aspect : {0.0f, -1.0f, NAN, INFINITY, -INFINITY, 1e-30f, 1e30f}) {
+        host_.Block()->pixelAspect = aspect;
+        windows_.aspect = 0;
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        EXPECT_EQ(windows_.aspect, 1.0f) << aspect;
+    }
+}
+
+TEST_F(TKFrameIntake, ASizeThatChangesBetweenTheStepsIsRefused)
+{
+    AttachOnly();
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    host_.Block()->frameHeight = 5;
+    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
+    EXPECT_EQ(session_->sourceFrame, nullptr);
+}
+
+// --- Frames of requests -----------------------------------------------------------------------------------------------
+
+TEST_F(TKFrameIntake, ATakenFrameComesUpGraded)
+{
+    Attach();
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    TKLocate(session_, 500);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 6));
+    EXPECT_TRUE(ShowsFrame(session_->resultSurface, 6));
+    EXPECT_EQ(windows_.positionText, "00:00:00:05");
+}
+
+TEST_F(TKFrameIntake, ModesThatShowNoResultRenderNoneUntilOneIsShown)
+{
+    for (const int32_t mode : {tkImageSource, tkImageLumaRanges}) {
+        Attach();
+        host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+        session_->imagePaneMode = mode;
+        const uint32_t renders = session_->renderCount;
+        TKLocate(session_, 500);
+        EXPECT_EQ(session_->renderCount, renders);
+        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 6));
+        EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
+        TKSetImagePaneMode(session_, tkImageResult);
+        EXPECT_EQ(session_->renderCount, renders + 1);
+        EXPECT_TRUE(ShowsFrame(session_->resultSurface, 6));
+        TKSetImagePaneMode(session_, tkImageResult);
+        EXPECT_EQ(session_->renderCount, renders + 1);
+        host_ = {};
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, AFailedRequestKeepsThePictureButShowsTheNewPosition)
+{
+    Attach();
+    host_.serve = [](TKTestHost* host) {
+        if (host->Block()->status == kTKUIStatusRequestFrame) host->Block()->status = kTKUIStatusRequestFailed;
+    };
+    TKLocate(session_, 500);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_EQ(host_.Block()->frameTime, 500);
+    EXPECT_EQ(windows_.positionText, "00:00:00:05");
+}
+
+TEST_F(TKFrameIntake, AFrameThatIsTooShortKeepsThePicture)
+{
+    Attach();
+    host_.serve = [](TKTestHost* host) {
+        const std::vector<uint8_t> frame = host->Frame(9);
+        if (gBPFake.messages.empty()) BPFakeQueueMessage(9, frame.data(), static_cast<uint32_t>(frame.size() - 5));
+    };
+    TKLocate(session_, 500);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+    EXPECT_EQ(TKLogCount("A frame of 211 bytes does not fit the clip's frames\n"), 1u);
+    EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+}
+
+TEST_F(TKFrameIntake, GeometryThatChangesWhileAFrameIsAwaitedIsNotUsed)
+{
+    Attach();
+    host_.serve = [](TKTestHost* host) {
+        host->SendFrames();
+        host->Block()->frameWidth = 1u << 15;
+        host->Block()->frameRowBytes = 1u << 20;
+    };
+    TKLocate(session_, 500);
+    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
+}
+
+TEST_F(TKFrameIntake, EveryOtherFormatOfAHostComesUpToo)
+{
+    struct Case {
+        FBPixelFormat format;
+        uint32_t pixelBytes;
+        void (*write)(uint8_t* pixel);
+    };
+    const Case cases[] = {
+        {pixFormatBGRA8, 4,
+         [](uint8_t* p) {
+             const uint8_t bytes[] = {255, 51, 102, 204};
+             std::memcpy(p, bytes, 4);
+         }},
+        {pixFormatARGB16_32K, 8,
+         [](uint8_t* p) {
+             const uint16_t words[] = {32768, 6554, 13108, 26215};
+             std::memcpy(p, words, 8);
+         }},
+        {pixFormatYRGB32_Float, 16,
+         [](uint8_t* p) {
+             const float floats[] = {1, 0.2f, 0.4f, 0.8f};
+             std::memcpy(p, floats, 16);
+         }},
+        {pixFormatRGBA32_Float, 16,
+         [](uint8_t* p) {
+             const float floats[] = {0.2f, 0.4f, 0.8f, 1};
+             std::memcpy(p, floats, 16);
+         }},
+    };
+    for (const Case& c : cases) {
+        host_ = {};
+        host_.format = c.format;
+        host_.rowBytes = 8 * c.pixelBytes + 16;
+        host_.Make();
+        for (uint32_t row = 0; row < host_.height; ++row)
+            for (uint32_t column = 0; column < host_.width; ++column)
+                c.write(host_.Pixels() + row * host_.rowBytes + column * c.pixelBytes);
+        ASSERT_EQ(TKAttachHost(session_), tkAttached);
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr) << c.format;
+        EXPECT_EQ(TKPixelAt(session_->resultSurface, 7, 5), 0xFF3366CCu) << c.format;
+        TearDown();
+        SetUp();
+    }
+}
+
+} // namespace

@@ -1,0 +1,428 @@
+// Whole lives of a process: start, tick, OK, Cancel, Exit, resident, end.
+#include "tests/support/TKTestSession.h"
+
+namespace {
+
+class TKStartupTest : public TKSessionTest {
+  protected:
+    void SetUp() override
+    {
+        TKSessionTest::SetUp();
+        windows_.onBuild = [this](TKSession*) { MakeSliders(); };
+    }
+    uint32_t Status() const { return host_.Block()->status; }
+};
+
+TEST_F(TKStartupTest, EverythingComesUpInItsOrder)
+{
+    host_.Make();
+    host_.Block()->settings.hsl.master.gain = 0;
+    host_.Block()->settings.hsl.master.on = host_.Block()->settings.hslOn = host_.Block()->settings.primaryOn = 1;
+    ASSERT_EQ(TKStartUp(session_), tkStartRun);
+    EXPECT_TRUE(TKLogHas({"main 1\n", "main 2\n", "main 3\n", "main 4\n", "Initialize exit\n", "main 5\n", "main 6\n",
+                          "^^^^^^ hostApp", "ProcessImage: 1\n"}));
+    const std::vector<std::string> splash = {"0 ",
+                                             "3 4 processors found",
+                                             "5 Loading image",
+                                             "1 Initializing interface",
+                                             "2 Loading Gallery",
+                                             "6 Initializing control surface"};
+    EXPECT_EQ(windows_.splash, splash);
+    EXPECT_EQ(gBPFake.sleeps, std::vector<uint32_t>{500}); // 30 ticks
+    EXPECT_EQ(gBPFake.allowedForeground, std::vector<uint32_t>{kHostProcess});
+    EXPECT_EQ(session_->palette.grey[kTKGreyWindow].red, 9860);
+    EXPECT_TRUE(session_->interfaceReady);
+    EXPECT_EQ(windows_.timerMs, 10u);
+    EXPECT_EQ(session_->undoRing->undoAvailable, 0u);
+    EXPECT_EQ(session_->undoRing->undoSlotCount, 21u);
+    EXPECT_EQ(Status(), kTKUIStatusUIRunning);
+    // The grade of the host is on the controls and in the first picture, and is no undo step.
+    EXPECT_EQ(session_->liveSettings.hsl.master.gain, 0.0f);
+    EXPECT_STREQ(gain_.valueText, "0.00");
+    EXPECT_EQ(TKPixelAt(session_->resultSurface, 3, 3), 0xFF000000u);
+    EXPECT_FALSE(TKUndoStepBack(session_));
+    // The window comes before the splash goes.
+    const auto at = [this](const char* name) {
+        return std::find(windows_.calls.begin(), windows_.calls.end(), name) - windows_.calls.begin();
+    };
+    EXPECT_LT(at("showSplash"), at("buildMainWindow"));
+    EXPECT_LT(at("buildMainWindow"), at("showMainWindow"));
+    EXPECT_LT(at("showMainWindow"), at("hideSplash"));
+    EXPECT_STREQ(host_.Block()->commWindowName, gBPFake.channelName.c_str());
+}
+
+TEST_F(TKStartupTest, SettingsWithoutTheSignatureAreReset)
+{
+    host_.Make();
+    host_.Block()->settings.signature = 1;
+    host_.Block()->settings.hsl.master.gain = 5;
+    ASSERT_EQ(TKStartUp(session_), tkStartRun);
+    EXPECT_EQ(session_->liveSettings.signature, kOCSettingsSignature);
+    EXPECT_EQ(session_->liveSettings.hsl.master.gain, 1.0f);
+}
+
+TEST_F(TKStartupTest, WithoutAHostItEndsNormally)
+{
+    EXPECT_EQ(TKStartUp(session_), tkStartEnded);
+    EXPECT_EQ(gBPFake.alerts.size(), 1u);
+    EXPECT_EQ(windows_.Count("showSplash"), 0u);
+    EXPECT_EQ(gBPFake.blocks.size(), 0u);
+}
+
+TEST_F(TKStartupTest, ShiftAndControlGiveTheDefaultsAndASecondOfPause)
+{
+    gBPFake.stores[kTKPreferencesStore]["Undo Depth"] = {.kind = bpFakeNumber, .number = 5, .text = {}, .block = {}};
+    gBPFake.modifierWord = bpShiftKey | bpControlKey | bpCapsLock;
+    ASSERT_EQ(StartUp(), tkStartRun);
+    EXPECT_EQ(session_->prefs.undoDepth, 20u);
+    EXPECT_EQ(gBPFake.sleeps, (std::vector<uint32_t>{1000, 500}));
+    EXPECT_EQ(gBPFake.calls[bpFakeStoreOpen], 0u);
+    DoMenuCommand(session_, kTKCommandExit, nullptr);
+    EXPECT_EQ(gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number, 20u);
+}
+
+TEST_F(TKStartupTest, OneOfTheKeysIsNotEnough)
+{
+    gBPFake.stores[kTKPreferencesStore]["Undo Depth"] = {.kind = bpFakeNumber, .number = 5, .text = {}, .block = {}};
+    gBPFake.modifierWord = bpShiftKey | bpAltKey;
+    ASSERT_EQ(StartUp(), tkStartRun);
+    EXPECT_EQ(session_->prefs.undoDepth, 5u);
+    EXPECT_EQ(session_->undoRing->undoSlotCount, 6u);
+}
+
+TEST_F(TKStartupTest, TheSmallestScreenPassesAndOnePixelLessDoesNot)
+{
+    gBPFake.screens = {{.left = -1024, .top = 0, .right = 0, .bottom = 768}};
+    ASSERT_EQ(StartUp(), tkStartRun);
+    for (const BPRect& screen : {BPRect{0, 0, 1023, 768}, BPRect{0, 0, 1024, 767}, BPRect{0, 0, 0, 0},
+                                 BPRect{INT32_MIN, 0, INT32_MIN + 3, 4000}}) {
+        TearDown();
+        SetUp();
+        host_ = {};
+        gBPFake.screens = {screen};
+        ASSERT_EQ(StartUp(), tkStartFailed);
+        ASSERT_EQ(gBPFake.alerts.size(), 1u);
+        EXPECT_EQ(gBPFake.alerts[0].title, "Insufficient Screen Resolution");
+        EXPECT_EQ(gBPFake.alerts[0].text, "Ochrine requires a minimum screen size of 1024 x 768.");
+        EXPECT_EQ(TKFinish(session_), 0);
+        EXPECT_EQ(gBPFake.alerts.size(), 1u); // no other message follows
+        EXPECT_EQ(Status(), kTKUIStatusUIDone);
+    }
+}
+
+TEST_F(TKStartupTest, AFrameThatCannotBeTakenFailsTheStart)
+{
+    host_.Make();
+    host_.Block()->frameHeight = 0xFFFFFFFF;
+    ASSERT_EQ(TKStartUp(session_), tkStartFailed);
+    EXPECT_EQ(TKFinish(session_), bpParamErr);
+    EXPECT_TRUE(TKLogHas({"BP Ochrine UI failed, error -50\n"}));
+    ASSERT_EQ(gBPFake.alerts.size(), 1u);
+    EXPECT_EQ(gBPFake.alerts[0].text, "Unable to start user interface.");
+    EXPECT_EQ(gBPFake.alerts[0].severity, bpStop);
+    EXPECT_EQ(Status(), kTKUIStatusUIDone);
+    EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName));
+}
+
+TEST_F(TKStartupTest, AWindowThatCannotBeBuiltFailsTheStart)
+{
+    windows_.buildResult = bpMemFullErr;
+    ASSERT_EQ(StartUp(), tkStartFailed);
+    EXPECT_EQ(TKFinish(session_), bpMemFullErr);
+    EXPECT_EQ(Status(), kTKUIStatusUIDone);
+}
+
+TEST_F(TKStartupTest, EveryFailedAllocationEndsInTheReportOrDoesNoHarm)
+{
+    uint64_t requests = 0;
+    for (uint64_t fail = 1;; ++fail) {
+        host_ = {};
+        host_.Make();
+        BPFailAllocation(fail);
+        const TKStartResult result = TKStartUp(session_);
+        requests = BPAllocationCount();
+        BPFailAllocation(0);
+        if (result == tkStartRun) DoMenuCommand(session_, kTKCommandExit, nullptr);
+        const int32_t code = TKFinish(session_);
+        EXPECT_EQ(code, result == tkStartRun ? 0 : bpMemFullErr) << fail;
+        EXPECT_EQ(Status(), kTKUIStatusUIDone) << fail;
+        EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName)) << fail;
+        EXPECT_EQ(session_->sourceFrame, nullptr);
+        EXPECT_EQ(session_->resultSurface.pixels, nullptr);
+        TearDown();
+        SetUp();
+        if (requests < fail) break;
+    }
+    EXPECT_GT(requests, 8u);
+}
+
+// --- Tick -------------------------------------------------------------------------------------------------------------
+
+TEST_F(TKStartupTest, TheFirstTickOfEachVisitRefreshesTheSourceOnce)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    for (int visit = 0; visit < 3; ++visit) {
+        windows_.calls.clear();
+        TKTick(session_);
+        EXPECT_EQ(windows_.Count("refreshSource"), 1u) << visit;
+        EXPECT_EQ(session_->tickCount, 1u);
+        for (int i = 0; i < 20; ++i) TKTick(session_);
+        EXPECT_EQ(windows_.Count("refreshSource"), 1u) << visit;
+        DoMenuCommand(session_, kTKCommandCancel, nullptr);
+        gBPFake.blocks.erase(kTKCommBlockName);
+        TKTick(session_);
+        host_.Make();
+        TKTick(session_); // attaches
+        ASSERT_NE(TKBlockOf(session_), nullptr);
+    }
+}
+
+TEST_F(TKStartupTest, ThePendingCursorIsSetOnce)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    session_->pendingCursor = 500;
+    TKTick(session_);
+    TKTick(session_);
+    session_->pendingCursor = 500;
+    TKTick(session_);
+    EXPECT_EQ(windows_.Count("cursor 500"), 1u);
+    EXPECT_EQ(session_->pendingCursor, 0u);
+}
+
+TEST_F(TKStartupTest, AFrameThatNobodyAskedForIsTakenOffTheChannel)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    const std::vector<uint8_t> frame = host_.Frame(2);
+    BPFakeQueueMessage(9, frame.data(), static_cast<uint32_t>(frame.size()));
+    TKTick(session_);
+    EXPECT_TRUE(gBPFake.messages.empty());
+    EXPECT_EQ(session_->receivedFrame, nullptr);
+}
+
+// --- The ends of a session --------------------------------------------------------------------------------------------
+
+TEST_F(TKStartupTest, OKGivesTheGradeBackAndStaysResident)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+    OpenEdit(session_, &saturation_);
+    TKSetEditText(&saturation_, "50");
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    windows_.calls.clear();
+    gBPFake.sleeps.clear();
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    EXPECT_EQ(Status(), kTKUIStatusUIDone);
+    EXPECT_EQ(host_.Block()->settings.hsl.master.gain, 2.0f);
+    EXPECT_EQ(host_.Block()->settings.hsl.master.saturation, 50.0f); // the open edit is part of the grade
+    EXPECT_EQ(TKBlockOf(session_), nullptr);
+    EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName));
+    EXPECT_EQ(gBPFake.sleeps, std::vector<uint32_t>{1666}); // 100 ticks
+    EXPECT_FALSE(windows_.menus);
+    EXPECT_FALSE(TKIsPlaying(session_));
+    EXPECT_EQ(windows_.Count("hideMainWindow"), 1u);
+    EXPECT_EQ(windows_.Count("restoreForeground"), 1u);
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 0u);
+    EXPECT_EQ(session_->uiDeadline, gBPFake.wallSeconds - 1.666 + 600);
+    EXPECT_TRUE(TKLogHas({">>>>>>>>>>>>>>>>>>>>>>>> UI: OK was clicked\n"}));
+    // A second OK cannot happen.
+    windows_.calls.clear();
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    DoMenuCommand(session_, kTKCommandCancel, nullptr);
+    EXPECT_TRUE(windows_.calls.empty());
+    EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName));
+}
+
+TEST_F(TKStartupTest, CancelLeavesTheSettingsOfTheHost)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+    gBPFake.sleeps.clear();
+    DoMenuCommand(session_, kTKCommandCancel, nullptr);
+    const OCSettings neutral = TKNeutralSettings();
+    EXPECT_EQ(std::memcmp(&host_.Block()->settings, &neutral, sizeof neutral), 0);
+    EXPECT_EQ(Status(), kTKUIStatusUIDone);
+    EXPECT_TRUE(gBPFake.sleeps.empty());
+    EXPECT_TRUE(TKLogHas({">>>>>>>>>>>>>>>>>>>>>>>> UI: Cancel was clicked\n"}));
+    EXPECT_EQ(gBPFake.calls[bpFakeStoreOpen], 1u); // preferences are written when it quits, not before
+}
+
+TEST_F(TKStartupTest, ExitAndClosingTheWindowQuitInSpiteOfTheTimeOut)
+{
+    for (const bool byWindow : {false, true}) {
+        ASSERT_EQ(StartUp(), tkStartRun);
+        (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+        windows_.calls.clear();
+        if (byWindow)
+            EXPECT_FALSE(TKMainWindowClose(session_));
+        else
+            DoMenuCommand(session_, kTKCommandExit, nullptr);
+        EXPECT_EQ(Status(), kTKUIStatusUIDone);
+        EXPECT_EQ(host_.Block()->settings.hsl.master.gain, 1.0f);
+        EXPECT_EQ(TKBlockOf(session_), nullptr);
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+        EXPECT_EQ(windows_.Count("hideMainWindow"), 0u);
+        EXPECT_EQ(TKLogCount("Saving window position"), 1u);
+        EXPECT_FALSE(windows_.loopEnded);
+        EXPECT_TRUE(TKMainWindowClose(session_));
+        EXPECT_TRUE(windows_.loopEnded);
+        EXPECT_EQ(TKFinish(session_), 0);
+        EXPECT_TRUE(gBPFake.alerts.empty());
+        EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName));
+        EXPECT_EQ(gBPFake.blocks.count(kTKUIBlockName), 0u);
+        EXPECT_EQ(gBPFake.channelName, "");
+        host_ = {};
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKStartupTest, OKQuitsWithoutTimeOutOrHostProcess)
+{
+    for (const bool timeOut : {false, true}) {
+        host_.processID = timeOut ? 0 : kHostProcess;
+        ASSERT_EQ(StartUp(), tkStartRun);
+        session_->prefs.uiTimeoutEnable = timeOut;
+        (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+        DoMenuCommand(session_, kTKCommandOK, nullptr);
+        EXPECT_EQ(Status(), kTKUIStatusUIDone);
+        EXPECT_EQ(host_.Block()->settings.hsl.master.gain, 2.0f);
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+        EXPECT_EQ(TKLogCount("was clicked"), 0u);
+        host_ = {};
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKStartupTest, AHostThatNeverCallsAgainEndsTheResidentApplicationInTime)
+{
+    gBPFake.stores[kTKPreferencesStore]["UI Timeout Duration"] = {
+        .kind = bpFakeNumber, .number = 1, .text = {}, .block = {}};
+    ASSERT_EQ(StartUp(), tkStartRun);
+    DoMenuCommand(session_, kTKCommandCancel, nullptr);
+    gBPFake.blocks.erase(kTKCommBlockName);
+    windows_.calls.clear();
+    const double start = gBPFake.wallSeconds;
+    while (windows_.Count("closeMainWindow") == 0 && gBPFake.wallSeconds < start + 100) {
+        gBPFake.wallSeconds += 0.01;
+        TKTick(session_);
+    }
+    EXPECT_NEAR(gBPFake.wallSeconds - start, 60, 0.02);
+}
+
+TEST_F(TKStartupTest, AHostThatDiesEndsItOnTheNextTick)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    gBPFake.blocks.erase(kTKCommBlockName);
+    TKTick(session_);
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 0u);
+    gBPFake.alive[kHostProcess] = false;
+    TKTick(session_);
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+    EXPECT_TRUE(TKMainWindowClose(session_));
+}
+
+TEST_F(TKStartupTest, ADeadlineOfNoMinutesQuitsOnTheFirstTickWithoutABlock)
+{
+    gBPFake.stores[kTKPreferencesStore]["UI Timeout Duration"] = {
+        .kind = bpFakeNumber, .number = 0, .text = {}, .block = {}};
+    ASSERT_EQ(StartUp(), tkStartRun);
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    gBPFake.blocks.erase(kTKCommBlockName);
+    TKTick(session_);
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+}
+
+TEST_F(TKStartupTest, TheSecondVisitFindsFramesAndUndoAsTheyWere)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    const FBFrame* source = session_->sourceFrame;
+    const TKUndoRing* ring = session_->undoRing;
+    host_.Make();
+    host_.Block()->settings = session_->liveSettings;
+    TKTick(session_);
+    ASSERT_NE(TKBlockOf(session_), nullptr);
+    EXPECT_EQ(session_->sourceFrame, source);
+    EXPECT_EQ(session_->undoRing, ring);
+    EXPECT_EQ(ring->undoAvailable, 1u);
+    EXPECT_TRUE(TKSliderDrag(session_, &gain_, 65536).opensUndo); // a gesture of this visit is a step of its own
+    EXPECT_EQ(TKPixelAt(session_->resultSurface, 0, 3), 0xFF0A03C8u);
+}
+
+TEST_F(TKStartupTest, AHostThatDiesWhileAttachedEndsTheApplicationAfterOK)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    gBPFake.alive[kHostProcess] = false;
+    TKStepFrames(session_, 1); // answered by nobody, and does not hang
+    EXPECT_TRUE(TKLogHas({"OCCB_GetClipFrame: host returned kTKUIStatusRequestFailed\n"}));
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    EXPECT_EQ(host_.Block()->settings.signature, kOCSettingsSignature);
+    gBPFake.blocks.erase(kTKCommBlockName);
+    TKTick(session_);
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+}
+
+TEST_F(TKStartupTest, AScanIsStoppedAndAwaited)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    session_->updateFlag = 1;
+    gBPFake.sleeps.clear();
+    static TKSession* session;
+    session = session_;
+    host_.serve = [](TKTestHost*) {
+        if (session->abortScan && gBPFake.sleeps.size() % 2 == 0) session->updateFlag = 0;
+    };
+    DoMenuCommand(session_, kTKCommandExit, nullptr);
+    EXPECT_TRUE(TKLogHas({"kHICommandQuit: detected update\n", "kHICommandQuit: waiting\n", "kHICommandQuit: waiting\n",
+                          "kHICommandQuit: wait complete, update flag = 0\n"}));
+    EXPECT_EQ(gBPFake.sleeps, (std::vector<uint32_t>{500, 500}));
+    session_->updateFlag = 1;
+    (void)TKFinish(session_);
+    EXPECT_TRUE(TKLogHas({"\ndetected update\nwaiting\nwaiting\nwait complete, update flag = 0\n"}));
+}
+
+TEST_F(TKStartupTest, TheTearDownTellsAHostThatIsStillAttached)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    EXPECT_EQ(TKFinish(session_), 0);
+    EXPECT_EQ(Status(), kTKUIStatusUIDone);
+    EXPECT_FALSE(BPFakeWrittenSinceClose(kTKCommBlockName));
+    EXPECT_FALSE(session_->interfaceReady);
+    TKTearDown(session_); // a second time does no harm
+}
+
+TEST_F(TKStartupTest, ThePoolOfThePreferenceRendersTheSamePicture)
+{
+    gBPFake.stores[kTKPreferencesStore]["Multiprocessor Enable"].number = 1;
+    host_.width = 64;
+    host_.height = 48;
+    host_.rowBytes = 256;
+    ASSERT_EQ(StartUp(), tkStartRun);
+    for (uint32_t row = 0; row < 48; ++row)
+        for (uint32_t column = 0; column < 64; ++column)
+            ASSERT_EQ(TKPixelAt(session_->resultSurface, column, row), 0xFF0000C8u | (10 + column) << 16 | row << 8);
+    EXPECT_EQ(TKFinish(session_), 0);
+    EXPECT_EQ(session_->tasks, nullptr);
+}
+
+TEST(TKSplash, StepsHaveTheirTexts)
+{
+    struct Case {
+        uint32_t step, processors;
+        const char* text;
+    };
+    for (const Case& c :
+         {Case{0, 4, ""}, Case{1, 4, "Initializing interface"}, Case{2, 4, "Loading Gallery"},
+          Case{3, 0, "0 processor found"}, Case{3, 1, "1 processor found"}, Case{3, 2, "2 processors found"},
+          Case{4, 4, "Starting Beaconline"}, Case{5, 4, "Loading image"}, Case{6, 4, "Initializing control surface"},
+          Case{7, 4, ""}, Case{8, 4, ""}, Case{900, 4, ""}}) {
+        char text[64];
+        TKSplashText(c.step, c.processors, text, sizeof text);
+        EXPECT_STREQ(text, c.text);
+    }
+}
+
+} // namespace
