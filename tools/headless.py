@@ -191,12 +191,23 @@ class Desktop:
             return {}
         return boxes
 
-    def wait_for(self, name, seconds=60, alive=None):
-        """The box of a control, once it has stood still for a moment. `alive` must go on being true meanwhile."""
+    def layout_stamp(self):
+        """Tells one report of the layout from the next; None before the first."""
+        try:
+            status = os.stat(self.layout_file)
+        except FileNotFoundError:
+            return None
+        return status.st_ino, status.st_mtime_ns
+
+    def wait_for(self, name, seconds=60, alive=None, newer_than=None):
+        """The box of a control, once it has stood still for a moment, in a report after that of the stamp.
+
+        `alive` must go on being true meanwhile.
+        """
         deadline = time.monotonic() + seconds
         last, since = None, 0.0
         while True:
-            box = self.layout().get(name)
+            box = self.layout().get(name) if self.layout_stamp() != newer_than else None
             now = time.monotonic()
             if box != last:
                 last, since = box, now
@@ -208,6 +219,12 @@ class Desktop:
                 raise Failure(f"{name} was not on the screen within {seconds:g} s; there is: "
                               + (", ".join(sorted(self.layout())) or "nothing"))
             time.sleep(0.05)
+
+    def windows(self, title):
+        """Ids of visible windows whose title matches."""
+        done = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", title], env=self.env,
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True)
+        return done.stdout.split()
 
     def screenshot(self, path):
         subprocess.run(["import", "-silent", "-window", "root", "png:" + os.path.abspath(path)], env=self.env,
@@ -258,14 +275,9 @@ class Desktop:
         self.hand(*words)
 
     def drag_slider(self, name, percent, steps=12):
-        """Takes a slider's thumb and lets it go at so many percent of the track's length.
-
-        The thumb of a slider whose position we do not know is found by a press anywhere on the track: it is fetched
-        to the pointer, or it jumps, and is then dragged.
-        """
+        """Drags a slider to so many percent of its track. A press on the track fetches the thumb to the pointer."""
         track = self.wait_for(name + ".track")
-        thumb = self.layout().get(name + ".thumb")
-        x, y = self._point(thumb or track)
+        x, y = self._point(track)
         self.drag((x, y), (track.x + round((track.width - 1) * percent / 100), y), steps)
 
     def type(self, text):
