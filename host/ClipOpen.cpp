@@ -69,6 +69,7 @@ bool SequenceSource::Prepare(std::vector<std::string> files, uint64_t firstNumbe
     info_.matrix = !isRGB                ? PictureConverter::MatrixOf(picture_.get())
                    : info_.height <= 576 ? ClipMatrix::rec601
                                          : ClipMatrix::rec709;
+    info_.isChromaHalved = PictureConverter::IsChromaHalved(picture_->format);
     info_.dropFrame = ClipDropsFrames("", info_.rate);
     info_.firstNumber = static_cast<uint32_t>(firstNumber);
     info_.name = name;

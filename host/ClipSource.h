@@ -24,7 +24,9 @@ struct ClipInfo {
     FBPixelFormat pixelFormat = pixFormatARGB8; ///< pixFormatARGB8 or pixFormatRGBA32_Float
     uint32_t rowBytes = 0;                      ///< without padding
     ClipMatrix matrix = ClipMatrix::rec709;     ///< for YCbCr made of this clip
-    std::string timecode;                       ///< of the first frame, as in the file; empty when there is none
+    bool isChromaHalved = false; ///< the pictures have half as many columns of chroma, on the even columns of luma
+    int32_t primaries = 1, transfer = 1; ///< code points of ITU-T H.273; 1 is BT.709
+    std::string timecode;                ///< of the first frame, as in the file; empty when there is none
     bool dropFrame = false;
     uint32_t firstNumber = 0;       ///< of a numbered sequence
     std::vector<std::string> files; ///< what it is read from, so that no output replaces it

@@ -101,6 +101,7 @@ class MovieWriter final : public ClipWriter {
 
     std::string path_, temporary_;
     ClipMatrix matrix_ = ClipMatrix::rec709;
+    bool isChromaHalved_ = false;
     AVOutputPtr output_;
     AVCodecPtr codec_;
     AVPacketPtr packet_{av_packet_alloc()};
@@ -113,6 +114,7 @@ bool MovieWriter::Start(const std::string& path, const ClipInfo& info, int threa
 {
     path_ = path;
     matrix_ = info.matrix;
+    isChromaHalved_ = info.isChromaHalved;
     const std::string temporary = TemporaryOf(path);
     AVFormatContext* made = nullptr;
     int result = avformat_alloc_output_context2(&made, nullptr, "mov", temporary.c_str());
@@ -124,12 +126,11 @@ bool MovieWriter::Start(const std::string& path, const ClipInfo& info, int threa
         return false;
     }
     codec_->profile = 3; // HQ
-    codec_->color_range = AVCOL_RANGE_MPEG;
-    codec_->colorspace = SpaceOf(matrix_);
-    codec_->color_primaries = matrix_ == ClipMatrix::rec2020  ? AVCOL_PRI_BT2020
-                              : matrix_ == ClipMatrix::rec601 ? AVCOL_PRI_SMPTE170M
-                                                              : AVCOL_PRI_BT709;
-    codec_->color_trc = AVCOL_TRC_BT709;
+    // The encoder takes them from the picture, the container from the encoder.
+    codec_->color_range = picture_->color_range = AVCOL_RANGE_MPEG;
+    codec_->colorspace = picture_->colorspace = SpaceOf(matrix_);
+    codec_->color_primaries = picture_->color_primaries = static_cast<AVColorPrimaries>(info.primaries);
+    codec_->color_trc = picture_->color_trc = static_cast<AVColorTransferCharacteristic>(info.transfer);
     // Other tools go by this name.
     AVDictionary* options = nullptr;
     av_dict_set(&options, "vendor", "apl0", 0);
@@ -171,7 +172,7 @@ BPStatus MovieWriter::WriteFrame(const FBFrame& frame)
 {
     // The encoder may still hold the last picture.
     if (int result = av_frame_make_writable(picture_.get()); result < 0) return Fail("out of memory", result);
-    PictureFromFrame422(frame, matrix_, picture_.get());
+    PictureFromFrame422(frame, matrix_, isChromaHalved_, picture_.get());
     picture_->pts = next_++;
     if (int result = avcodec_send_frame(codec_.get(), picture_.get()); result < 0) {
         return Fail("the encoder failed", result);

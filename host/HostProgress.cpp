@@ -10,9 +10,9 @@ namespace {
 
 volatile std::sig_atomic_t gInterrupted = 0; // written by the signal handler alone
 
-void OnSignal(int)
+void OnSignal(int number)
 {
-    gInterrupted = 1;
+    gInterrupted = number;
 }
 
 void Print(FILE* stream, const char* format, va_list arguments)
@@ -70,4 +70,9 @@ void HostCatchSignals()
 bool HostIsInterrupted()
 {
     return gInterrupted != 0;
+}
+
+int HostInterruptingSignal()
+{
+    return gInterrupted;
 }

@@ -18,3 +18,6 @@ void HostCatchSignals();
 
 /// True after one of them.   Thread: any.
 bool HostIsInterrupted();
+
+/// The number of that signal, or 0.
+int HostInterruptingSignal();

@@ -244,7 +244,7 @@ int Loop(Session* session, OCSettings* grade, bool* changed)
             WriteLateHeader(session->platform, session->application, OchrineHostBlock(session->host), &session->late);
         }
         if (HostIsInterrupted()) {
-            HostComplain("interrupted");
+            HostComplain("interrupted by signal %d", HostInterruptingSignal());
             return hostInterrupted;
         }
         session->platform.clock.sleepMs(kStepMs);

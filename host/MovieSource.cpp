@@ -179,6 +179,13 @@ bool MovieSource::Prepare(std::string* error)
     if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1.0 && av_q2d(rate) <= 600.0) info_.rate = {rate.num, rate.den};
     info_.frameCount = static_cast<int32_t>(times_.size());
     info_.matrix = PictureConverter::MatrixOf(current_.get());
+    if (current_->color_primaries != AVCOL_PRI_UNSPECIFIED && current_->color_primaries > 0) {
+        info_.primaries = current_->color_primaries;
+    } else if (info_.matrix == ClipMatrix::rec601) {
+        info_.primaries = AVCOL_PRI_SMPTE170M;
+    }
+    if (current_->color_trc != AVCOL_TRC_UNSPECIFIED && current_->color_trc > 0) info_.transfer = current_->color_trc;
+    info_.isChromaHalved = PictureConverter::IsChromaHalved(current_->format);
     info_.name = ClipNameOf(path_);
     info_.files = {path_};
     ReadTimecode();

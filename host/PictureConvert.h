@@ -24,6 +24,9 @@ class PictureConverter {
     /// The matrix of a picture; one that does not say is 601 up to 576 rows and 709 above.
     static ClipMatrix MatrixOf(const AVFrame* picture);
 
+    /// True for pictures in YCbCr with half as many columns of chroma as of luma.
+    static bool IsChromaHalved(int avPixelFormat);
+
     /// Converts with the picture's own matrix and range. Float keeps what lies outside 0 to 1; alpha is 1.
     ///
     /// format     one of those of FormatFor, whatever the picture has
@@ -39,11 +42,14 @@ class PictureConverter {
     int scalerKey_[6] = {};
 };
 
-/// Y'CbCr 4:2:2 of 10 bits, video range, of a frame in format 203 of the picture's size: rounded, cut to 4 to 1019;
-/// chroma sits on the even columns and is weighted 1-2-1. A NaN counts as black.
+/// Y'CbCr 4:2:2 of 10 bits, video range, of a frame in format 203 of the picture's size: rounded, cut to 4 to 1019. A NaN
+/// counts as black.
 ///
-/// picture    AV_PIX_FMT_YUV422P10LE with its memory
-void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, AVFrame* picture);
+/// isChromaHalved   the frame comes from a picture whose chroma sat on the even columns: those are taken as they are, so
+///                  that what is not graded passes through unchanged. Otherwise chroma is halved by the filter
+///                  -1 0 9 16 9 0 -1
+/// picture          AV_PIX_FMT_YUV422P10LE with its memory
+void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, bool isChromaHalved, AVFrame* picture);
 
 /// R, G, B as big-endian words of 16 bits, rounded and cut to 0 to 65,535: AV_PIX_FMT_RGB48BE.
 void PictureFromFrame48(const FBFrame& frame, AVFrame* picture);

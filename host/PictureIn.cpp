@@ -69,8 +69,8 @@ void ReadFloats(const AVFrame& picture, const AVPixFmtDescriptor& kind, int comp
     for (int x = 0; x < width; ++x) values[x] = static_cast<float>(codes[static_cast<size_t>(x)]) / top;
 }
 
-/// Chroma of a full row: linear between the samples, which sit on the left column of their group and in the middle of
-/// its rows.
+/// Chroma of a full row. The samples sit on the left column of their group and in the middle of its rows. Between two
+/// samples of a row comes the value of a cubic through four.
 void ReadChroma(const AVFrame& picture, const AVPixFmtDescriptor& kind, int component, int row, Rows& rows, float* out)
 {
     const int width = picture.width;
@@ -86,6 +86,19 @@ void ReadChroma(const AVFrame& picture, const AVPixFmtDescriptor& kind, int comp
         for (int x = 0; x < chromaWidth; ++x) line[x] += (out[x] - line[x]) * weight;
     }
     const int group = 1 << kind.log2_chroma_w;
+    if (group == 2) {
+        for (int x = 0; x < width; ++x) {
+            const int left = x >> 1;
+            if ((x & 1) == 0) {
+                out[x] = line[left];
+                continue;
+            }
+            const float near = line[left] + line[std::min(left + 1, chromaWidth - 1)];
+            const float far = line[std::max(left - 1, 0)] + line[std::min(left + 2, chromaWidth - 1)];
+            out[x] = 0.5625f * near - 0.0625f * far;
+        }
+        return;
+    }
     for (int x = 0; x < width; ++x) {
         const int left = x >> kind.log2_chroma_w;
         const int right = std::min(left + 1, chromaWidth - 1);
@@ -220,6 +233,12 @@ bool PictureConverter::FormatFor(int avPixelFormat, FBPixelFormat* format)
     if (*format == pixFormatRGBA32_Float && CanReadRows(*kind)) return true;
     *format = pixFormatARGB8;
     return sws_isSupportedInput(static_cast<AVPixelFormat>(WithoutJ(avPixelFormat))) != 0;
+}
+
+bool PictureConverter::IsChromaHalved(int avPixelFormat)
+{
+    const AVPixFmtDescriptor* kind = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(avPixelFormat));
+    return kind != nullptr && !IsRGB(*kind) && kind->nb_components >= 3 && kind->log2_chroma_w == 1;
 }
 
 ClipMatrix PictureConverter::MatrixOf(const AVFrame* picture)

@@ -33,7 +33,7 @@ float Tame(float value)
 
 } // namespace
 
-void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, AVFrame* picture)
+void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, bool isChromaHalved, AVFrame* picture)
 {
     const LumaWeights weights = WeightsOf(matrix);
     const float wr = static_cast<float>(weights.red);
@@ -59,11 +59,16 @@ void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, AVFrame* pictu
         }
         auto* outCb = reinterpret_cast<uint16_t*>(PictureRow(picture, 1, row));
         auto* outCr = reinterpret_cast<uint16_t*>(PictureRow(picture, 2, row));
+        const auto halve = [width, isChromaHalved](const std::vector<float>& line, uint32_t x) {
+            if (isChromaHalved) return line[x];
+            const uint32_t last = width - 1;
+            const float near = line[x < 1 ? 0 : x - 1] + line[std::min(x + 1, last)];
+            const float far = line[x < 3 ? 0 : x - 3] + line[std::min(x + 3, last)];
+            return 0.5f * line[x] + 0.28125f * near - 0.03125f * far;
+        };
         for (uint32_t x = 0; x < width; x += 2) {
-            const uint32_t left = x == 0 ? 0 : x - 1;
-            const uint32_t right = std::min(x + 1, width - 1);
-            const float u = 0.25f * cb[left] + 0.5f * cb[x] + 0.25f * cb[right];
-            const float v = 0.25f * cr[left] + 0.5f * cr[x] + 0.25f * cr[right];
+            const float u = halve(cb, x);
+            const float v = halve(cr, x);
             outCb[x / 2] = Code(512.0f + 896.0f * u, 4.0f, 1019.0f);
             outCr[x / 2] = Code(512.0f + 896.0f * v, 4.0f, 1019.0f);
         }

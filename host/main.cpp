@@ -77,7 +77,8 @@ int Render(ClipSource* clip, const OCSettings& grade, const std::string& path, i
         return result.framesDone == 0 && writer->Error().empty() ? hostNoClip : hostNoOutput;
     }
     if (result.wasInterrupted) {
-        HostComplain("interrupted after %d frames; nothing was written", result.framesDone);
+        HostComplain("interrupted by signal %d after %d frames; no clip was written", HostInterruptingSignal(),
+                     result.framesDone);
         return hostInterrupted;
     }
     if (writer->Finish() != bpNoErr) {
