@@ -35,6 +35,7 @@ class Session(unittest.TestCase):
         os.makedirs(self.folder)
         self.host_program = os.environ["OCHRINE_HOST"]
         self.app_program = os.environ["OCHRINE_APP"]
+        self.stamps = {}   # of the layout reports when each session's window came up
         self.desktop = Desktop(self.folder, *self.size)
         self.addCleanup(self.desktop.close)
         self.desktop.__enter__()
@@ -134,9 +135,17 @@ class Session(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stderr + done.stdout)
         return done.stdout
 
-    def wait_for_window(self, host, seconds=60):
-        """Waits until the session's window is up and its picture is in it."""
-        return self.desktop.wait_for("OK", seconds, lambda: host.poll() is None)
+    def wait_for_window(self, host, session=1, seconds=60):
+        """Waits until the window of the host's n-th session is up and stands still."""
+        seen = self.stamps.get(session - 1)
+        box = self.desktop.wait_for("OK", seconds, lambda: host.poll() is None, seen)
+        self.stamps[session] = self.desktop.layout_stamp()
+        return box
+
+    def wait_hidden(self, host, button="OK"):
+        """Waits until the application has answered the button: its window is hidden then."""
+        wait_until(lambda: f"UI: {button} was clicked" in self.desktop.log("host") or (host and host.poll() is not None),
+                   30, "the hidden window")
 
     def application(self):
         """The id of the one running application."""
