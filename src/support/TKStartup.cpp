@@ -250,6 +250,11 @@ void TKEndSession(TKSession* session, uint32_t command)
         Quit(session);
 }
 
+void TKApplicationActivated(TKSession* session, bool active)
+{
+    if (!active && session->interfaceReady) TKStopPlayback(session);
+}
+
 bool TKMainWindowClose(TKSession* session)
 {
     if (TKBlockOf(session)) {

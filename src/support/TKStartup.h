@@ -26,6 +26,9 @@ void TKTick(TKSession* session);
 /// asked to close.
 void TKEndSession(TKSession* session, uint32_t command);
 
+/// The application came to the front or left it. Once the interface is ready, leaving stops playback.
+void TKApplicationActivated(TKSession* session, bool active);
+
 /// The main window is about to close. With a block attached the command Exit runs and false is returned: the window
 /// stays until it is asked again. Otherwise the loop is told to quit and true is returned.
 bool TKMainWindowClose(TKSession* session);

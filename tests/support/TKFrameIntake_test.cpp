@@ -313,6 +313,38 @@ TEST_F(TKFrameIntake, ASizeThatChangesBetweenTheStepsIsRefused)
     EXPECT_EQ(session_->sourceFrame, nullptr);
 }
 
+TEST_F(TKFrameIntake, AShapeIsTakenOrRefusedByItself)
+{
+    struct Case {
+        uint32_t width, height, rowBytes;
+        FBPixelFormat format;
+        uint64_t byteCount; // 0: refused
+    };
+    const auto none = static_cast<FBPixelFormat>(77);
+    host_.Make();
+    for (const Case& c : {Case{8, 6, 32, pixFormatARGB8, 192}, Case{8, 6, 36, pixFormatARGB8, 212},
+                          Case{8, 6, 31, pixFormatARGB8, 0}, Case{8, 6, 33, pixFormatARGB8, 0},
+                          Case{8, 6, 34, pixFormatBGRA8, 0}, Case{8, 6, 66, pixFormatARGB16_32K, 394},
+                          Case{8, 6, 65, pixFormatARGB16_32K, 0}, Case{8, 6, 130, pixFormatRGBA32_Float, 0},
+                          Case{8, 6, 132, pixFormatYRGB32_Float, 788}, Case{0, 6, 32, pixFormatARGB8, 0},
+                          Case{8, 0, 32, pixFormatARGB8, 0}, Case{8, 6, 0, pixFormatARGB8, 0}, Case{8, 6, 32, none, 0},
+                          Case{65536, 1, 1u << 20, pixFormatARGB8, 0}, Case{65535, 2049, 1u << 20, pixFormatARGB8, 0},
+                          Case{65535, 2048, 0xFFFFFFFC, pixFormatARGB8, uint64_t{2047} * 0xFFFFFFFC + 262140},
+                          Case{0x40000001, 1, 4, pixFormatARGB8, 0}}) {
+        TKUIComm* block = host_.Block();
+        block->frameWidth = c.width;
+        block->frameHeight = c.height;
+        block->frameRowBytes = c.rowBytes;
+        block->framePixelFormat = static_cast<uint32_t>(c.format);
+        gBPFake.log.clear();
+        TKFrameShape shape;
+        EXPECT_EQ(TKReadFrameShape(block, &shape), c.byteCount ? bpNoErr : bpParamErr)
+            << c.width << " x " << c.height << ", " << c.rowBytes << ", " << c.format;
+        EXPECT_EQ(shape.byteCount, c.byteCount);
+        EXPECT_EQ(TKLogCount(" is refused\n"), c.byteCount ? 0u : 1u);
+    }
+}
+
 // --- Frames of requests -----------------------------------------------------------------------------------------------
 
 TEST_F(TKFrameIntake, ATakenFrameComesUpGraded)

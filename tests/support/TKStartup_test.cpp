@@ -34,6 +34,7 @@ TEST_F(TKStartupTest, EverythingComesUpInItsOrder)
     EXPECT_TRUE(session_->interfaceReady);
     EXPECT_EQ(windows_.timerMs, 10u);
     EXPECT_EQ(session_->undoRing->undoAvailable, 0u);
+    EXPECT_EQ(session_->undoRing->undoHead, 0u);
     EXPECT_EQ(session_->undoRing->undoSlotCount, 21u);
     EXPECT_EQ(Status(), kTKUIStatusUIRunning);
     // The grade of the host is on the controls and in the first picture, and is no undo step.
@@ -197,6 +198,20 @@ TEST_F(TKStartupTest, AFrameThatNobodyAskedForIsTakenOffTheChannel)
     TKTick(session_);
     EXPECT_TRUE(gBPFake.messages.empty());
     EXPECT_EQ(session_->receivedFrame, nullptr);
+}
+
+TEST_F(TKStartupTest, LeavingTheFrontStopsPlaybackOnceTheInterfaceIsReady)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    TKApplicationActivated(session_, true);
+    EXPECT_TRUE(TKIsPlaying(session_));
+    session_->interfaceReady = false;
+    TKApplicationActivated(session_, false);
+    EXPECT_TRUE(TKIsPlaying(session_));
+    session_->interfaceReady = true;
+    TKApplicationActivated(session_, false);
+    EXPECT_FALSE(TKIsPlaying(session_));
 }
 
 // --- The ends of a session --------------------------------------------------------------------------------------------

@@ -168,6 +168,15 @@ TEST_F(TKControlsTest, ADragStopsAtTheEndsOfTheTrack)
     EXPECT_EQ(Live().hsl.master.gain, 0.0f);
 }
 
+TEST_F(TKControlsTest, ASteadyDragAsksForNoMemory)
+{
+    (void)TKSliderDrag(session_, &gain_, 70000);
+    BPFailAllocation(0);
+    for (int32_t i = 1; i < 50; ++i) EXPECT_TRUE(TKSliderDrag(session_, &gain_, 70000 + i * 100).changed);
+    EXPECT_EQ(BPAllocationCount(), 0u);
+    EXPECT_EQ(Renders(), 50u);
+}
+
 // --- Typing -----------------------------------------------------------------------------------------------------------
 
 TEST_F(TKControlsTest, ATypedValueBeyondTheTrackIsHonoured)
