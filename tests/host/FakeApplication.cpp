@@ -1,3 +1,4 @@
+// Deeds of the stand-in for Ochrine.
 #include "tests/host/FakeApplication.h"
 
 #include "src/platform/BPMemory.h"
@@ -12,10 +13,10 @@ bool FakeAttach(FakeApplication* application)
     for (int i = 0; i < 100; ++i) {
         if (application->platform.sharedMemory.open(kOchrineBlockName, kOchrineBlockBytes, &application->memory) ==
             bpNoErr) {
-            application->block = reinterpret_cast<OchrineBlock*>(application->memory.address);
-            const bool isReady = application->block->signature == kOchrineSignature &&
-                                 application->block->version == 7 &&
-                                 OchrineLoadStatus(application->block) == kTKUIStatusDataReady;
+            OchrineBlock* block = application->block = reinterpret_cast<OchrineBlock*>(application->memory.address);
+            const auto isSigned = [block] { return block->signature == kOchrineSignature && block->version == 7; };
+            if (!isSigned()) application->platform.clock.sleepMs(50); // for a host that is still writing
+            const bool isReady = isSigned() && OchrineLoadStatus(block) == kTKUIStatusDataReady;
             if (isReady) {
                 OchrineStoreStatus(application->block, kTKUIStatusUIRunning);
                 return true;

@@ -1,0 +1,196 @@
+// The program ochrine-host from the outside, with a program that stands for Ochrine.
+#include "host/HostMisbehave.h"
+#include "host/HostOptions.h"
+#include "host/HostSession.h"
+#include "src/OCSettings.h"
+#include "tests/host/ClipTest.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace {
+
+std::vector<uint8_t> Bytes(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+class HostProgram : public testing::Test {
+  protected:
+    void SetUp() override
+    {
+        ASSERT_NE(std::getenv("OC_HOST_PROGRAM"), nullptr);
+        ASSERT_TRUE(RunFFmpeg(std::string("-f lavfi -i color=black:s=192x32:r=25 -frames:v 6 -vf \"") + kPaintNumbers +
+                              "\" -c:v png -pix_fmt rgb24 " + folder_.Path("clip.mov")));
+    }
+
+    /// Runs the program on the clip and returns its exit code; what it says goes to said_.
+    int Run(const std::string& mode, const std::string& options, const std::string& clip = "clip.mov")
+    {
+        const std::string command = "cd " + folder_.path + " && OC_FAKE_OUT=" + folder_.Path("frames") +
+                                    " OC_FAKE_MODE=" + mode + " " + std::getenv("OC_HOST_PROGRAM") + " --app " +
+                                    std::getenv("OC_FAKE_APPLICATION") + " --out-dir out " + options + " " + clip +
+                                    " > log 2>&1";
+        const int status = std::system(command.c_str());
+        const std::vector<uint8_t> text = Bytes(folder_.Path("log"));
+        said_.assign(text.begin(), text.end());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    bool Has(const char* name) { return std::filesystem::exists(folder_.Path(name)); }
+
+    static bool IsBlockLeft()
+    {
+        return std::filesystem::exists(std::string(std::getenv("XDG_RUNTIME_DIR")) + "/ochrine/" + kOchrineBlockName);
+    }
+
+    void TearDown() override
+    {
+        EXPECT_FALSE(IsBlockLeft());
+        if (HasFailure()) std::fputs(said_.c_str(), stderr);
+    }
+
+    TestFolder folder_;
+    std::string said_;
+};
+
+} // namespace
+
+TEST_F(HostProgram, WritesGradeAndClipAfterOK)
+{
+    ASSERT_EQ(Run("ok", ""), hostDone);
+    const std::vector<uint8_t> grade = Bytes(folder_.Path("out/clip.ocgrade"));
+    ASSERT_EQ(grade.size(), sizeof(OCSettings));
+    OCSettings read = {};
+    std::memcpy(&read, grade.data(), sizeof(read));
+    EXPECT_EQ(read.signature, kOCSettingsSignature);
+    EXPECT_EQ(read.hsl.master.saturation, 125.0f); // a fresh grade with one value changed
+    EXPECT_EQ(read.hsl.master.gain, 1.0f);
+    EXPECT_TRUE(Has("out/clip_graded.mov"));
+    EXPECT_NE(said_.find("PROGRESS 6/6"), std::string::npos);
+    EXPECT_EQ(said_.find("\r"), std::string::npos);
+    // What it wrote can be rendered again, to the byte.
+    ASSERT_EQ(Run("ok", "--render-only --grade out/clip.ocgrade --output again.mov"), hostDone);
+    EXPECT_EQ(Bytes(folder_.Path("again.mov")), Bytes(folder_.Path("out/clip_graded.mov")));
+}
+
+TEST_F(HostProgram, StartsWithTheGradeGiven)
+{
+    ASSERT_EQ(Run("ok", ""), hostDone);
+    ASSERT_EQ(Run("ok", "--grade out/clip.ocgrade --output x_%02d.exr"), hostDone);
+    OCSettings read = {};
+    std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+    EXPECT_EQ(read.hsl.master.saturation, 156.25f);
+    EXPECT_TRUE(Has("x_00.exr") && Has("x_05.exr") && !Has("x_06.exr"));
+}
+
+TEST_F(HostProgram, CancelWritesNothing)
+{
+    ASSERT_EQ(Run("cancel", ""), hostDone);
+    EXPECT_NE(said_.find("cancelled"), std::string::npos);
+    EXPECT_FALSE(Has("out/clip.ocgrade") || Has("out/clip_graded.mov"));
+    ASSERT_EQ(Run("cancel", "--always-render"), hostDone);
+    EXPECT_TRUE(Has("out/clip.ocgrade") && Has("out/clip_graded.mov"));
+}
+
+TEST_F(HostProgram, HandsTheFirstFrameOverInPieces)
+{
+    ASSERT_EQ(Run("ok", "--chunk-rows 9"), hostDone);
+    EXPECT_TRUE(Has("out/clip_graded.mov"));
+}
+
+TEST_F(HostProgram, ServesTheFramesThatAreWanted)
+{
+    ASSERT_EQ(Run("request", ""), hostDone);
+    std::string error;
+    std::unique_ptr<ClipSource> clip = OpenClip(folder_.Path("clip.mov"), {}, &error);
+    ASSERT_NE(clip, nullptr);
+    std::vector<uint8_t> wanted;
+    for (int32_t number : {3, 0, 5}) {
+        const std::vector<uint8_t> frame = ReadFrame(clip.get(), number);
+        wanted.insert(wanted.end(), frame.begin(), frame.end());
+    }
+    EXPECT_EQ(Bytes(folder_.Path("frames")), wanted);
+    // Refused, the application gets none, and the session goes on.
+    ASSERT_EQ(Run("request", "--misbehave=status11"), hostDone);
+    EXPECT_TRUE(Bytes(folder_.Path("frames")).empty());
+}
+
+TEST_F(HostProgram, TellsHowASessionFailed)
+{
+    EXPECT_EQ(Run("die", ""), hostApplicationDied);
+    EXPECT_NE(said_.find("exit code 5"), std::string::npos);
+    EXPECT_EQ(Run("die-early", ""), hostApplicationDied);
+    EXPECT_NE(said_.find("before it took the clip"), std::string::npos);
+    EXPECT_EQ(Run("fail", ""), hostRefused);
+    EXPECT_EQ(Run("nograde", ""), hostRefused);
+    EXPECT_EQ(Run("hang", "--timeout 1"), hostTimeout);
+    EXPECT_EQ(Run("ok", "--app " + folder_.Path("none")), hostNoApplication);
+    EXPECT_EQ(Run("ok", "", "none.mov"), hostNoClip);
+    EXPECT_EQ(Run("ok", "--grade clip.mov"), hostNoClip);
+    EXPECT_EQ(Run("ok", "--nonsense"), hostUsage);
+    EXPECT_EQ(Run("ok", "--output x.avi"), hostUsage);
+    EXPECT_EQ(Run("ok", "--out-dir clip.mov/x"), hostNoOutput);
+    EXPECT_FALSE(Has("out/clip.ocgrade") || Has("out/clip_graded.mov"));
+}
+
+TEST_F(HostProgram, RefusesASecondHostAndReplacesADeadOne)
+{
+    OchrineHost* other = nullptr;
+    ASSERT_EQ(OchrineHostOpen(0, &other), ochrineOk);
+    EXPECT_EQ(Run("ok", ""), hostBusy);
+    OchrineHostClose(other);
+    EXPECT_EQ(Run("ok", "--misbehave stale-block"), hostDone);
+}
+
+TEST_F(HostProgram, FindsAResidentApplication)
+{
+    const std::string start = "OC_FAKE_MODE=resident " + std::string(std::getenv("OC_FAKE_APPLICATION")) + " &";
+    ASSERT_EQ(std::system(start.c_str()), 0);
+    const std::string resident = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/ochrine/" + kOchrineResidentName;
+    for (int i = 0; i < 200 && !std::filesystem::exists(resident); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    // Started anew it would end at once.
+    ASSERT_EQ(Run("die-early", "--sessions 2"), hostDone);
+    EXPECT_NE(said_.find("found the resident application"), std::string::npos);
+    OCSettings read = {};
+    std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+    EXPECT_EQ(read.hsl.master.saturation, 156.25f);
+    for (int i = 0; i < 200 && std::filesystem::exists(resident); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_FALSE(std::filesystem::exists(resident));
+}
+
+TEST_F(HostProgram, MisbehavesAsAsked)
+{
+    // The stand-in takes only blocks that are sound; the others it leaves alone until it gives up.
+    EXPECT_EQ(Run("ok", "--misbehave version6"), hostApplicationDied);
+    EXPECT_NE(said_.find("exit code 7"), std::string::npos);
+    EXPECT_EQ(Run("ok", "--misbehave short-object"), hostApplicationDied);
+    EXPECT_NE(said_.find("exit code 7"), std::string::npos);
+    EXPECT_EQ(Run("ok", "--misbehave late-header"), hostDone);
+    EXPECT_EQ(Run("ok", "--misbehave clips250"), hostDone);
+    EXPECT_EQ(Run("request", "--misbehave die-pending"), 9);
+    EXPECT_TRUE(IsBlockLeft());
+    EXPECT_EQ(Run("request", "--misbehave never-answer"), 9); // and finds what the last one left
+    EXPECT_EQ(Run("ok", ""), hostDone);
+}
+
+TEST_F(HostProgram, IsInterruptedCleanly)
+{
+    const std::string command = "cd " + folder_.path + " && OC_FAKE_MODE=hang timeout --foreground -s INT 1 " +
+                                std::getenv("OC_HOST_PROGRAM") + " --app " + std::getenv("OC_FAKE_APPLICATION") +
+                                " clip.mov > log 2>&1";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 124); // of timeout: it was sent
+    const std::vector<uint8_t> text = Bytes(folder_.Path("log"));
+    said_.assign(text.begin(), text.end());
+    EXPECT_NE(said_.find("interrupted by signal 2"), std::string::npos);
+}
