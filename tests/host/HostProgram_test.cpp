@@ -194,3 +194,60 @@ TEST_F(HostProgram, IsInterruptedCleanly)
     said_.assign(text.begin(), text.end());
     EXPECT_NE(said_.find("interrupted by signal 2"), std::string::npos);
 }
+
+// The examples of the documentation are hosts too.
+class Example : public testing::TestWithParam<const char*> {
+  protected:
+    int Run(const std::string& mode, TestFolder* folder)
+    {
+        const std::string command = "cd " + folder->path + " && OC_FAKE_OUT=frames OC_FAKE_MODE=" + mode + " " +
+                                    std::getenv(GetParam()) + " " + std::getenv("OC_FAKE_APPLICATION") + " grade >&2";
+        const int status = std::system(command.c_str());
+        const std::string block = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/ochrine/" + kOchrineBlockName;
+        EXPECT_FALSE(std::filesystem::exists(block));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
+
+TEST_P(Example, RunsASession)
+{
+    TestFolder folder;
+    EXPECT_EQ(Run("cancel", &folder), 1);
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("grade")));
+    EXPECT_EQ(Run("die", &folder), 2);
+    EXPECT_EQ(Run("fail", &folder), 2);
+    EXPECT_EQ(Run("fresh-request", &folder), 0);
+    EXPECT_EQ(Bytes(folder.Path("grade")).size(), sizeof(OCSettings));
+    // Frames 3, 0 and 9: rows of blue, green, red, alpha.
+    const std::vector<uint8_t> frames = Bytes(folder.Path("frames"));
+    const size_t frame = size_t{640} * 360 * 4;
+    ASSERT_EQ(frames.size(), 3 * frame);
+    const int wanted[3] = {3, 0, 9};
+    for (size_t i = 0; i < 3; ++i) {
+        for (const size_t x : {0, 100, 639}) {
+            const uint8_t* pixel = frames.data() + i * frame + 359 * 640 * 4 + x * 4;
+            EXPECT_EQ(pixel[0], 255 * 359 / 360);
+            EXPECT_EQ(pixel[1], 128 + wanted[i] * 10);
+            EXPECT_EQ(pixel[2], 255 * x / 640);
+            EXPECT_EQ(pixel[3], 255);
+        }
+    }
+}
+
+TEST_P(Example, ReplacesADeadHostAndRespectsALiveOne)
+{
+    TestFolder folder;
+    BPPlatform platform = {};
+    BPFillLinuxPlatform(&platform);
+    ASSERT_EQ(LeaveStaleBlock(platform), ochrineOk);
+    EXPECT_EQ(Run("cancel", &folder), 1);
+    OchrineHost* other = nullptr;
+    ASSERT_EQ(OchrineHostOpen(0, &other), ochrineOk);
+    const std::string command = std::string(std::getenv(GetParam())) + " true " + folder.Path("grade") + " 2>/dev/null";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 3);
+    EXPECT_EQ(OchrineHostBlock(other)->signature, kOchrineSignature);
+    OchrineHostClose(other);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, Example, testing::Values("OC_MINIMAL_C", "OC_MINIMAL_PYTHON"),
+                         [](const testing::TestParamInfo<const char*>& host) { return std::string(host.param + 11); });

@@ -4,6 +4,7 @@
 //   ok        takes the frame, doubles the first float behind the signature of the grade, 4
 //   cancel    takes the frame, 4
 //   request   asks for frames 3, 0 and beyond the end, writes what came into OC_FAKE_OUT, then as ok
+//   fresh-request   as request, for a host that gave no grade: it leaves one
 //   die       takes the frame and ends
 //   die-early ends at once
 //   fail      2
@@ -83,8 +84,10 @@ int main()
     }
     if (FakeTakeFrame(&application).empty()) return 8;
     if (mode == "die") return 5;
-    if (mode == "request" && Request(&application) != 0) return 9;
-    if (mode == "ok" || mode == "request") Edit(application.block);
+    const bool isRequest = mode == "request" || mode == "fresh-request";
+    if (isRequest && Request(&application) != 0) return 9;
+    if (mode == "fresh-request") application.block->settings[0] = kOchrineGradeSignature;
+    if (mode == "ok" || isRequest) Edit(application.block);
     if (mode == "nograde") application.block->settings[0] = 0;
     FakeLeave(&application, kTKUIStatusUIDone);
     return 0;
