@@ -39,8 +39,24 @@ class Session(unittest.TestCase):
         self.desktop = Desktop(self.folder, *self.size)
         self.addCleanup(self.desktop.close)
         self.desktop.__enter__()
+        leaks = os.path.join(os.path.dirname(os.path.abspath(__file__)), "leaks.txt")
+        self.desktop.env["LSAN_OPTIONS"] = f"suppressions={leaks}:print_suppressions=0"
 
     def tearDown(self):
+        try:
+            self.check_logs()
+        finally:
+            self.show_problems()
+
+    def check_logs(self):
+        """No program broke a rule of its own, or of a sanitizer."""
+        for log in glob.glob(self.path("*.log")):
+            with open(log, encoding="utf-8", errors="replace") as file:
+                text = file.read()
+            for word in ("Assert (", "Sanitizer", "runtime error:", "terminate called"):
+                self.assertNotIn(word, text, log)
+
+    def show_problems(self):
         # A failed test shows what a person would have seen, and what the programs said.
         outcome = getattr(self._outcome, "result", None)
         problems = [e for e in (outcome.errors + outcome.failures if outcome else []) if e[0] is self]
