@@ -36,16 +36,16 @@ double Exp2(double x)
 
 } // namespace
 
-float BPPower(float base, float exponent)
+float BPPower(float base, double exponent)
 {
     if (!(base > 0 && base < HUGE_VALF) || !std::isfinite(exponent))
-        return static_cast<float>(std::pow(static_cast<double>(base), static_cast<double>(exponent)));
+        return static_cast<float>(std::pow(static_cast<double>(base), exponent));
     if (const int factors = bpmath::ProductFactors(exponent); factors > 0) {
         double product = base;
         for (int i = 1; i < factors; ++i) product *= static_cast<double>(base);
         return static_cast<float>(product);
     }
-    double x = static_cast<double>(exponent) * Log2(base);
+    double x = exponent * Log2(base);
     x = x > kExponentLimit ? kExponentLimit : x;
     x = x < -kExponentLimit ? -kExponentLimit : x;
     return static_cast<float>(Exp2(x));

@@ -6,9 +6,10 @@
 
 #include <cstddef>
 
-/// One power, to be read. Zeros, negatives, infinities and NaNs follow the rules of pow.   Thread: any.
-float BPPower(float base, float exponent);
+/// One power, to be read. The exponent is a double, so that a power of a power can be one power of the product. Zeros,
+/// negatives, infinities and NaNs follow the rules of pow.   Thread: any.
+float BPPower(float base, double exponent);
 
 /// out[i] = BPPower(base[i], exponent), bit for bit, with the instruction set of the machine. `out` may be `base`.
 /// Thread: any.
-void BPPowerArray(const float* base, float exponent, float* out, size_t count);
+void BPPowerArray(const float* base, double exponent, float* out, size_t count);

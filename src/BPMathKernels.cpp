@@ -16,6 +16,22 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// Rounds to single, beyond the range of singles to an infinity. The library's emulated targets would stop at the
+/// largest single, so there the compiler converts.
+template <class DH, class V> hn::Vec<DH> ToSingle(DH dh, V value)
+{
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+    const hn::DFromV<V> d;
+    HWY_ALIGN double in[hn::MaxLanes(d)];
+    HWY_ALIGN float out[hn::MaxLanes(d)];
+    hn::Store(value, d, in);
+    for (size_t i = 0; i < hn::MaxLanes(d); ++i) out[i] = static_cast<float>(in[i]);
+    return hn::Load(dh, out);
+#else
+    return hn::DemoteTo(dh, value);
+#endif
+}
+
 template <class D, class V> V Log2(D d, V x)
 {
     const hn::RebindToUnsigned<D> du;
@@ -61,7 +77,7 @@ size_t PowerLanes(const float* base, double exponent, float ofZero, float* out, 
         auto power = hn::Mul(hn::Set(d, exponent), Log2(d, x));
         power = hn::IfThenElse(hn::Gt(power, limit), limit, power);
         power = hn::IfThenElse(hn::Lt(power, hn::Neg(limit)), hn::Neg(limit), power);
-        const auto result = hn::DemoteTo(dh, Exp2(d, power));
+        const auto result = ToSingle(dh, Exp2(d, power));
         hn::StoreU(hn::IfThenElse(isZero, hn::Set(dh, ofZero), result), dh, out + i);
     }
     return i;
@@ -78,7 +94,7 @@ size_t ProductLanes(const float* base, int factors, float* out, size_t count)
         const auto x = hn::PromoteTo(d, hn::LoadU(dh, base + i));
         auto product = x;
         for (int k = 1; k < factors; ++k) product = hn::Mul(product, x);
-        hn::StoreU(hn::DemoteTo(dh, product), dh, out + i);
+        hn::StoreU(ToSingle(dh, product), dh, out + i);
     }
     return i;
 }
@@ -93,7 +109,7 @@ HWY_EXPORT(PowerLanes);
 HWY_EXPORT(ProductLanes);
 } // namespace ochrine
 
-void BPPowerArray(const float* base, float exponent, float* out, size_t count)
+void BPPowerArray(const float* base, double exponent, float* out, size_t count)
 {
     bool plain = std::isfinite(exponent);
     for (size_t i = 0; plain && i < count; ++i) plain = base[i] >= 0 && base[i] < HUGE_VALF && !std::signbit(base[i]);
@@ -102,7 +118,7 @@ void BPPowerArray(const float* base, float exponent, float* out, size_t count)
         done = HWY_DYNAMIC_DISPATCH(ochrine::ProductLanes)(base, factors, out, count);
     } else if (plain) {
         const float ofZero = BPPower(0, exponent);
-        done = HWY_DYNAMIC_DISPATCH(ochrine::PowerLanes)(base, static_cast<double>(exponent), ofZero, out, count);
+        done = HWY_DYNAMIC_DISPATCH(ochrine::PowerLanes)(base, exponent, ofZero, out, count);
     }
     for (size_t i = done; i < count; ++i) out[i] = BPPower(base[i], exponent);
 }

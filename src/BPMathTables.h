@@ -36,10 +36,10 @@ inline constexpr double kExponentLimit = 1000.0;              ///< far beyond an
 inline constexpr int kProductLimit = 8;
 
 /// The exponent as a count of factors, or 0 when it is not a small whole number above 0.
-constexpr int ProductFactors(float exponent)
+constexpr int ProductFactors(double exponent)
 {
     for (int i = 1; i <= kProductLimit; ++i)
-        if (exponent == static_cast<float>(i)) return i;
+        if (exponent == static_cast<double>(i)) return i;
     return 0;
 }
 

@@ -21,6 +21,23 @@ void FBTransferPixToFBFrameSSE(const void* source, uint32_t sourceRowBytes, uint
 void FBTransferFBFrameToPixSSE(const FBFrame* frame, const FBRect* rect, void* destination,
                                uint32_t destinationRowBytes, FBPixelFormat destinationFormat);
 
+/// The same as FBTransferPixToFBFrameSSE, with colour multiplied by alpha on the way in.
+void FBTransferPixToFBFramePremultipliedSSE(const void* source, uint32_t sourceRowBytes, FBPixelFormat sourceFormat,
+                                            const FBFrame* frame);
+
+/// Copies the alpha of each pixel of one interchange buffer into another; colour stays.   Thread: any, own rows.
+void FBTransferPixAlphaToPixAlphaWork(const void* source, uint32_t sourceRowBytes, void* destination,
+                                      uint32_t destinationRowBytes, uint32_t width, uint32_t height,
+                                      FBPixelFormat format);
+
+// The readable transfers: the truth that the others equal bit for bit.
+void FBTransferPixToFBFrameScalar(const void* source, uint32_t sourceRowBytes, uint32_t sourcePlaneBytes,
+                                  FBPixelFormat sourceFormat, const FBFrame* frame);
+void FBTransferPixToFBFramePremultipliedScalar(const void* source, uint32_t sourceRowBytes, FBPixelFormat sourceFormat,
+                                               const FBFrame* frame);
+void FBTransferFBFrameToPixScalar(const FBFrame* frame, const FBRect* rect, void* destination,
+                                  uint32_t destinationRowBytes, FBPixelFormat destinationFormat);
+
 /// The byte count of one row of `width` pixels as it lies in interchange memory, without padding; 0 for a format that
-/// no host can hand in.
+/// no host can hand in. Of planar formats, one plane.
 uint64_t FBPixelRowBytes(uint32_t width, FBPixelFormat format);

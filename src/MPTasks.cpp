@@ -34,7 +34,13 @@ void RunCommand(MPTask* task)
         FBApplyLUTBand(task->pixels, task->width, task->height, task->pixelRowBytes, task->table, task->pixelFormat);
         break;
     case mpTransferPixToFramePremultiplied:
+        FBTransferPixToFBFramePremultipliedSSE(task->pixels, task->pixelRowBytes, task->pixelFormat,
+                                               &task->destination);
+        break;
     case mpTransferAlpha:
+        FBTransferPixAlphaToPixAlphaWork(task->sourcePixels, task->sourceRowBytes, task->pixels, task->pixelRowBytes,
+                                         task->width, task->height, task->pixelFormat);
+        break;
     case mpMedia:
     case mpNothing:
     case mpLeave: break;
@@ -55,7 +61,7 @@ void Worker(void* argument)
 
 bool OnCallingThread(uint32_t height, uint32_t taskCount)
 {
-    return height <= taskCount || height < kFewRows;
+    return taskCount < 2 || height <= taskCount || height < kFewRows;
 }
 
 /// Rows of a band: first and count.
@@ -179,6 +185,44 @@ void FBTransferPixToFBFrame(const void* source, uint32_t sourceRowBytes, uint32_
         task->pixelRowBytes = sourceRowBytes;
         task->pixelPlaneBytes = sourcePlaneBytes;
         task->pixelFormat = sourceFormat;
+    });
+}
+
+void FBTransferPixToFBFramePremultiplied(const void* source, uint32_t sourceRowBytes, FBPixelFormat sourceFormat,
+                                         const FBFrame* frame, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || OnCallingThread(frame->height, taskCount)) {
+        FBTransferPixToFBFramePremultipliedSSE(source, sourceRowBytes, sourceFormat, frame);
+        return;
+    }
+    auto* pixels = const_cast<uint8_t*>(static_cast<const uint8_t*>(source)); // read only, as above
+    RunAll(taskCount, tasks, mpTransferPixToFramePremultiplied, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(frame->height, taskCount, i);
+        task->destination = FBBandOf(*frame, band.first, band.count);
+        task->pixels = pixels + size_t{band.first} * sourceRowBytes;
+        task->pixelRowBytes = sourceRowBytes;
+        task->pixelFormat = sourceFormat;
+    });
+}
+
+void FBTransferPixAlphaToPixAlpha(const void* source, uint32_t sourceRowBytes, void* destination,
+                                  uint32_t destinationRowBytes, uint32_t width, uint32_t height, FBPixelFormat format,
+                                  uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || OnCallingThread(height, taskCount)) {
+        FBTransferPixAlphaToPixAlphaWork(source, sourceRowBytes, destination, destinationRowBytes, width, height,
+                                         format);
+        return;
+    }
+    RunAll(taskCount, tasks, mpTransferAlpha, [=](MPTask* task, uint32_t i) {
+        const Band band = BandAt(height, taskCount, i);
+        task->sourcePixels = static_cast<const uint8_t*>(source) + size_t{band.first} * sourceRowBytes;
+        task->sourceRowBytes = sourceRowBytes;
+        task->pixels = static_cast<uint8_t*>(destination) + size_t{band.first} * destinationRowBytes;
+        task->pixelRowBytes = destinationRowBytes;
+        task->width = width;
+        task->height = band.count;
+        task->pixelFormat = format;
     });
 }
 

@@ -33,6 +33,8 @@ struct MPTask {
     const OCSettings* settings;
     uint32_t argument; ///< flags word of command 2, the number of command 1
     uint8_t* pixels;
+    const uint8_t* sourcePixels; ///< command 7
+    uint32_t sourceRowBytes;
     uint32_t pixelRowBytes, pixelPlaneBytes, width, height;
     FBPixelFormat pixelFormat;
     const uint8_t* table;
@@ -64,6 +66,13 @@ void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* 
 
 void FBTransferPixToFBFrame(const void* source, uint32_t sourceRowBytes, uint32_t sourcePlaneBytes,
                             FBPixelFormat sourceFormat, const FBFrame* frame, uint32_t taskCount, MPTask* tasks);
+
+void FBTransferPixToFBFramePremultiplied(const void* source, uint32_t sourceRowBytes, FBPixelFormat sourceFormat,
+                                         const FBFrame* frame, uint32_t taskCount, MPTask* tasks);
+
+void FBTransferPixAlphaToPixAlpha(const void* source, uint32_t sourceRowBytes, void* destination,
+                                  uint32_t destinationRowBytes, uint32_t width, uint32_t height, FBPixelFormat format,
+                                  uint32_t taskCount, MPTask* tasks);
 
 void FBTransferFBFrameToPix(const FBFrame* frame, const FBRect* rect, void* destination, uint32_t destinationRowBytes,
                             FBPixelFormat destinationFormat, uint32_t taskCount, MPTask* tasks);

@@ -100,9 +100,9 @@ const OCProcessParams* OCParametersOf(const OCEngine* engine);
 /// How many tables the last update built; 0 when nothing changed. For tests and benchmarks.
 uint32_t OCTablesBuilt(const OCEngine* engine);
 
-/// Applies the parameters to all rows of `source`, as far as `destination` reaches; both in format 203. A null
-/// destination is left alone; `settings` and `flags` are carried along and not read. Another source format is logged and leaves the destination alone.
-/// Thread: any, own rows.
+/// Applies the parameters to all rows of `source`, as far as `destination` reaches; both in format 203, and they may be
+/// the same. A null destination is left alone; `settings` and `flags` are carried along and not read. Another source
+/// format is logged and leaves the destination alone.   Thread: any, own rows.
 void OCProcessImageBand(const OCEngine* engine, const FBFrame* source, const FBFrame* destination,
                         const OCSettings* settings, uint32_t flags, uint32_t taskIndex);
 

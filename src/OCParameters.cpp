@@ -102,14 +102,18 @@ void FillRamp(float* table)
     for (uint32_t i = 0; i < kOCToneEntries; ++i) table[i] = static_cast<float>(i) / 16384.0f;
 }
 
-/// A table that raises its input to one exponent after the other.
-OCTone BuildPowers(OCEngine* engine, uint32_t slot, std::initializer_list<float> exponents)
+/// A table that raises its input to the product of two exponents, as one power, and the entries in turn to further ones.
+OCTone BuildPowers(OCEngine* engine, uint32_t slot, float own, float whole, std::initializer_list<float> further = {})
 {
-    if (Renew(engine, slot, KeyOf(exponents))) {
+    Key key = KeyOf({own, whole});
+    for (float exponent : further) key.value[key.count++] = exponent;
+    if (Renew(engine, slot, key)) {
         float* table = TableAt(engine, slot);
         FillRamp(table);
-        for (float exponent : exponents)
-            if (exponent != 1) BPPowerArray(table, exponent, table, kOCToneEntries);
+        const double product = static_cast<double>(own) * static_cast<double>(whole);
+        if (product != 1) BPPowerArray(table, product, table, kOCToneEntries);
+        for (float exponent : further)
+            if (exponent != 1) BPPowerArray(table, static_cast<double>(exponent), table, kOCToneEntries);
     }
     return ToneAt(engine, slot);
 }
@@ -288,13 +292,13 @@ OCTone BuildFoldedGamma(OCEngine* engine, uint32_t slot, const OCChannelBlock& r
 {
     const float own = 1 / rgb.channel[channel].gamma;
     const float whole = 1 / rgb.group.gamma;
-    if (!fold) return BuildPowers(engine, slot, {own, whole});
+    if (!fold) return BuildPowers(engine, slot, own, whole);
     const float first = 1 / cmy.channel[channel == 0 ? 1 : 0].gamma;
     const float second = 1 / cmy.channel[channel == 2 ? 1 : 2].gamma;
     const float cmyWhole = 1 / cmy.group.gamma;
-    if (group == kMaster) return BuildPowers(engine, slot, {own, whole, cmyWhole, first, second});
+    if (group == kMaster) return BuildPowers(engine, slot, own, whole, {cmyWhole, first, second});
     // Deliberate: the group gamma of a range acts twice, that of the master once.
-    return BuildPowers(engine, slot, {own, whole, first, cmyWhole, second, cmyWhole});
+    return BuildPowers(engine, slot, own, whole, {first, cmyWhole, second, cmyWhole});
 }
 
 void UpdateRGB(OCEngine* engine, const OCSettings& s)
@@ -337,9 +341,9 @@ void UpdateYCbCr(OCEngine* engine, const OCSettings& s)
         out = FoldedScalars(block, block, false, static_cast<Group>(g));
         const uint32_t slot = kYCCSlot + g * 3;
         // The group gamma acts on Y alone.
-        out.tone[0] = BuildPowers(engine, slot, {1 / block.channel[0].gamma, 1 / block.group.gamma});
-        out.tone[1] = BuildPowers(engine, slot + 1, {1 / block.channel[1].gamma});
-        out.tone[2] = BuildPowers(engine, slot + 2, {1 / block.channel[2].gamma});
+        out.tone[0] = BuildPowers(engine, slot, 1 / block.channel[0].gamma, 1 / block.group.gamma);
+        out.tone[1] = BuildPowers(engine, slot + 1, 1 / block.channel[1].gamma, 1);
+        out.tone[2] = BuildPowers(engine, slot + 2, 1 / block.channel[2].gamma, 1);
     }
 }
 
@@ -383,7 +387,7 @@ void UpdateLevels(OCEngine* engine, const OCSettings& s)
         p.inOffset[c] = -m.inblackpt * masterIn - own.inblackpt * ownIn;
         p.outScale[c] = Extent(m.outblackpt, m.outwhitept) * Extent(own.outblackpt, own.outwhitept);
         p.outOffset[c] = own.outblackpt + m.outblackpt;
-        p.levels[c] = BuildPowers(engine, kLevelsSlot + c, {GrayExponent(own), GrayExponent(m)});
+        p.levels[c] = BuildPowers(engine, kLevelsSlot + c, GrayExponent(own), GrayExponent(m));
     }
 }
 
@@ -431,6 +435,13 @@ void UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
     for (uint32_t c = 0; c < 3; ++c) p.rgbCurve[c] = ToneAt(engine, kRGBCurveSlot + c, kLongBase);
 }
 
+void SetHSLCurves(OCEngine* engine)
+{
+    engine->params.hueCurve = ToneAt(engine, kHSLCurveSlot);
+    engine->params.saturationCurve = ToneAt(engine, kHSLCurveSlot + 1);
+    engine->params.lightnessCurve = ToneAt(engine, kHSLCurveSlot + 2);
+}
+
 void UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
 {
     OCProcessParams& p = engine->params;
@@ -450,9 +461,7 @@ void UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
     }
     engine->hslCurvesBuilt = allBuilt;
     if (allBuilt) std::copy_n(s.hslCurve, 3, engine->hslCurve);
-    p.hueCurve = ToneAt(engine, kHSLCurveSlot);
-    p.saturationCurve = ToneAt(engine, kHSLCurveSlot + 1);
-    p.lightnessCurve = ToneAt(engine, kHSLCurveSlot + 2);
+    SetHSLCurves(engine);
 }
 
 // Luma ranges, secondaries, source transfer ----------------------------------------------------------------------------
@@ -476,7 +485,7 @@ void UpdateSecondaries(OCEngine* engine, const OCSettings& s)
     if (!s.secondaryOn || !s.secondaryInUse) return;
     for (uint32_t i = 0; i < kOCSecondaryCount; ++i)
         if (s.secondary[i].on)
-            engine->params.secondary[i] = BuildPowers(engine, kSecondarySlot + i, {1 / s.secondary[i].gamma});
+            engine->params.secondary[i] = BuildPowers(engine, kSecondarySlot + i, 1 / s.secondary[i].gamma, 1);
 }
 
 void BuildVideoGamma(float g, float* inverse)
@@ -536,6 +545,21 @@ void UpdateTransfer(OCEngine* engine, const OCSettings& s)
     p.transferInverse = ToneAt(engine, kInverseSlot);
 }
 
+/// Tables that may be asked for before they were ever built: the transfer's, and curves whose first build found no
+/// memory.
+void FillNeutral(OCEngine* engine)
+{
+    OCProcessParams& p = engine->params;
+    FillRamp(TableAt(engine, kForwardSlot));
+    FillRamp(TableAt(engine, kInverseSlot));
+    for (uint32_t c = 0; c < 3; ++c) {
+        FillRamp(TableAt(engine, kRGBCurveSlot + c));
+        p.rgbCurve[c] = ToneAt(engine, kRGBCurveSlot + c, kLongBase);
+        std::fill_n(TableAt(engine, kHSLCurveSlot + c), kOCToneEntries, c == 0 ? 0.0f : 1.0f);
+    }
+    SetHSLCurves(engine);
+}
+
 } // namespace
 
 BPStatus OCCreateEngine(OCEngine** engine)
@@ -548,8 +572,7 @@ BPStatus OCCreateEngine(OCEngine** engine)
         BPFree(made);
         return bpMemFullErr;
     }
-    FillRamp(TableAt(made, kForwardSlot));
-    FillRamp(TableAt(made, kInverseSlot));
+    FillNeutral(made);
     auto* neutral = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
     if (neutral) {
         OCResetSettings(neutral, kOCResetAll, kOCResetAll, kOCResetDefaults);

@@ -324,6 +324,21 @@ using DH = hn::Rebind<float, DD>;
 using VD = hn::Vec<DD>;
 using VH = hn::Vec<DH>;
 
+/// Rounds to single, beyond the range of singles to an infinity. The library's emulated targets would stop at the
+/// largest single, so there the compiler converts.
+HWY_INLINE VH ToSingle(VD value)
+{
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+    HWY_ALIGN double in[hn::MaxLanes(DD())];
+    HWY_ALIGN float out[hn::MaxLanes(DD())];
+    hn::Store(value, DD(), in);
+    for (size_t i = 0; i < hn::MaxLanes(DD()); ++i) out[i] = static_cast<float>(in[i]);
+    return hn::Load(DH(), out);
+#else
+    return hn::DemoteTo(DH(), value);
+#endif
+}
+
 struct HalfHSL {
     VH h, s, l;
 };
@@ -341,7 +356,7 @@ HWY_INLINE HalfHSL ToHSLHalf(VH r, VH g, VH b)
     const VD mn = hn::PromoteTo(dd, smallest);
     const VD sum = mx + mn;
     const VD d = mx - mn;
-    const VH l = hn::DemoteTo(dh, sum * hn::Set(dd, 0.5));
+    const VH l = ToSingle(sum * hn::Set(dd, 0.5));
     // Masks of singles are carried into doubles as numbers: 1 where they hold.
     const auto wide = [&](auto mask) HWY_ATTR {
         return hn::Gt(hn::PromoteTo(dd, hn::IfThenElseZero(mask, hn::Set(dh, 1.0f))), hn::Zero(dd));
@@ -359,8 +374,8 @@ HWY_INLINE HalfHSL ToHSLHalf(VH r, VH g, VH b)
         hn::IfThenElse(wide(hn::Eq(r, largest)), ofRed, hn::IfThenElse(wide(hn::Eq(g, largest)), ofGreen, ofBlue));
     const VD hue = sextant / hn::Set(dd, 6.0);
     const auto grey = hn::Or(wide(hn::Le(l, hn::Zero(dh))), hn::Not(hn::Gt(d, hn::Zero(dd))));
-    return {hn::DemoteTo(dh, hn::IfThenElse(grey, hn::Zero(dd), hue)),
-            hn::DemoteTo(dh, hn::IfThenElse(grey, hn::Zero(dd), saturation)), l};
+    return {ToSingle(hn::IfThenElse(grey, hn::Zero(dd), hue)), ToSingle(hn::IfThenElse(grey, hn::Zero(dd), saturation)),
+            l};
 }
 
 HWY_INLINE V HueToChannel(V m1, V m2, V h)
@@ -555,6 +570,9 @@ constexpr NamedKernel kKernels[] = {
 #endif
 #if HWY_TARGETS & HWY_SSSE3
     {HWY_SSSE3, {"SSSE3", ochrine::N_SSSE3::ProcessBand}},
+#endif
+#if HWY_TARGETS & HWY_EMU128
+    {HWY_EMU128, {"EMU128", ochrine::N_EMU128::ProcessBand}},
 #endif
 #if HWY_TARGETS & HWY_SCALAR
     {HWY_SCALAR, {"SCALAR", ochrine::N_SCALAR::ProcessBand}},

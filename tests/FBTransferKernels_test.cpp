@@ -1,0 +1,295 @@
+// Fast transfers against the readable ones: every pair, every instruction set of the machine, bit for bit.
+#include "src/FBTransfer.h"
+#include "src/FBTransferRows.h"
+#include "src/MPTasks.h"
+#include "src/platform/BPLog.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr FBPixelFormat kFormats[] = {pixFormatARGB8,
+                                      pixFormatARGB16_32K,
+                                      pixFormatYRGB32_Float,
+                                      pixFormatRGBA32_Float,
+                                      pixFormatRGBYPlanar_Float,
+                                      pixFormatRGBY16_32K,
+                                      pixFormatABGR8,
+                                      pixFormatVUYA8,
+                                      pixFormatVUYA32_Float,
+                                      pixFormatYUYV10_601,
+                                      pixFormatYUYV10_709,
+                                      pixFormatBGRY32_Float,
+                                      pixFormatA8,
+                                      pixFormatA32_Float,
+                                      pixFormatRGB16Planar,
+                                      pixFormatBGRA8,
+                                      pixFormatARGB64,
+                                      pixFormatUYVA8R,
+                                      pixFormatAYUV32_Float_r4fl,
+                                      pixFormat422YpCbCr10,
+                                      pixFormatUYVA8};
+
+bool HoldsFloats(FBPixelFormat format)
+{
+    switch (format) {
+    case pixFormatYRGB32_Float:
+    case pixFormatRGBA32_Float:
+    case pixFormatRGBYPlanar_Float:
+    case pixFormatVUYA32_Float:
+    case pixFormatBGRY32_Float:
+    case pixFormatA32_Float:
+    case pixFormatAYUV32_Float_r4fl: return true;
+    default: return false;
+    }
+}
+
+/// Bytes in which every component differs from its neighbours; floats are mostly a picture, the rest hard values.
+std::vector<uint8_t> Content(size_t byteCount, bool floats, uint32_t seed)
+{
+    std::mt19937 random(seed);
+    std::vector<uint8_t> bytes((byteCount + 3) / 4 * 4);
+    const float hard[] = {0,
+                          -0.0f,
+                          1,
+                          -1,
+                          1e-42f,
+                          -1e-42f,
+                          65504,
+                          -3e38f,
+                          3e38f,
+                          std::nanf(""),
+                          HUGE_VALF,
+                          -HUGE_VALF,
+                          0.99999994f,
+                          1.0000001f,
+                          0.5f,
+                          0.998046875f,
+                          -0.001953125f,
+                          -0.0019531251f};
+    for (size_t i = 0; i < bytes.size(); i += 4) {
+        uint32_t word = static_cast<uint32_t>(random());
+        if (floats) {
+            float value = static_cast<float>(word) * 0x1p-32f * 1.4f - 0.2f;
+            if (random() % 8 == 0) value = hard[random() % std::size(hard)];
+            if (random() % 32 == 0) value = std::bit_cast<float>(word);
+            word = std::bit_cast<uint32_t>(value);
+        }
+        std::memcpy(&bytes[i], &word, 4);
+    }
+    return bytes;
+}
+
+/// Equal bytes, or two floats that are no numbers.
+::testing::AssertionResult SameBits(const std::vector<uint8_t>& expected, const std::vector<uint8_t>& actual,
+                                    bool floats)
+{
+    for (size_t i = 0; i + 4 <= expected.size(); i += 4) {
+        uint32_t e, a;
+        std::memcpy(&e, &expected[i], 4);
+        std::memcpy(&a, &actual[i], 4);
+        if (e == a) continue;
+        if (floats && std::isnan(std::bit_cast<float>(e)) && std::isnan(std::bit_cast<float>(a))) continue;
+        return ::testing::AssertionFailure() << "byte " << i << ": " << std::hex << e << " expected, " << a << " found";
+    }
+    return ::testing::AssertionSuccess();
+}
+
+enum Way { kStraight, kPremultiplied, kOut };
+
+struct Geometry {
+    uint32_t width, height;
+    FBRect rect;
+    bool useRect;
+};
+
+/// Runs a pair once into memory full of a pattern, with guard bytes behind the last row of the last plane.
+std::vector<uint8_t> Transferred(Way way, bool fast, FBPixelFormat from, FBPixelFormat to, const Geometry& g)
+{
+    const bool out = way == kOut;
+    const FBPixelFormat frameFormat = out ? from : to;
+    FBFrame* made = nullptr;
+    EXPECT_EQ(FBCreateRGBFrameBuffer(g.width, g.height, &made, frameFormat), bpNoErr);
+    FBFrame frame = *made;
+    constexpr size_t guard = 64;
+    const size_t frameBytes = size_t{frame.planeBytes} * frame.planeCount;
+    std::vector<uint8_t> frameMemory(frameBytes + guard, 0xA5);
+    // One pixel of slack, and more in the rows of the other side.
+    const auto pixelRow =
+        static_cast<uint32_t>((std::max<uint64_t>(FBPixelRowBytes(g.width, out ? to : from), 16) + 19) & ~uint64_t{3});
+    const uint32_t pixelPlane = pixelRow * g.height;
+    const size_t pixelBytes = size_t{pixelPlane} * 3;
+    std::vector<uint8_t> pixelMemory(pixelBytes + guard, 0xA5);
+    if (out) {
+        const std::vector<uint8_t> content = Content(frameBytes, HoldsFloats(from), 7 + g.width);
+        std::memcpy(frameMemory.data(), content.data(), frameBytes);
+    } else {
+        const std::vector<uint8_t> content = Content(pixelBytes, HoldsFloats(from), 9 + g.width);
+        std::memcpy(pixelMemory.data(), content.data(), pixelBytes);
+    }
+    frame.baseAddr = frameMemory.data();
+    const FBRect* rect = g.useRect ? &g.rect : nullptr;
+    switch (way) {
+    case kStraight:
+        (fast ? FBTransferPixToFBFrameSSE : FBTransferPixToFBFrameScalar)(pixelMemory.data(), pixelRow, pixelPlane,
+                                                                          from, &frame);
+        break;
+    case kPremultiplied:
+        (fast ? FBTransferPixToFBFramePremultipliedSSE
+              : FBTransferPixToFBFramePremultipliedScalar)(pixelMemory.data(), pixelRow, from, &frame);
+        break;
+    case kOut:
+        (fast ? FBTransferFBFrameToPixSSE : FBTransferFBFrameToPixScalar)(&frame, rect, pixelMemory.data(), pixelRow,
+                                                                          to);
+        break;
+    }
+    FBDisposeFrameBuffer(made);
+    const std::vector<uint8_t>& memory = out ? pixelMemory : frameMemory;
+    for (size_t i = memory.size() - guard; i < memory.size(); ++i) EXPECT_EQ(memory[i], 0xA5) << "guard overwritten";
+    return memory;
+}
+
+void Silence()
+{
+    BPSetLogSink([](void*, const char*, size_t) {}, nullptr);
+}
+
+/// Calls `check` for each pair that the readable tables know, on each instruction set.
+template <class Check> void ForEachPairAndTarget(Check check)
+{
+    Silence();
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        SCOPED_TRACE(hwy::TargetName(target));
+        for (FBPixelFormat from : kFormats)
+            for (FBPixelFormat to : kFormats)
+                for (Way way : {kStraight, kPremultiplied, kOut}) check(way, from, to);
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    BPSetLogSink(nullptr, nullptr);
+}
+
+} // namespace
+
+TEST(FBTransferKernels, EveryPairEqualsTheReadableOneAtEveryWidth)
+{
+    size_t pairs = 0;
+    ForEachPairAndTarget([&](Way way, FBPixelFormat from, FBPixelFormat to) {
+        const bool hasFast = way == kOut        ? fbtransfer::FastOutput(from, to) != nullptr
+                             : way == kStraight ? fbtransfer::FastInput(from, to) != nullptr
+                                                : fbtransfer::FastPremultiplied(from, to) != nullptr;
+        if (!hasFast) return;
+        ++pairs;
+        for (uint32_t width = 1; width <= 67; ++width) {
+            const Geometry g = {.width = width, .height = 3, .rect = {}, .useRect = false};
+            ASSERT_TRUE(
+                SameBits(Transferred(way, false, from, to, g), Transferred(way, true, from, to, g), HoldsFloats(to)))
+                << "way " << way << ", " << from << " to " << to << ", width " << width;
+        }
+        const Geometry large = {.width = 1021, .height = 2, .rect = {}, .useRect = false};
+        ASSERT_TRUE(SameBits(Transferred(way, false, from, to, large), Transferred(way, true, from, to, large),
+                             HoldsFloats(to)))
+            << "way " << way << ", " << from << " to " << to;
+    });
+    EXPECT_GE(pairs, 39u);
+}
+
+TEST(FBTransferKernels, ARectangleWritesItsPixelsAlone)
+{
+    ForEachPairAndTarget([&](Way way, FBPixelFormat from, FBPixelFormat to) {
+        if (way != kOut || !fbtransfer::FastOutput(from, to)) return;
+        for (uint16_t left : std::initializer_list<uint16_t>{0, 1, 4, 7})
+            for (uint16_t right : std::initializer_list<uint16_t>{9, 16, 31, 40}) {
+                const Geometry g = {.width = 41, .height = 9, .rect = {2, left, 7, right}, .useRect = true};
+                const std::vector<uint8_t> fast = Transferred(way, true, from, to, g);
+                ASSERT_TRUE(SameBits(Transferred(way, false, from, to, g), fast, HoldsFloats(to)))
+                    << from << " to " << to;
+                const auto rowBytes =
+                    static_cast<size_t>((std::max<uint64_t>(FBPixelRowBytes(41, to), 16) + 19) & ~uint64_t{3});
+                const size_t written = static_cast<size_t>(FBPixelRowBytes(static_cast<uint32_t>(right - left), to));
+                for (size_t row = 0; row < 5; ++row)
+                    for (size_t i = written; i < rowBytes; ++i)
+                        ASSERT_EQ(fast[row * rowBytes + i], 0xA5) << from << " to " << to;
+                for (size_t i = 5 * rowBytes; i < 9 * rowBytes; ++i) ASSERT_EQ(fast[i], 0xA5);
+            }
+    });
+}
+
+TEST(FBTransferKernels, EveryByteValueComesInAlike)
+{
+    ForEachPairAndTarget([&](Way way, FBPixelFormat from, FBPixelFormat to) {
+        if (way == kOut || to != pixFormatRGBYPlanar_Float || (from != pixFormatARGB8 && from != pixFormatBGRA8))
+            return;
+        FBFrame* readable = nullptr;
+        FBFrame* fast = nullptr;
+        ASSERT_EQ(FBCreateRGBFrameBuffer(256, 256, &readable, to), bpNoErr);
+        ASSERT_EQ(FBCreateRGBFrameBuffer(256, 256, &fast, to), bpNoErr);
+        std::vector<uint32_t> words(256 * 256);
+        for (uint32_t i = 0; i < words.size(); ++i) words[i] = (i & 255) * 0x01010100u | (i >> 8);
+        if (way == kStraight) {
+            FBTransferPixToFBFrameScalar(words.data(), 1024, 0, from, readable);
+            FBTransferPixToFBFrameSSE(words.data(), 1024, 0, from, fast);
+        } else {
+            FBTransferPixToFBFramePremultipliedScalar(words.data(), 1024, from, readable);
+            FBTransferPixToFBFramePremultipliedSSE(words.data(), 1024, from, fast);
+        }
+        EXPECT_EQ(std::memcmp(readable->baseAddr, fast->baseAddr, size_t{readable->planeBytes} * 4), 0);
+        FBDisposeFrameBuffer(readable);
+        FBDisposeFrameBuffer(fast);
+    });
+}
+
+TEST(FBTransferKernels, AnyNumberOfWorkersGivesEqualBytes)
+{
+    Silence();
+    for (FBPixelFormat from : kFormats)
+        for (uint32_t height : {5u, 7u, 8u, 23u, 64u}) {
+            FBFrame* frames[2] = {};
+            for (FBFrame*& frame : frames)
+                ASSERT_EQ(FBCreateRGBFrameBuffer(37, height, &frame, pixFormatRGBYPlanar_Float), bpNoErr);
+            const auto rowBytes = static_cast<uint32_t>(std::max<uint64_t>(FBPixelRowBytes(37, from), 16) + 3) & ~3u;
+            const std::vector<uint8_t> pixels = Content(size_t{rowBytes} * height * 3, HoldsFloats(from), 5);
+            for (uint32_t tasks : {1u, 2u, 3u, 5u}) {
+                MPTask* pool = nullptr;
+                const uint32_t count = MPStartTaskCount(&pool, tasks);
+                FBTransferPixToFBFrameSSE(pixels.data(), rowBytes, rowBytes * height, from, frames[0]);
+                FBTransferPixToFBFrame(pixels.data(), rowBytes, rowBytes * height, from, frames[1], count, pool);
+                EXPECT_EQ(std::memcmp(frames[0]->baseAddr, frames[1]->baseAddr, size_t{frames[0]->planeBytes} * 4), 0)
+                    << from;
+                FBTransferPixToFBFramePremultipliedSSE(pixels.data(), rowBytes, from, frames[0]);
+                FBTransferPixToFBFramePremultiplied(pixels.data(), rowBytes, from, frames[1], count, pool);
+                EXPECT_EQ(std::memcmp(frames[0]->baseAddr, frames[1]->baseAddr, size_t{frames[0]->planeBytes} * 4), 0)
+                    << from;
+                std::vector<uint8_t> out[2];
+                for (int i = 0; i < 2; ++i) {
+                    out[i].assign(size_t{rowBytes} * height, 0x5A);
+                    FBTransferFBFrameToPix(frames[0], nullptr, out[i].data(), rowBytes, from, i ? count : 1,
+                                           i ? pool : nullptr);
+                    FBTransferPixAlphaToPixAlpha(pixels.data(), rowBytes, out[i].data(), rowBytes, 37, height, from,
+                                                 i ? count : 1, i ? pool : nullptr);
+                }
+                EXPECT_EQ(out[0], out[1]) << from;
+                MPDisposeTasks(count, &pool);
+            }
+            for (FBFrame* frame : frames) FBDisposeFrameBuffer(frame);
+        }
+    BPSetLogSink(nullptr, nullptr);
+}
+
+TEST(FBTransferKernels, TheComparisonSeesASingleBit)
+{
+    std::vector<uint8_t> a(64, 1);
+    std::vector<uint8_t> b = a;
+    b[37] ^= 1;
+    EXPECT_FALSE(SameBits(a, b, false));
+    EXPECT_TRUE(SameBits(a, a, false));
+}
