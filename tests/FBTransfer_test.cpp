@@ -455,6 +455,9 @@ TEST(FBTransfer, OutputPairsThatAreMissingSaySoOrKeepStillAndTouchNothing)
     const auto sentence = [](const char* to) {
         return std::string("FBTransferFBFrameToPixSSE: unsuppported input pixel format for ") + to + " output\n";
     };
+    const auto refused = [](const char* name) {
+        return std::string("FBTransferFBFrameToPixSSE: called with unsupported pixel format ") + name + "\n";
+    };
     std::vector<Row> rows = {
         {pixFormatBGRA8, pixFormatARGB8, sentence("pixFormatARGB8")},
         {pixFormatARGB8, pixFormatARGB16_32K, sentence("pixFormatARGB16_32K")},
@@ -478,6 +481,10 @@ TEST(FBTransfer, OutputPairsThatAreMissingSaySoOrKeepStillAndTouchNothing)
         {pixFormatRGBY16_32K, pixFormatRGBA32_Float, ""},
     };
     for (FBPixelFormat frame : kFormats) {
+        rows.push_back({frame, pixFormatUYVA8, refused("pixFormatUYVA8")});
+        rows.push_back({frame, pixFormatUYVA8R, refused("pixFormatUYVA8R")});
+        rows.push_back({frame, pixFormat422YpCbCr10, refused("pixFormat422YpCbCr10")});
+        rows.push_back({frame, pixFormatARGB64, refused("pixFormatARGB64")});
         for (int32_t to : {203, 99, -1})
             rows.push_back({frame, static_cast<FBPixelFormat>(to),
                             "FBTransferFBFrameToPixSSE: unsuppported output pixel format " + std::to_string(to) +
