@@ -11,6 +11,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -401,4 +404,25 @@ TEST(ClipOpen, RefusesWhatIsNoClip)
         EXPECT_EQ(OpenClip(path, {}, &error), nullptr) << path;
         EXPECT_FALSE(error.empty()) << path;
     }
+}
+
+TEST(ClipOpen, NeverReachesOutOfTheMachine)
+{
+    // A playlist in the disguise of a clip names a server; nobody may call it.
+    const int server = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    ASSERT_EQ(bind(server, reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(listen(server, 4), 0);
+    ASSERT_EQ(getsockname(server, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    TestFolder folder;
+    const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/x.ts";
+    std::ofstream(folder.Path("list.m3u8")) << "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n"
+                                            << url << "\n#EXT-X-ENDLIST\n";
+    std::string error;
+    EXPECT_EQ(OpenClip(folder.Path("list.m3u8"), {}, &error), nullptr);
+    EXPECT_EQ(accept(server, nullptr, nullptr), -1) << "somebody called";
+    close(server);
 }

@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
                               "-c:v libvpx-vp9 -pix_fmt yuv420p -deadline realtime -cpu-used 8 -crf 20 -b:v 0"}),
     [](const testing::TestParamInfo<MovieCase>& movie) { return std::string(movie.param.name); });
 
-TEST(MovieClip, TellsRateAspectTimecodeAndRotation)
+TEST(MovieClip, TellsRateAspectAndTimecode)
 {
     TestFolder folder;
     const std::string drop = folder.Path("drop.mov");
@@ -129,23 +129,28 @@ TEST(MovieClip, TellsRateAspectTimecodeAndRotation)
     EXPECT_NEAR(clip->Info().pixelAspect, 8.0 / 9.0, 1e-6);
     EXPECT_EQ(clip->Info().pixelFormat, pixFormatRGBA32_Float);
     EXPECT_EQ(clip->Info().rowBytes, 64u * 16);
+}
 
-    const std::string upright = folder.Path("upright.mov"), turned = folder.Path("turned.mov");
+TEST(MovieClip, IsTurnedAsTheFileAsks)
+{
+    TestFolder folder;
+    const std::string upright = folder.Path("upright.mov");
     ASSERT_TRUE(RunFFmpeg("-f lavfi -i testsrc2=s=64x48:r=25 -frames:v 2 -c:v png -pix_fmt rgb24 " + upright));
-    ASSERT_TRUE(RunFFmpeg("-i " + upright + " -c copy -metadata:s:v:0 rotate=90 " + turned));
-    std::unique_ptr<ClipSource> first = Open(upright), second = Open(turned);
-    ASSERT_TRUE(first != nullptr && second != nullptr);
-    ASSERT_EQ(second->Info().width, 48u);
-    ASSERT_EQ(second->Info().height, 64u);
-    const std::vector<uint8_t> a = ReadFrame(first.get(), 1), b = ReadFrame(second.get(), 1);
-    // Turned clockwise: the left column from the bottom up is the top row.
-    const std::string judged = folder.Path("judged.raw");
-    ASSERT_TRUE(RunFFmpeg("-i " + turned + " -vf 'select=eq(n\\,1)' -frames:v 1 -pix_fmt bgra -f rawvideo " + judged));
-    std::ifstream file(judged, std::ios::binary);
-    const std::vector<char> wanted((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    ASSERT_EQ(wanted.size(), b.size());
-    EXPECT_EQ(std::memcmp(wanted.data(), b.data(), b.size()), 0);
-    EXPECT_NE(a, b);
+    for (const std::string& angle : {std::string("90"), std::string("180"), std::string("270")}) {
+        const std::string turned = folder.Path(angle + ".mov"), judged = folder.Path(angle + ".raw");
+        ASSERT_TRUE(RunFFmpeg("-i " + upright + " -c copy -metadata:s:v:0 rotate=" + angle + " " + turned));
+        ASSERT_TRUE(
+            RunFFmpeg("-i " + turned + " -vf 'select=eq(n\\,1)' -frames:v 1 -pix_fmt bgra -f rawvideo " + judged));
+        std::unique_ptr<ClipSource> clip = Open(turned);
+        ASSERT_NE(clip, nullptr);
+        EXPECT_EQ(clip->Info().width, angle == "180" ? 64u : 48u);
+        EXPECT_EQ(clip->Info().height, angle == "180" ? 48u : 64u);
+        const std::vector<uint8_t> pixels = ReadFrame(clip.get(), 1);
+        std::ifstream file(judged, std::ios::binary);
+        const std::vector<char> wanted((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        ASSERT_EQ(wanted.size(), pixels.size());
+        EXPECT_EQ(std::memcmp(wanted.data(), pixels.data(), pixels.size()), 0) << angle;
+    }
 }
 
 TEST(MovieClip, EightBitColoursAgreeWithTheCommand)
@@ -215,7 +220,7 @@ TEST(SequenceClip, GivesEveryFileOfTheRow)
 TEST(SequenceClip, AStillIsAClipOfOneFrame)
 {
     TestFolder folder;
-    for (const char* name : {"still.jpg", "still 100%.tga", "still.webp", "still.dpx", "a_7.png"}) {
+    for (const char* name : {"still.jpg", "still 100%.tga", "still_%03d.tga", "still.webp", "still.dpx", "a_7.png"}) {
         const std::string path = folder.Path(name);
         // The command takes a percent sign for a pattern.
         const std::string plain = folder.Path("made" + std::filesystem::path(name).extension().string());

@@ -41,7 +41,7 @@ int Request(FakeApplication* application)
     const int32_t step = application->block->frameStep;
     for (int32_t time : {3 * step, 0, INT32_MAX}) {
         const std::vector<uint8_t> frame = FakeRequest(application, time);
-        std::fwrite(frame.data(), 1, frame.size(), out);
+        if (!frame.empty()) std::fwrite(frame.data(), 1, frame.size(), out);
     }
     std::fclose(out);
     return 0;
