@@ -120,11 +120,8 @@ void TincturaMainWin::updateMenuState()
 
 void TincturaMainWin::showView(int index)
 {
-    const bool wasSource = session_->imagePaneMode == tkImageSource;
-    session_->imagePaneMode = index == 1 ? tkImageSource : tkImageResult;
+    TKSetImagePaneMode(session_, index == 1 ? tkImageSource : tkImageResult);
     picture_->setSurface(index == 1 ? &session_->sourceSurface : &session_->resultSurface);
-    // While the source was on show, frames came and went without being graded.
-    if (wasSource && index == 0) RecomputeAndRefresh(session_, true);
 }
 
 void TincturaMainWin::resultChanged()
@@ -230,8 +227,8 @@ void TincturaMainWin::closeEvent(QCloseEvent* event)
 
 void TincturaMainWin::changeEvent(QEvent* event)
 {
-    if (event->type() == QEvent::ActivationChange && !isActiveWindow() && session_->interfaceReady)
-        TKStopPlayback(session_);
+    // A menu or an alert of our own does not put the application into the background.
+    if (event->type() == QEvent::ActivationChange) TKApplicationActivated(session_, qApp->activeWindow() != nullptr);
     QWidget::changeEvent(event);
 }
 
