@@ -2,7 +2,8 @@
 //
 // Inputs are computed in double with the constants as printed and rounded to single when stored; luma comes from the
 // rounded channels in double. Outputs of planar frames are computed in single. A pair that is missing writes one line to
-// the log and leaves the destination untouched. No routine holds state; all are re-entrant. Addresses must be aligned
+// the log and leaves the destination untouched. Row padding may be written; what lies beyond the row bytes never is, and
+// pixels that find no room there are left out. No routine holds state; all are re-entrant. Addresses must be aligned
 // to the component size of their format.
 #pragma once
 

@@ -314,6 +314,7 @@ void fbtransfer::PairsToPlanar(const Row& row, const PairFactors& factors)
         const double b = cb * factors.cbToBlue * kPairShift;
         const uint32_t words[2] = {word0, word1};
         for (size_t k = 0; k < 2; ++k) {
+            if ((i * 2 + k + 1) * sizeof(float) > row.outLimit) break;
             const double luma = static_cast<double>(words[k] & 0xFFFF) - 4096.0;
             const double n = luma * kPairLuma * kPairShift;
             StorePlanar(row, i * 2 + k, static_cast<float>(n + r), static_cast<float>(n - g1 - g2),

@@ -283,7 +283,7 @@ void TransferOut(bool fast, const FBFrame* frame, const FBRect* rect, void* dest
         ReportMissing(from, to);
         return;
     }
-    const bool reversed = from == pixFormatARGB8 && to == pixFormatARGB8; // the input's end is taken first
+    const bool reversed = from == pixFormatARGB8 && to == pixFormatARGB8;
     Transfer({.fast = fast ? FastOutput(from, to) : nullptr,
               .readable = readable,
               .inPixelBytes = reversed ? 0 : PixelBytes(from),

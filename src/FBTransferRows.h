@@ -170,7 +170,7 @@ struct VideoShifts {
 inline constexpr VideoShifts kVUYA = {16, 8, 0};
 inline constexpr VideoShifts kUYVA = {8, 0, 16};
 
-/// Two pixels at a time; an odd width writes one pixel into the padding.
+/// Two pixels at a time; an odd width writes one pixel into the padding, where the row has any.
 void PairsToPlanar(const Row& row, const PairFactors& factors);
 
 /// The four characters of a format, high byte first, as "%.4s" prints them: cut at a zero byte.
@@ -210,10 +210,17 @@ uint32_t PixelBytes(FBPixelFormat format);
 struct RowRunner {
     FastRoutine fast; ///< may be null
     RowRoutine readable;
-    size_t inPixelBytes, outPixelBytes;
+    size_t inPixelBytes, outPixelBytes; ///< inPixelBytes is 0 where the input's end is taken first
 
-    void operator()(const Row& row) const
+    void operator()(Row row) const
     {
+        // Rows may be too short for the width, as those of frames in some interchange formats are: what does not fit
+        // is left out, so that no row reaches into the next one, which may be another task's.
+        const size_t room = row.outLimit / outPixelBytes;
+        if (row.width > room) {
+            if (inPixelBytes == 0) row.in += (row.width - room) * outPixelBytes;
+            row.width = static_cast<uint32_t>(room);
+        }
         const size_t done = fast ? fast(row) : 0;
         if (done == row.width) return;
         readable({.in = row.in + done * inPixelBytes,

@@ -57,6 +57,41 @@ TEST(FBCopy, AnotherFormatOfEqualSizeIsATransfer)
     }
 }
 
+TEST(FBCopy, AFrameWhoseRowsAreTooShortForItsFormatIsFilledRowByRow)
+{
+    // Frames of these formats have rows of four bytes a pixel: half of the pixels, or a quarter, find room.
+    const FramePtr source = MakeFrame(16, 12);
+    FillPlanes(*source, [](uint32_t plane, uint32_t row, uint32_t column) {
+        return static_cast<float>(plane * 50 + row * 16 + column) / 500.0f;
+    });
+    for (const auto& [format, pixelBytes] : {std::pair{pixFormatARGB16_32K, 8u}, {pixFormatVUYA32_Float, 16u}}) {
+        const FramePtr copy = MakeFrame(16, 12, format);
+        std::vector<uint8_t> pixels(size_t{16} * 12 * pixelBytes);
+        FBTransferFBFrameToPixSSE(source.get(), nullptr, pixels.data(), 16 * pixelBytes, format);
+        for (uint32_t wanted : {1u, 3u}) {
+            MPTask* pool = nullptr;
+            const uint32_t tasks = MPStartTaskCount(&pool, wanted);
+            std::memset(copy->baseAddr, 0x5C, size_t{copy->planeBytes} * copy->planeCount);
+            FBCopyFrameBuffer(source.get(), copy.get(), tasks, pool);
+            MPDisposeTasks(tasks, &pool);
+            for (uint32_t row = 0; row < 12; ++row)
+                EXPECT_EQ(std::memcmp(copy->baseAddr + row * 64, &pixels[size_t{row} * 16 * pixelBytes], 64), 0) << row;
+            for (uint32_t i = copy->planeBytes; i < copy->planeBytes * 4; ++i)
+                ASSERT_EQ(copy->baseAddr[i], 0x5C) << format << ", " << wanted << " tasks, byte " << i;
+        }
+    }
+}
+
+TEST(FBCopy, AnotherFormatWithoutATransferIsLogged)
+{
+    const FramePtr source = MakeFrame(6, 9, pixFormatRGBA32_Float);
+    const FramePtr destination = MakeFrame(6, 9);
+    std::memset(destination->baseAddr, 0x21, size_t{destination->planeBytes} * 4);
+    EXPECT_EQ(Copied(*source, *destination),
+              "FBTransferFBFrameToPixSSE: unsuppported output pixel format 203, input format 202\n");
+    for (uint32_t i = 0; i < destination->planeBytes * 4; ++i) ASSERT_EQ(destination->baseAddr[i], 0x21);
+}
+
 TEST(FBCopy, AnotherSizeAndFormatIsNotOffered)
 {
     const FramePtr source = MakeFrame(8, 8);

@@ -4,6 +4,7 @@
 #include "src/MPTasks.h"
 #include "src/platform/BPLog.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -283,6 +284,80 @@ TEST(FBTransferKernels, AnyNumberOfWorkersGivesEqualBytes)
             for (FBFrame* frame : frames) FBDisposeFrameBuffer(frame);
         }
     BPSetLogSink(nullptr, nullptr);
+}
+
+namespace {
+
+/// A frame record over memory of the test's own: as many planes as the format has, then guard bytes.
+struct Wrapped {
+    std::vector<uint8_t> memory{};
+    FBFrame frame{};
+    size_t pictureBytes = 0;
+
+    Wrapped(uint32_t width, uint32_t height, uint32_t rowBytes, FBPixelFormat format)
+    {
+        const uint32_t planes = format == pixFormatRGBYPlanar_Float ? 4 : 1;
+        pictureBytes = size_t{rowBytes} * height * planes;
+        memory.assign(pictureBytes + 256, 0xA5);
+        frame.width = width;
+        frame.height = height;
+        frame.rowBytes = rowBytes;
+        frame.pixelFormat = format;
+        frame.baseAddr = memory.data();
+        frame.planeCount = planes;
+        frame.planeBytes = rowBytes * height;
+        frame.flags = kFBFlagWrapped;
+    }
+    bool GuardIsWhole() const
+    {
+        return std::all_of(memory.begin() + static_cast<ptrdiff_t>(pictureBytes), memory.end(),
+                           [](uint8_t byte) { return byte == 0xA5; });
+    }
+};
+
+} // namespace
+
+TEST(FBTransferKernels, NothingIsWrittenBeyondRowsThatAreTooShort)
+{
+    constexpr uint32_t width = 37, height = 9, longRow = width * 16 + 16;
+    ForEachPairAndTarget([&](Way way, FBPixelFormat from, FBPixelFormat to) {
+        for (uint32_t rowBytes : {0u, 4u, 12u, 36u, 148u}) {
+            if (way != kOut) {
+                const std::vector<uint8_t> pixels = Content(size_t{longRow} * height * 3, HoldsFloats(from), 3);
+                Wrapped destination(width, height, rowBytes, to);
+                if (way == kStraight)
+                    FBTransferPixToFBFrameSSE(pixels.data(), longRow, longRow * height, from, &destination.frame);
+                else
+                    FBTransferPixToFBFramePremultipliedSSE(pixels.data(), longRow, from, &destination.frame);
+                ASSERT_TRUE(destination.GuardIsWhole()) << way << ", " << from << " to " << to << ", " << rowBytes;
+                continue;
+            }
+            Wrapped source(width, height, longRow, from);
+            std::vector<uint8_t> out(size_t{rowBytes} * height + width * 16, 0xA5);
+            FBTransferFBFrameToPixSSE(&source.frame, nullptr, out.data(), rowBytes, to);
+            for (size_t i = size_t{rowBytes} * height; i < out.size(); ++i)
+                ASSERT_EQ(out[i], 0xA5) << from << " to " << to << ", " << rowBytes;
+        }
+    });
+}
+
+TEST(FBTransferKernels, AShortRowHoldsTheBeginningOfWhatALongOneHolds)
+{
+    constexpr uint32_t width = 37, height = 3, longRow = width * 16 + 16, shortRow = 52;
+    ForEachPairAndTarget([&](Way way, FBPixelFormat from, FBPixelFormat to) {
+        if (way != kOut || !fbtransfer::FastOutput(from, to)) return;
+        Wrapped source(width, height, longRow, from);
+        const std::vector<uint8_t> content = Content(source.pictureBytes, HoldsFloats(from), 4);
+        std::memcpy(source.memory.data(), content.data(), source.pictureBytes);
+        std::vector<uint8_t> whole(size_t{longRow} * height), cut(size_t{shortRow} * height);
+        FBTransferFBFrameToPixSSE(&source.frame, nullptr, whole.data(), longRow, to);
+        FBTransferFBFrameToPixSSE(&source.frame, nullptr, cut.data(), shortRow, to);
+        for (size_t row = 0; row < height; ++row) {
+            const size_t pixel = FBPixelRowBytes(2, to) / 2; // what does not fit whole is left out
+            EXPECT_EQ(std::memcmp(&whole[row * longRow], &cut[row * shortRow], shortRow / pixel * pixel), 0)
+                << from << " to " << to << ", row " << row;
+        }
+    });
 }
 
 TEST(FBTransferKernels, TheComparisonSeesASingleBit)

@@ -154,6 +154,25 @@ TEST(FBTransferVideo, AnOddWidthOfPairsWritesOnePixelOfPadding)
     EXPECT_EQ(At(*frame, 3, 0, 2), 0.0f); // the row's other padding stays
 }
 
+TEST(FBTransferVideo, AnOddWidthOfPairsLeavesTheNextRowAloneWhereThereIsNoPadding)
+{
+    const uint32_t words[] = {40000u << 16 | 4096, 20000u << 16 | 60160};
+    std::vector<float> planes(4 * 2 + 4, 7.0f); // rows of one pixel, a guard behind the planes
+    FBFrame frame = {};
+    frame.width = 1;
+    frame.height = 1;
+    frame.rowBytes = 4;
+    frame.planeBytes = 8;
+    frame.pixelFormat = kPlanar;
+    frame.baseAddr = reinterpret_cast<uint8_t*>(planes.data());
+    const FramePtr expected = Taken(words, sizeof words, pixFormatYUYV10_709, 1);
+    FBTransferPixToFBFrameSSE(words, sizeof words, 0, pixFormatYUYV10_709, &frame);
+    for (uint32_t plane = 0; plane < 4; ++plane) {
+        EXPECT_EQ(planes[plane * 2], At(*expected, plane, 0, 0));
+        EXPECT_EQ(planes[plane * 2 + 1], 7.0f) << "plane " << plane;
+    }
+}
+
 TEST(FBTransferVideo, BGRYFloatsAreTurnedAround)
 {
     const float bgry[] = {0.1f, 2.5f, -0.25f, 0.5f};
