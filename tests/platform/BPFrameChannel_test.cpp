@@ -183,7 +183,10 @@ TEST_F(BPFrameChannelOnLinux, WordAndSizesAreChecked)
           Case{9, 10, 9, "9/10/null"}, Case{9, 11, 100, "9/11/null"}, Case{9, 0, 100, "9/0/null"},
           Case{9, UINT32_MAX, UINT32_MAX, "9/4294967295/null"}, Case{0, 0, 0, "0/0/null"}}) {
         ASSERT_TRUE(host.SendWords(row.word, row.count, {file.Id()}));
+        BPFailAllocation(0);
         EXPECT_EQ(Receive(row.maximum), row.expected);
+        // A claim that is not believed costs no memory.
+        EXPECT_EQ(BPAllocationCount(), strstr(row.expected, "null") != nullptr ? 0u : 1u) << row.expected;
     }
     EXPECT_EQ(Receive(), "none");
 }
@@ -294,6 +297,30 @@ TEST_F(BPFrameChannelOnLinux, MemoryThatShrinksDuringTheReadIsSurvived)
         ASSERT_EQ(Ops().receive(&channel_, kFrameWord, size, &message), bpNoErr);
         EXPECT_EQ(message.byteCount, size);
         BPFree(message.bytes);
+    }
+}
+
+TEST_F(BPFrameChannelOnLinux, MemoryThatIsGoneInTheMiddleOfTheReadEndsIt)
+{
+    const uint32_t size = 16u << 20;
+    const RawHost host(Socket());
+    for (int round = 0; round < 30; ++round) {
+        const MemoryFile file(std::string(size, 'x'));
+        ASSERT_TRUE(host.SendWords(9, size, {file.Id()}));
+        Gate receiving;
+        Child cutter([&] {
+            if (!receiving.Wait()) return 1;
+            usleep(static_cast<useconds_t>(round * 400));
+            return ftruncate(file.Id(), 4096);
+        });
+        receiving.Open();
+        BPFrameMessage message;
+        ASSERT_EQ(Ops().receive(&channel_, kFrameWord, size, &message), bpNoErr);
+        if (message.bytes != nullptr) {
+            EXPECT_EQ(std::count(message.bytes, message.bytes + size, 'x'), size);
+        }
+        BPFree(message.bytes);
+        EXPECT_EQ(cutter.Wait(), 0);
     }
 }
 

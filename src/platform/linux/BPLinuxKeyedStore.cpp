@@ -1,8 +1,8 @@
 // The keyed store: a table of named, typed values in an SQLite file below the user's configuration folder.
 //
 // SQLite's journal makes each write, or all between begin and commit, whole or absent even when the process is killed.
-// A file that is no sound store is moved aside together with its journal: a journal left beside a new file would be
-// played into it. Checking and moving happen under a lock, so that of two processes that start at once only one moves.
+// A file that is no sound store is moved aside, with whatever logs SQLite has left beside it. Checking and moving are
+// done under a lock, so that of two processes that start at once only one moves.
 #include "src/platform/linux/BPLinux.h"
 
 #include "src/platform/BPFiles.h"
@@ -129,7 +129,7 @@ bool IsDamage(int result)
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_ERROR;
 }
 
-/// Moves the file and what belongs to it aside, the journal first.
+/// Moves the file and what belongs to it aside. The file itself goes last: cut off in the middle, it is still damaged.
 BPStatus PutAside(const std::string& path)
 {
     std::string aside;
