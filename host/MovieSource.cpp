@@ -4,15 +4,20 @@
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 
 extern "C" {
+#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
 namespace {
 
 constexpr size_t kFrameLimit = 4'000'000; // 18 hours at 60 frames a second
+/// Decoded pictures that are kept, so that stepping back inside a group of pictures does not decode it anew each time.
+constexpr size_t kKeptBytes = 192u << 20;
+constexpr size_t kKeptPictures = 64;
 
 struct Packet {
     int64_t presentation, decoding;
@@ -34,6 +39,7 @@ class MovieSource final : public ClipSource {
     BPStatus Reopen();
     BPStatus Advance(size_t frame);
     BPStatus Store(const AVFrame& picture, uint8_t* pixels);
+    void Keep(const AVFrame& picture);
 
     std::string path_;
     ClipDecoder decoder_;
@@ -44,7 +50,9 @@ class MovieSource final : public ClipSource {
     AVFramePtr current_{av_frame_alloc()}; // the last picture decoded
     AVFramePtr ahead_{av_frame_alloc()};   // one beyond it, when a gap had to be looked over
     bool hasCurrent_ = false, hasAhead_ = false;
-    size_t counted_ = 0; // without times: pictures decoded since the start
+    size_t counted_ = 0;          // without times: pictures decoded since the start
+    std::deque<AVFramePtr> kept_; // the latest pictures that were decoded, the last one at the end
+    size_t keptLimit_ = 1;
     int rotation_ = 0;
     std::vector<uint8_t> unrotated_;
 };
@@ -177,6 +185,9 @@ bool MovieSource::Prepare(std::string* error)
     if (!(info_.pixelAspect > 0.05 && info_.pixelAspect < 20.0)) info_.pixelAspect = 1.0;
     const AVRational rate = av_guess_frame_rate(decoder_.input.get(), decoder_.stream, current_.get());
     if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1.0 && av_q2d(rate) <= 600.0) info_.rate = {rate.num, rate.den};
+    const int bytes =
+        av_image_get_buffer_size(static_cast<AVPixelFormat>(current_->format), current_->width, current_->height, 64);
+    keptLimit_ = std::clamp<size_t>(bytes > 0 ? kKeptBytes / static_cast<size_t>(bytes) : 1, 1, kKeptPictures);
     info_.frameCount = static_cast<int32_t>(times_.size());
     info_.matrix = PictureConverter::MatrixOf(current_.get());
     if (current_->color_primaries != AVCOL_PRI_UNSPECIFIED && current_->color_primaries > 0) {
@@ -222,8 +233,17 @@ BPStatus MovieSource::Advance(size_t frame)
         av_frame_move_ref(current_.get(), ahead_.get());
         hasCurrent_ = true;
         hasAhead_ = false;
+        Keep(*current_);
         if (TimeOf(*current_) > wanted) return bpNotFoundErr;
     }
+}
+
+void MovieSource::Keep(const AVFrame& picture)
+{
+    AVFramePtr copy(av_frame_clone(&picture));
+    if (!copy) return;
+    kept_.push_back(std::move(copy));
+    if (kept_.size() > keptLimit_) kept_.pop_front();
 }
 
 BPStatus MovieSource::Store(const AVFrame& picture, uint8_t* pixels)
@@ -269,8 +289,11 @@ BPStatus MovieSource::ReadFrame(int32_t frameNumber, uint8_t* pixels)
         }
         return Store(*current_, pixels);
     }
-    // On the way already, with no key frame in between?
     const int64_t wanted = times_[frame];
+    for (const AVFramePtr& picture : kept_) {
+        if (TimeOf(*picture) == wanted) return Store(*picture, pixels);
+    }
+    // On the way already, with no key frame in between?
     const auto key = std::upper_bound(keys_.begin(), keys_.end(), wanted,
                                       [](int64_t time, const Packet& entry) { return time < entry.presentation; });
     const int64_t start = key == keys_.begin() ? INT64_MIN : std::prev(key)->presentation;

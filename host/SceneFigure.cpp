@@ -50,8 +50,8 @@ float Ring(Vec3 p, Vec3 centre, float radius, float thickness, float tilt)
 {
     Vec3 q = p - centre;
     q.y += q.z * tilt;
-    const float around = std::hypot(q.x, q.z * 1.15f) - radius;
-    return std::hypot(around, q.y * 0.72f) - thickness;
+    const float around = Hypotenuse(q.x, q.z * 1.15f) - radius;
+    return Hypotenuse(around, q.y * 0.72f) - thickness;
 }
 
 constexpr float kTurn = 0.52f, kNod = 0.09f;
@@ -218,7 +218,7 @@ Vec3 SkinColour(Vec3 p)
     // Lips, brows, and the line of the lashes of lowered lids.
     const float lipX = m.x / 0.215f;
     const float lipY = (h.y + 0.578f + 0.018f * lipX * lipX) / (h.y > -0.578f ? 0.062f : 0.092f);
-    const float lips = h.z > 0.6f ? Step(1.15f, 0.75f, std::hypot(lipX, lipY)) : 0.0f;
+    const float lips = h.z > 0.6f ? Step(1.15f, 0.75f, Hypotenuse(lipX, lipY)) : 0.0f;
     colour = Mix(colour, Vec3{0.40f, 0.115f, 0.105f}, 0.85f * lips);
     const float browY = h.y - 0.155f - 0.16f * m.x + 0.42f * std::max(0.0f, m.x - 0.30f) * 1.4f;
     const float brow = Step(0.048f, 0.012f, std::abs(browY)) * Step(0.07f, 0.13f, m.x) * Step(0.47f, 0.38f, m.x);

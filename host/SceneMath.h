@@ -41,6 +41,10 @@ inline Vec3 Normalise(Vec3 a)
 {
     return a * (1.0f / std::max(Length(a), 1e-9f));
 }
+inline float Hypotenuse(float x, float y)
+{
+    return std::sqrt(x * x + y * y);
+}
 inline float Mix(float a, float b, float t)
 {
     return a + (b - a) * t;

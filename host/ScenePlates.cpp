@@ -74,7 +74,7 @@ void PaintBokeh(ScenePlate* plate, float cx, float cy, float radius, Vec3 light)
     for (int y = static_cast<int>(cy) - reach; y <= static_cast<int>(cy) + reach; ++y) {
         for (int x = static_cast<int>(cx) - reach; x <= static_cast<int>(cx) + reach; ++x) {
             if (x < 0 || y < 0 || x >= plate->width || y >= plate->height) continue;
-            const float d = std::hypot(static_cast<float>(x) - cx, static_cast<float>(y) - cy);
+            const float d = Hypotenuse(static_cast<float>(x) - cx, static_cast<float>(y) - cy);
             const float inside = std::clamp(radius - d + 0.7f, 0.0f, 1.4f) / 1.4f;
             if (inside <= 0.0f) continue;
             const Vec3 add = light * (inside * (0.75f + 0.25f * (d / radius) * (d / radius)));
@@ -217,7 +217,7 @@ void PaintHouse(ScenePlate* plate, int width, int height, int threads)
     const float gx = cx + 0.12f * halfW, gy = cy - 0.36f * halfH;
     ForRows(threads, height, [&](int py) {
         for (int px = 0; px < width; ++px) {
-            const float d = std::hypot(static_cast<float>(px) - gx, static_cast<float>(py) - gy) / h;
+            const float d = Hypotenuse(static_cast<float>(px) - gx, static_cast<float>(py) - gy) / h;
             const float glow = 0.16f * std::exp(-d * d * 60.0f) + 0.055f * std::exp(-d * 5.5f);
             float* pixel = plate->At(px, py);
             pixel[0] += glow * 1.00f;
