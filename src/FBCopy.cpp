@@ -18,7 +18,8 @@ size_t gScratchBytes = 0;
 void GrowScratch(size_t byteCount)
 {
     if (byteCount <= gScratchBytes) return;
-    FBReleaseCopyScratch();
+    BPFree(gScratch);
+    gScratchBytes = 0;
     gScratch = static_cast<uint8_t*>(BPAllocate(byteCount));
     if (gScratch) gScratchBytes = byteCount;
 }
@@ -95,6 +96,7 @@ void FBCopyFrameBuffer(const FBFrame* source, const FBFrame* destination, uint32
 
 void FBReleaseCopyScratch()
 {
+    FBReleaseResampler();
     BPFree(gScratch);
     gScratch = nullptr;
     gScratchBytes = 0;

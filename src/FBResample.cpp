@@ -46,11 +46,19 @@ struct Channel {
 
 template <class Sample> void Gather(const uint8_t* from, size_t step, uint8_t* to, unsigned left, unsigned right)
 {
+    if (step == sizeof(Sample)) {
+        std::memcpy(to + left * step, from + left * step, (right - left) * step);
+        return;
+    }
     for (size_t i = left; i < right; ++i) std::memcpy(to + i * sizeof(Sample), from + i * step, sizeof(Sample));
 }
 
 template <class Sample> void Scatter(const uint8_t* from, uint8_t* to, size_t step, unsigned left, unsigned right)
 {
+    if (step == sizeof(Sample)) {
+        std::memcpy(to + left * step, from + left * step, (right - left) * step);
+        return;
+    }
     for (size_t i = left; i < right; ++i) std::memcpy(to + i * step, from + i * sizeof(Sample), sizeof(Sample));
 }
 
@@ -151,25 +159,44 @@ int32_t PlanWorkspace(FBSampleKind kind, const zimg_filter_graph* graph, const F
     return 0;
 }
 
+// The graph of the last call, which serves again for the next plane and the next frame. Thread: main.
+struct CachedGraph {
+    FBSampleKind kind;
+    Mapping mapping;
+    zimg_filter_graph* graph;
+};
+CachedGraph gCached = {};
+
+/// The graph for a mapping, owned by the cache; null after a failure.
+const zimg_filter_graph* GraphFor(FBSampleKind kind, const Mapping& mapping)
+{
+    if (gCached.graph && gCached.kind == kind && std::memcmp(&gCached.mapping, &mapping, sizeof mapping) == 0)
+        return gCached.graph;
+    FBReleaseResampler();
+    gCached = {.kind = kind, .mapping = mapping, .graph = BuildGraph(kind, mapping)};
+    return gCached.graph;
+}
+
+/// Whether zimg may work in the picture itself: one channel, rows on its boundaries.
+bool IsDirect(const uint8_t* picture, uint32_t rowBytes, uint32_t channels)
+{
+    return channels == 1 && reinterpret_cast<uintptr_t>(picture) % kAlignment == 0 && rowBytes % kAlignment == 0;
+}
+
 } // namespace
 
 size_t FBResampleScratchBytes(FBSampleKind kind, const FBRegion& source, const FBRegion& destination, FBResampleMethod)
 {
     if (!IsSound(source) || !IsSound(destination)) return 0;
-    zimg_filter_graph* graph = BuildGraph(kind, {.source = source,
-                                                 .destination = destination,
-                                                 .xFactor = static_cast<double>(destination.width) / source.width,
-                                                 .yFactor = static_cast<double>(destination.height) / source.height,
-                                                 .xShift = 0,
-                                                 .yShift = 0});
-    if (!graph) {
-        (void)Fail();
-        return 0;
-    }
+    const zimg_filter_graph* graph = GraphFor(kind, {.source = source,
+                                                     .destination = destination,
+                                                     .xFactor = static_cast<double>(destination.width) / source.width,
+                                                     .yFactor = static_cast<double>(destination.height) / source.height,
+                                                     .xShift = 0,
+                                                     .yShift = 0});
     Workspace plan = {};
-    const int32_t err = PlanWorkspace(kind, graph, source, destination, &plan);
-    zimg_filter_graph_free(graph);
-    return err == 0 ? plan.Total() : 0;
+    if (!graph || PlanWorkspace(kind, graph, source, destination, &plan) != 0) return 0;
+    return plan.Total();
 }
 
 int32_t FBResample(FBSampleKind kind, const FBResampleCall& call)
@@ -180,12 +207,12 @@ int32_t FBResample(FBSampleKind kind, const FBResampleCall& call)
         static_cast<uint64_t>(call.sourceRegion.x) + call.sourceRegion.width > call.sourceWidth ||
         static_cast<uint64_t>(call.sourceRegion.y) + call.sourceRegion.height > call.sourceHeight)
         return bpParamErr;
-    zimg_filter_graph* graph = BuildGraph(kind, {.source = call.sourceRegion,
-                                                 .destination = call.destinationRegion,
-                                                 .xFactor = call.xFactor,
-                                                 .yFactor = call.yFactor,
-                                                 .xShift = call.xShift,
-                                                 .yShift = call.yShift});
+    const zimg_filter_graph* graph = GraphFor(kind, {.source = call.sourceRegion,
+                                                     .destination = call.destinationRegion,
+                                                     .xFactor = call.xFactor,
+                                                     .yFactor = call.yFactor,
+                                                     .xShift = call.xShift,
+                                                     .yShift = call.yShift});
     if (!graph) return Fail();
     Workspace plan = {};
     int32_t result = PlanWorkspace(kind, graph, call.sourceRegion, call.destinationRegion, &plan);
@@ -221,11 +248,29 @@ int32_t FBResample(FBSampleKind kind, const FBResampleCall& call)
         to.plane[0].stride = static_cast<ptrdiff_t>(plan.outLineBytes);
         to.plane[0].mask = plan.outMask;
         const bool bytes = kind == fbSample8u4;
-        if (zimg_filter_graph_process(graph, &from, &to, call.scratch + plan.inBytes + plan.outBytes,
-                                      bytes ? ReadLine<uint8_t> : ReadLine<float>, &channel,
-                                      bytes ? WriteLine<uint8_t> : WriteLine<float>, &channel))
+        zimg_filter_graph_callback read = bytes ? ReadLine<uint8_t> : ReadLine<float>;
+        zimg_filter_graph_callback write = bytes ? WriteLine<uint8_t> : WriteLine<float>;
+        if (IsDirect(channel.in.picture, channel.in.rowBytes, channels)) {
+            from.plane[0].data = channel.in.picture;
+            from.plane[0].stride = channel.in.rowBytes;
+            from.plane[0].mask = ZIMG_BUFFER_MAX;
+            read = nullptr;
+        }
+        if (IsDirect(channel.out.picture, channel.out.rowBytes, channels)) {
+            to.plane[0].data = channel.out.picture;
+            to.plane[0].stride = channel.out.rowBytes;
+            to.plane[0].mask = ZIMG_BUFFER_MAX;
+            write = nullptr;
+        }
+        if (zimg_filter_graph_process(graph, &from, &to, call.scratch + plan.inBytes + plan.outBytes, read, &channel,
+                                      write, &channel))
             result = Fail();
     }
-    zimg_filter_graph_free(graph);
     return result;
+}
+
+void FBReleaseResampler()
+{
+    zimg_filter_graph_free(gCached.graph);
+    gCached = {};
 }

@@ -37,5 +37,8 @@ size_t FBResampleScratchBytes(FBSampleKind kind, const FBRegion& source, const F
                               FBResampleMethod method);
 
 /// Resamples. 0, or the number of a failure with the destination in an undefined state.
-/// Thread: any, own destination and scratch.
+/// Thread: main (what was prepared for the last call is kept).
 int32_t FBResample(FBSampleKind kind, const FBResampleCall& call);
+
+/// Releases what is kept between calls.   Thread: main.
+void FBReleaseResampler();

@@ -4,8 +4,6 @@
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 
-#include <sched.h>
-
 namespace {
 
 constexpr uint32_t kFewRows = 8; // below this a frame is not worth a worker
@@ -92,10 +90,7 @@ template <class Fill> void RunAll(uint32_t taskCount, MPTask* tasks, MPCommand c
 
 uint32_t MPGetProcessorCount()
 {
-    cpu_set_t usable;
-    if (sched_getaffinity(0, sizeof usable, &usable) != 0) return 1;
-    const int count = CPU_COUNT(&usable);
-    return count > 0 ? static_cast<uint32_t>(count) : 1;
+    return BPProcessorCount();
 }
 
 uint32_t MPStartTasks(MPTask** tasks, bool useThreads)

@@ -12,6 +12,9 @@ struct BPEvent {
     uint64_t handle; ///< 0 when there is none
 };
 
+/// Processors that this process may use, at least 1.   Thread: any.
+uint32_t BPProcessorCount();
+
 /// Makes an event, not signalled.
 BPStatus BPCreateEvent(BPEvent* event);
 void BPDisposeEvent(BPEvent* event);

@@ -1,4 +1,5 @@
 // Processes, watched through descriptors that no reuse of a number can fool.
+#include "src/platform/BPThreads.h"
 #include "src/platform/linux/BPLinux.h"
 
 #include <algorithm>
@@ -23,24 +24,6 @@ constexpr uint64_t kByNumber = uint64_t(1) << 63;
 uint32_t CurrentId()
 {
     return static_cast<uint32_t>(getpid());
-}
-
-uint32_t ProcessorCount()
-{
-    // Machines with more processors than the standard set holds need a larger one.
-    for (size_t processors = CPU_SETSIZE; processors <= 65536; processors *= 2) {
-        cpu_set_t* set = CPU_ALLOC(processors);
-        if (set == nullptr) return 1;
-        const size_t bytes = CPU_ALLOC_SIZE(processors);
-        CPU_ZERO_S(bytes, set);
-        const int failed = sched_getaffinity(0, bytes, set);
-        const int reason = errno;
-        const int count = failed == 0 ? CPU_COUNT_S(bytes, set) : 0;
-        CPU_FREE(set);
-        if (failed == 0) return static_cast<uint32_t>(std::max(count, 1));
-        if (reason != EINVAL) return 1;
-    }
-    return 1;
 }
 
 /// True when the process has ended but its parent has not asked yet.
@@ -143,10 +126,28 @@ BPStatus Reap(uint32_t processId, int32_t* exitCode)
 
 } // namespace
 
+uint32_t BPProcessorCount()
+{
+    // Machines with more processors than the standard set holds need a larger one.
+    for (size_t processors = CPU_SETSIZE; processors <= 65536; processors *= 2) {
+        cpu_set_t* set = CPU_ALLOC(processors);
+        if (set == nullptr) return 1;
+        const size_t bytes = CPU_ALLOC_SIZE(processors);
+        CPU_ZERO_S(bytes, set);
+        const int failed = sched_getaffinity(0, bytes, set);
+        const int reason = errno;
+        const int count = failed == 0 ? CPU_COUNT_S(bytes, set) : 0;
+        CPU_FREE(set);
+        if (failed == 0) return static_cast<uint32_t>(std::max(count, 1));
+        if (reason != EINVAL) return 1;
+    }
+    return 1;
+}
+
 void BPFillLinuxProcess(BPProcessOps* ops)
 {
     *ops = {.currentId = CurrentId,
-            .processorCount = ProcessorCount,
+            .processorCount = BPProcessorCount,
             .watch = Watch,
             .isAlive = IsAlive,
             .unwatch = Unwatch,
