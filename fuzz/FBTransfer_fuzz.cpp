@@ -83,15 +83,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // Three planes at the most; not a byte behind the last.
     std::vector<uint8_t> pixels(size_t{rowBytes} * height * (from == pixFormatRGB16Planar ? 3 : 1));
     reader.Fill(pixels.data(), pixels.size());
+    // The rows of an output may be too short for its pixels.
+    const uint32_t outRowBytes = what % 4 == 3 ? reader.Byte() * 4u : rowBytes;
+    std::vector<uint8_t> out(size_t{outRowBytes} * height);
 
     switch (what / 4 % 7) {
     case 0: FBTransferPixToFBFrameSSE(pixels.data(), rowBytes, rowBytes * height, from, frame.record); break;
     case 1: FBTransferPixToFBFramePremultipliedSSE(pixels.data(), rowBytes, from, frame.record); break;
-    case 2: FBTransferFBFrameToPixSSE(frame.record, nullptr, pixels.data(), rowBytes, from); break;
+    case 2: FBTransferFBFrameToPixSSE(frame.record, nullptr, out.data(), outRowBytes, from); break;
     case 3: {
         const FBRect rect = {
             .top = reader.Byte(), .left = reader.Byte(), .bottom = reader.Byte(), .right = reader.Byte()};
-        FBTransferFBFrameToPixSSE(frame.record, &rect, pixels.data(), rowBytes, from);
+        FBTransferFBFrameToPixSSE(frame.record, &rect, out.data(), outRowBytes, from);
         break;
     }
     case 4: {
@@ -102,6 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     case 5: {
         std::vector<uint8_t> other(pixels.size());
         FBTransferPixAlphaToPixAlphaWork(pixels.data(), rowBytes, other.data(), rowBytes, width, height, from);
+        FBTransferPixAlphaToPixAlphaWork(pixels.data(), rowBytes, out.data(), outRowBytes, width, height, from);
         break;
     }
     default: {
@@ -117,8 +121,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             },
             &calls);
         std::vector<uint8_t> table(768, what);
-        if (frame.record->rowBytes >= (width + 3) / 4 * 16)
-            FBApplyLUTBand(frame.record->baseAddr, width, height, frame.record->rowBytes, table.data(), to);
+        FBApplyLUTBand(frame.record->baseAddr, width, height, frame.record->rowBytes, table.data(), to);
+        FBApplyLUTBand(pixels.data(), width, height, rowBytes, table.data(), from);
     }
     }
     BPSetLogSink(nullptr, nullptr);

@@ -2,6 +2,7 @@
 #include "src/FBTransferRows.h"
 #include "src/platform/BPLog.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -344,10 +345,11 @@ void FBTransferPixAlphaToPixAlphaWork(const void* source, uint32_t sourceRowByte
                    CharactersOf(format).text, static_cast<long>(format));
         return;
     }
+    const size_t pixels = std::min<size_t>(width, destinationRowBytes / place.pixelBytes);
     for (uint32_t row = 0; row < height; ++row) {
         const uint8_t* in = static_cast<const uint8_t*>(source) + size_t{row} * sourceRowBytes + place.offset;
         uint8_t* out = static_cast<uint8_t*>(destination) + size_t{row} * destinationRowBytes + place.offset;
-        for (uint32_t column = 0; column < width; ++column, in += place.pixelBytes, out += place.pixelBytes)
+        for (size_t column = 0; column < pixels; ++column, in += place.pixelBytes, out += place.pixelBytes)
             std::memcpy(out, in, place.size);
     }
 }

@@ -4,6 +4,7 @@
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -176,10 +177,11 @@ void FBApplyLUTBand(uint8_t* baseAddr, uint32_t width, uint32_t height, uint32_t
     const size_t red = format == pixFormatARGB8 ? 2 : 1;
     const size_t green = format == pixFormatARGB8 ? 1 : 2;
     const size_t blue = format == pixFormatARGB8 ? 0 : 3;
-    const size_t groups = (size_t{width} + 3) / 4;
+    // Rows without padding end where they end: what comes next is mapped in its own turn.
+    const size_t pixels = std::min((size_t{width} + 3) / 4 * 4, size_t{rowBytes} / 4);
     for (uint32_t row = 0; row < height; ++row) {
         uint8_t* pixel = baseAddr + size_t{row} * rowBytes;
-        for (size_t i = 0; i < groups * 4; ++i, pixel += 4) {
+        for (size_t i = 0; i < pixels; ++i, pixel += 4) {
             pixel[red] = table[pixel[red]];
             pixel[green] = table[256 + pixel[green]];
             pixel[blue] = table[512 + pixel[blue]];

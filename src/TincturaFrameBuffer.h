@@ -96,7 +96,7 @@ void FBIterateFrame(const FBFrame* frame, FBPixelRoutine routine, void* user);
 void FBGetPixelFloat(const FBFrame* frame, int32_t column, int32_t row, float rgba[4]);
 
 /// Maps an 8-bit picture in format 32 or BGRA through three tables of 256 bytes (red, green, blue), in place, in groups
-/// of four pixels: up to three pixels past `width` are mapped too, so rows need their padding. One thread.
+/// of four pixels: up to three pixels of padding past `width` are mapped too, those that `rowBytes` hold. One thread.
 void FBApplyLUTBand(uint8_t* baseAddr, uint32_t width, uint32_t height, uint32_t rowBytes, const uint8_t table[768],
                     FBPixelFormat format);
 

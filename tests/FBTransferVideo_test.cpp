@@ -341,6 +341,46 @@ TEST(FBTransferVideo, FloatVideoLeavesWithoutScale)
     EXPECT_EQ(out[3], 1.0f);
 }
 
+TEST(FBTransferVideo, EveryVideoSumIsTheOneTold)
+{
+    // Independent of the code's tables: each sum as it is written, single by single.
+    constexpr uint32_t width = 512;
+    FramePtr frame = MakeFrame(width, 1);
+    Random random(11);
+    for (uint32_t c = 0; c < 3; ++c)
+        for (uint32_t i = 0; i < width; ++i) At(*frame, c, 0, i) = Between(random, -0.4f, 1.4f);
+    const auto held = [](float v, float low, float high) {
+        return static_cast<uint32_t>(v < low ? low : v > high ? high : v);
+    };
+    const std::vector<uint32_t> bytes = Out<uint32_t>(*frame, pixFormatVUYA8, width);
+    const std::vector<float> floats = Out<float>(*frame, pixFormatVUYA32_Float, width * 4);
+    const std::vector<uint32_t> sd = Out<uint32_t>(*frame, pixFormatYUYV10_601, width);
+    const std::vector<uint32_t> hd = Out<uint32_t>(*frame, pixFormatYUYV10_709, width);
+    for (uint32_t i = 0; i < width; ++i) {
+        float r = At(*frame, 0, 0, i), g = At(*frame, 1, 0, i), b = At(*frame, 2, 0, i);
+        const float y = 0.09790624678134918f * b + 0.5041289329528809f * g + 0.25678905844688416f * r;
+        const float cb = -0.1482226550579071f * r - 0.29099220037460327f * g + 0.439214825630188f * b;
+        const float cr = 0.439214825630188f * r - 0.36778905987739563f * g - 0.07142578065395355f * b;
+        ASSERT_EQ(bytes[i], Word(255, held(y * 255.0f + 16.0f, 1, 254), held(cb * 255.0f + 128.0f, 1, 254),
+                                 held(cr * 255.0f + 128.0f, 1, 254)))
+            << i;
+        const float expected[] = {cr, cb, y, 1};
+        for (uint32_t k = 0; k < 4; ++k) ASSERT_EQ(floats[i * 4 + k], expected[k]) << i;
+        r = r > 1 ? 1 : r; // at most 1, but below 0 as they are
+        g = g > 1 ? 1 : g;
+        b = b > 1 ? 1 : b;
+        const uint32_t sdLuma = held(6391.2958984375f * b + 32909.566f * g + 16763.13671875f * r + 4096.0f, 1, 65472);
+        const uint32_t hdLuma = held(4047.8208f * b + 40096.973f * g + 11919.206f * r + 4096.0f, 1, 65472);
+        ASSERT_EQ(sd[i] & 0xFFFF, sdLuma) << i;
+        ASSERT_EQ(hd[i] & 0xFFFF, hdLuma) << i;
+        if (i % 2) continue;
+        ASSERT_EQ(sd[i] >> 16, held(28672.0f * r - 24009.244f * g - 4662.7554f * b + 32768.0f, 1, 65472)) << i;
+        ASSERT_EQ(sd[i + 1] >> 16, held(-9675.997f * r - 18996.002f * g + 28672.0f * b + 32768.0f, 1, 65472)) << i;
+        ASSERT_EQ(hd[i] >> 16, held(28672.0f * r - 26042.95f * g - 2629.0503f * b + 32768.0f, 1, 65472)) << i;
+        ASSERT_EQ(hd[i + 1] >> 16, held(-6570.0166f * r - 22101.982f * g + 28672.0f * b + 32768.0f, 1, 65472)) << i;
+    }
+}
+
 TEST(FBTransferVideo, PairsTakeTheChromaOfTheEvenPixel)
 {
     const FramePtr frame = Planes({{0, 0, 0}, {1, 1, 1}, {1, 0, 0}, {0, 0, 0}});
@@ -436,6 +476,16 @@ TEST(FBTransferAlpha, OnlyAlphaIsCopied)
             const bool copied = row < 2 && pixel < 2 && byte >= place.offset && byte < place.offset + place.size;
             EXPECT_EQ(destination[i], copied ? source[i] : 0xEE) << place.format << " byte " << i;
         }
+    }
+}
+
+TEST(FBTransferAlpha, RowsThatAreTooShortAreNotLeft)
+{
+    const std::vector<uint8_t> source(5 * 16 * 2, 1);
+    for (FBPixelFormat format : {pixFormatARGB8, pixFormatARGB16_32K, pixFormatYRGB32_Float, pixFormatBGRY32_Float}) {
+        std::vector<uint8_t> destination(source.size(), 0xEE);
+        FBTransferPixAlphaToPixAlphaWork(source.data(), 80, destination.data(), 18, 5, 2, format);
+        for (size_t i = 36; i < destination.size(); ++i) ASSERT_EQ(destination[i], 0xEE) << format << " byte " << i;
     }
 }
 

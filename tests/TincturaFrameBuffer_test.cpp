@@ -1,6 +1,7 @@
 // Frame buffers: layout rules, creation and its failures, iteration, single pixels, tables of 8 bits.
 #include "src/TincturaFrameBuffer.h"
 
+#include "src/MPTasks.h"
 #include "src/platform/BPMemory.h"
 #include "tests/CoreTest.h"
 
@@ -270,6 +271,53 @@ TEST(FBFrame, ALUTMapsGroupsOfFourPixelsAndLeavesAlpha)
             EXPECT_EQ(pixels, expected) << "width " << width << ", format " << format;
         }
     }
+}
+
+TEST(FBFrame, ALUTStaysInsideRowsWithoutPadding)
+{
+    uint8_t table[768];
+    for (uint32_t i = 0; i < 768; ++i) table[i] = static_cast<uint8_t>(i + 1); // mapped twice shows
+    for (uint32_t tasks : {1u, 3u}) {
+        MPTask* pool = nullptr;
+        const uint32_t count = MPStartTaskCount(&pool, tasks);
+        std::vector<uint32_t> pixels(5 * 12 + 4, 0x40404040), expected(5 * 12, 0x40414141);
+        expected.resize(pixels.size(), 0x40404040);
+        FBApplyLUT(reinterpret_cast<uint8_t*>(pixels.data()), 5, 12, 20, table, pixFormatARGB8, count, pool);
+        EXPECT_EQ(pixels, expected) << tasks << " tasks";
+        MPDisposeTasks(count, &pool);
+    }
+}
+
+TEST(FBFrame, ThePlaneFloorEndsWhereItIsTold)
+{
+    const struct {
+        uint32_t width, height;
+        FBPixelFormat format;
+        size_t bytes;
+    } rows[] = {{32767, 1, pixFormatARGB8, 0x20010},
+                {32768, 1, pixFormatARGB8, 0x20000},
+                {32769, 1, pixFormatARGB8, 0x20004},
+                {8192, 4, pixFormatRGBYPlanar_Float, size_t{4} * 0x20000},
+                {8188, 4, pixFormatBGRA8, size_t{4} * 0x20010}}; // four planes though one is used
+    for (const auto& row : rows) {
+        Arena arena;
+        FBAllocator allocator = kArenaOps;
+        allocator.context = &arena;
+        FBFrame* frame = nullptr;
+        ASSERT_EQ(FBCreateFrameBufferWithAllocator(row.width, row.height, &frame, row.format, &allocator), bpNoErr);
+        EXPECT_EQ(arena.blocks[1].size(), row.bytes) << row.width << " x " << row.height;
+        EXPECT_EQ(frame->planeBytes, frame->rowBytes * row.height);
+    }
+}
+
+TEST(FBFrame, DisposalWithoutPixelsReleasesTheRecordOnly)
+{
+    alignas(16) uint8_t block[16] = {};
+    auto* frame = static_cast<FBFrame*>(BPAllocate(sizeof(FBFrame)));
+    frame->allocation = block; // would be a fault to release
+    LogCatch log;
+    FBDisposeFrameBuffer(frame);
+    EXPECT_TRUE(log.reports.empty());
 }
 
 TEST(FBFrame, ABandKeepsThePlanesWhereTheyAre)
