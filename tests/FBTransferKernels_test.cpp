@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -358,6 +360,234 @@ TEST(FBTransferKernels, AShortRowHoldsTheBeginningOfWhatALongOneHolds)
                 << from << " to " << to << ", row " << row;
         }
     });
+}
+
+namespace {
+
+/// The pairs that exist, in each way. Every other pair says or keeps silent what the tables below tell.
+constexpr int32_t kBGRA = pixFormatBGRA8, kV408 = pixFormatUYVA8, kR408 = pixFormatUYVA8R,
+                  kR4fl = pixFormatAYUV32_Float_r4fl;
+constexpr int32_t kStraightPairs[][2] = {
+    {32, 32},       {32, kBGRA},  {32, 201},    {32, 202},    {32, 203},  {32, 205},  {kBGRA, 32},
+    {kBGRA, kBGRA}, {kBGRA, 202}, {kBGRA, 203}, {200, 32},    {200, 203}, {201, 203}, {202, 203},
+    {215, 203},     {207, 203},   {kV408, 203}, {kR408, 203}, {208, 203}, {209, 203}, {210, 203},
+    {216, 217},     {218, 32},    {218, 201},   {218, 202},   {218, 203}, {kR4fl, 32}};
+constexpr int32_t kPremultipliedPairs[][2] = {{32, 32},   {kBGRA, kBGRA}, {32, 203},    {kBGRA, 203}, {200, 203},
+                                              {201, 203}, {207, 203},     {kV408, 203}, {kR408, 203}, {208, 203},
+                                              {209, 203}, {210, 203},     {215, 203}};
+constexpr int32_t kOutputPairs[][2] = {{32, 32},     {201, 32},  {202, 32},  {203, 32},  {205, 32},  {32, kBGRA},
+                                       {203, kBGRA}, {203, 200}, {203, 201}, {32, 202},  {203, 202}, {203, 206},
+                                       {203, 207},   {203, 208}, {203, 209}, {203, 210}, {203, 215}, {217, 216}};
+
+template <size_t n> bool Holds(const int32_t (&pairs)[n][2], int32_t from, int32_t to)
+{
+    for (const auto& pair : pairs)
+        if (pair[0] == from && pair[1] == to) return true;
+    return false;
+}
+
+bool IsOneOf(int32_t value, std::initializer_list<int32_t> values)
+{
+    return std::find(values.begin(), values.end(), value) != values.end();
+}
+
+std::string Formatted(const char* format, int32_t number, const char* name)
+{
+    char text[200];
+    std::snprintf(text, sizeof text, format, number, name);
+    return text;
+}
+
+const char* NameOf(int32_t format)
+{
+    switch (format) {
+    case 32: return "pixFormatARGB8";
+    case 200: return "pixFormatARGB16_32K";
+    case 201: return "pixFormatYRGB32_Float";
+    case 202: return "pixFormatRGBA32_Float";
+    case 207: return "pixFormatVUYA8";
+    case 209: return "pixFormatYUYV10_601";
+    case 210: return "pixFormatYUYV10_709";
+    case 215: return "pixFormatBGRY32_Float";
+    case 216: return "pixFormatA8";
+    case 218: return "pixFormatRGB16Planar";
+    case kBGRA: return "pixFormatBGRA8";
+    case kV408: return "pixFormatUYVA8";
+    case kR408: return "pixFormatUYVA8R";
+    case kR4fl: return "pixFormatAYUV32_Float_r4fl";
+    case pixFormat422YpCbCr10: return "pixFormat422YpCbCr10";
+    case pixFormatARGB64: return "pixFormatARGB64";
+    default: return nullptr;
+    }
+}
+
+/// A format's four characters; the small numbers have none.
+std::string Letters(int32_t format)
+{
+    std::string text;
+    for (int shift = 24; shift >= 0 && format > 255; shift -= 8) text += static_cast<char>(format >> shift & 255);
+    return text;
+}
+
+/// What a missing pair says.
+std::string Sentence(Way way, int32_t from, int32_t to)
+{
+    const int32_t refusedFormats[] = {pixFormat422YpCbCr10, pixFormatARGB64, kV408, kR408};
+    const std::string number = std::to_string(to);
+    const std::string called = "called with unsupported pixel format ";
+    if (way == kStraight) {
+        const std::string head = "FBTransferPixToFBFrameSSE: ", output = head + "unsuppported output pixel format ";
+        if (IsOneOf(from, {refusedFormats[0], refusedFormats[1]})) return head + called + NameOf(from) + "\n";
+        if (IsOneOf(from, {207, 208, 209, 210, kV408, kR408})) return "";
+        if (from == kR4fl && IsOneOf(to, {201, 203, 205})) return "";
+        if (IsOneOf(from, {32, kBGRA}))
+            return output + number + " ('" + Letters(to) + "') for " + NameOf(from) + " input\n";
+        if (IsOneOf(from, {201, 215})) return output + number + " for pixFormatYRGB32_Float input\n";
+        if (IsOneOf(from, {200, 202, 216, 218, kR4fl})) return output + number + " for " + NameOf(from) + " input\n";
+        return head + "unsuppported input pixel format " + std::to_string(from) + ", output format " + number + "\n";
+    }
+    if (way == kPremultiplied) {
+        const std::string head = "FBTransferPixToFBFramePremultipliedSSE: ";
+        if (IsOneOf(from, {refusedFormats[0], refusedFormats[1]})) return head + called + NameOf(from) + "\n";
+        if (from == 208) return "";
+        if (IsOneOf(from, {32, kBGRA, 200, 201, 215, 207, kV408, kR408, 209, 210}))
+            return head +
+                   Formatted("unsupported output pixel format %x ('%s') for input format ", to, Letters(to).c_str()) +
+                   NameOf(from) + "\n";
+        return head + called + "'" + Letters(from) + "' (" + std::to_string(from) + ")\n";
+    }
+    const std::string head = "FBTransferFBFrameToPixSSE: ", input = head + "unsuppported input pixel format ";
+    if (IsOneOf(to, {206, 207, 208, 209, 210})) return "";
+    if (IsOneOf(from, {201, 205}) && IsOneOf(to, {200, 201, 215, kBGRA})) return "";
+    if (from == 205 && to == 202) return "";
+    for (int32_t refused : refusedFormats)
+        if (to == refused) return head + called + NameOf(to) + "\n";
+    if (to == kBGRA) return input + std::to_string(from) + " for pixFormatBGRA8 output\n";
+    if (IsOneOf(to, {32, 200, 201, 202, 215, 216})) return input + "for " + NameOf(to) + " output\n";
+    return head + "unsuppported output pixel format " + number + ", input format " + std::to_string(from) + "\n";
+}
+
+} // namespace
+
+TEST(FBTransferKernels, EveryPairWritesOrSaysItsSentenceOrKeepsStill)
+{
+    constexpr uint32_t width = 16, height = 2, row = width * 16;
+    size_t found = 0;
+    for (Way way : {kStraight, kPremultiplied, kOut})
+        for (FBPixelFormat from : kFormats)
+            for (FBPixelFormat to : kFormats) {
+                const bool exists = way == kStraight        ? Holds(kStraightPairs, from, to)
+                                    : way == kPremultiplied ? Holds(kPremultipliedPairs, from, to)
+                                                            : Holds(kOutputPairs, from, to);
+                found += exists;
+                Wrapped frame(width, height, row, way == kOut ? from : to);
+                std::vector<uint8_t> pixels(size_t{row} * height * 3, 0x3C);
+                const std::vector<uint8_t> frameBefore = frame.memory, pixelsBefore = pixels;
+                std::string log;
+                BPSetLogSink([](void* text, const char* bytes,
+                                size_t count) { static_cast<std::string*>(text)->append(bytes, count); },
+                             &log);
+                if (way == kStraight)
+                    FBTransferPixToFBFrameSSE(pixels.data(), row, row * height, from, &frame.frame);
+                else if (way == kPremultiplied)
+                    FBTransferPixToFBFramePremultipliedSSE(pixels.data(), row, from, &frame.frame);
+                else
+                    FBTransferFBFrameToPixSSE(&frame.frame, nullptr, pixels.data(), row, to);
+                BPSetLogSink(nullptr, nullptr);
+                SCOPED_TRACE(testing::Message() << "way " << way << ", " << from << " to " << to);
+                EXPECT_EQ(way == kOut ? pixels != pixelsBefore : frame.memory != frameBefore, exists);
+                EXPECT_TRUE(way == kOut ? frame.memory == frameBefore : pixels == pixelsBefore) << "the source";
+                const bool tells = way == kPremultiplied && from == pixFormatBGRA8 && to == pixFormatRGBYPlanar_Float;
+                if (!tells) {
+                    EXPECT_EQ(log, exists ? std::string() : Sentence(way, from, to));
+                }
+            }
+    EXPECT_EQ(found, 27u + 13u + 18u);
+}
+
+TEST(FBTransferKernels, ARectangleIsACutOfTheWholePicture)
+{
+    constexpr uint32_t width = 41, height = 9, row = width * 16;
+    for (const auto& pair : kOutputPairs) {
+        const auto from = static_cast<FBPixelFormat>(pair[0]), to = static_cast<FBPixelFormat>(pair[1]);
+        if (from == pixFormatARGB8 && to == pixFormatARGB8) continue; // mirrors what it takes
+        const bool fromCorner = to < pixFormatABGR8 || to > pixFormatYUYV10_709;
+        const bool groups = to == pixFormatA8;
+        Wrapped frame(width, height, row, from);
+        const std::vector<uint8_t> content = Content(frame.pictureBytes, HoldsFloats(from), 8);
+        std::memcpy(frame.memory.data(), content.data(), frame.pictureBytes);
+        std::vector<uint8_t> whole(size_t{row} * height), part(whole.size(), 0xA5);
+        FBTransferFBFrameToPixSSE(&frame.frame, nullptr, whole.data(), row, to);
+        const FBRect rect = {.top = 2, .left = 4, .bottom = 7, .right = 20};
+        FBTransferFBFrameToPixSSE(&frame.frame, &rect, part.data(), row, to);
+        const size_t pixel = groups ? 1 : FBPixelRowBytes(2, to) / 2, written = 16 * pixel;
+        for (size_t i = 0; i < height; ++i) {
+            const size_t top = fromCorner ? 2 : 0, left = fromCorner ? 4 : 0;
+            if (i < 5) {
+                EXPECT_EQ(std::memcmp(&part[i * row], &whole[(top + i) * row + left * pixel], written), 0)
+                    << from << " to " << to << ", row " << i;
+            }
+            for (size_t k = i < 5 ? written : 0; k < row; ++k)
+                ASSERT_EQ(part[i * row + k], 0xA5) << from << " to " << to << ", row " << i;
+        }
+    }
+}
+
+TEST(FBTransferKernels, EachDispatcherHandsOutItsCommandAndItsRows)
+{
+    EXPECT_EQ(mpDiagnostic, 1u);
+    EXPECT_EQ(mpProcessImage, 2u);
+    EXPECT_EQ(mpRenderLumaRanges, 3u);
+    EXPECT_EQ(mpTransferFrameToPix, 4u);
+    EXPECT_EQ(mpTransferPixToFrame, 5u);
+    EXPECT_EQ(mpTransferPixToFramePremultiplied, 6u);
+    EXPECT_EQ(mpTransferAlpha, 7u);
+    EXPECT_EQ(mpLeave, 8u);
+    EXPECT_EQ(mpApplyLUT, 9u);
+    EXPECT_EQ(mpMedia, 10u);
+    EXPECT_EQ(mpNothing, 11u);
+    constexpr uint32_t width = 8, row = 48;
+    for (uint32_t height : {4u, 7u, 8u, 10u, 17u}) {
+        MPTask* pool = nullptr;
+        const uint32_t count = MPStartTaskCount(&pool, 4);
+        ASSERT_EQ(count, 4u);
+        Wrapped frame(width, height, row, pixFormatRGBYPlanar_Float);
+        std::vector<uint8_t> pixels(size_t{row} * height), alpha(pixels.size()), table(768);
+        const auto check = [&](MPCommand command, bool ofFrame, bool asSource, const uint8_t* base) {
+            if (height < 8) {
+                EXPECT_NE(pool[0].command, command) << height << " rows";
+                return;
+            }
+            const uint32_t band = height / 4;
+            for (uint32_t i = 0; i < 4; ++i) {
+                const uint32_t rows = i < 3 ? band : height - 3 * band;
+                SCOPED_TRACE(testing::Message() << "command " << command << ", height " << height << ", band " << i);
+                EXPECT_EQ(pool[i].command, command);
+                EXPECT_EQ(pool[i].taskIndex, i);
+                EXPECT_EQ(pool[i].pixels, base + size_t{i} * band * row);
+                EXPECT_EQ(pool[i].pixelRowBytes, row);
+                if (!ofFrame) {
+                    EXPECT_EQ(pool[i].height, rows);
+                    continue;
+                }
+                const FBFrame& slot = asSource ? pool[i].source : pool[i].destination;
+                EXPECT_EQ(slot.height, rows);
+                EXPECT_EQ(slot.baseAddr, frame.frame.baseAddr + size_t{i} * band * row);
+                EXPECT_EQ(slot.planeBytes, frame.frame.planeBytes);
+            }
+        };
+        FBTransferFBFrameToPix(&frame.frame, nullptr, pixels.data(), row, pixFormatARGB8, count, pool);
+        check(mpTransferFrameToPix, true, true, pixels.data());
+        FBTransferPixToFBFrame(pixels.data(), row, 0, pixFormatARGB8, &frame.frame, count, pool);
+        check(mpTransferPixToFrame, true, false, pixels.data());
+        FBTransferPixToFBFramePremultiplied(pixels.data(), row, pixFormatARGB8, &frame.frame, count, pool);
+        check(mpTransferPixToFramePremultiplied, true, false, pixels.data());
+        FBTransferPixAlphaToPixAlpha(pixels.data(), row, alpha.data(), row, width, height, pixFormatARGB8, count, pool);
+        check(mpTransferAlpha, false, false, alpha.data());
+        FBApplyLUT(pixels.data(), width, height, row, table.data(), pixFormatARGB8, count, pool);
+        check(mpApplyLUT, false, false, pixels.data());
+        MPDisposeTasks(count, &pool);
+    }
 }
 
 TEST(FBTransferKernels, TheComparisonSeesASingleBit)
