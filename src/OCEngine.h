@@ -62,6 +62,15 @@ struct OCProcessParams {
     // Luma range weights, kOCToneEntries floats each.
     const float* weight[ocRangeCount];
 
+    // What is always read at one index, side by side, so that one load serves three tables: kOCToneEntries rows of four
+    // floats on 16-byte boundaries, shadows, midtones, highlights and 0. The fast kernel reads these, the readable one
+    // the tables that they are copies of.
+    const float* weightRows;
+    const float* hslRangeRows;
+    const float* rgbRangeRows[3]; ///< by channel
+    const float* yccRangeRows[3];
+    const float* hslCurveRows; ///< hue, saturation, lightness and 0
+
     float recoveryThreshold;       ///< 1 - 0.4 times the recovery that is in force
     float outputRecoveryThreshold; ///< computed alike; no stage uses it
 

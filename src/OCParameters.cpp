@@ -41,6 +41,19 @@ enum Slot : uint32_t {
     kSlotCount = kWeightSlot + 3
 };
 
+/// Further tables behind the slots: intermediate results that have no tone of their own.
+enum Inner : uint32_t {
+    kChain = kSlotCount,              // by group: the contrast stage, without brightness and gamma
+    kOwnCurve = kChain + kGroupCount, // by channel: the RGB curves before they go through the master
+    kRows = kOwnCurve + 3,            // from here on four tables each, entries side by side
+    kWeightRows = kRows,
+    kHSLRows = kWeightRows + 4,
+    kRGBRows = kHSLRows + 4,     // by channel
+    kYCCRows = kRGBRows + 4 * 3, // by channel
+    kHSLCurveRows = kYCCRows + 4 * 3,
+    kTableCount = kHSLCurveRows + 4
+};
+
 /// The inputs of a table, compared bit by bit.
 struct Key {
     uint32_t count;
@@ -58,7 +71,7 @@ Key KeyOf(std::initializer_list<float> values)
 
 struct OCEngine {
     OCProcessParams params;
-    float* tables;       // kSlotCount tables and the contrast chains
+    float* tables;       // kTableCount tables
     float* calcArray;    // scratch of one table, from the first update on
     Key key[kSlotCount]; // count 0: never built
     HCurve rgbCurve[4], hslCurve[3];
@@ -74,18 +87,22 @@ float* TableAt(OCEngine* engine, uint32_t slot)
     return engine->tables + size_t{slot} * kTableStride;
 }
 
-/// The contrast stage of a group, without brightness and gamma.
-float* ChainAt(OCEngine* engine, uint32_t group)
-{
-    return TableAt(engine, kSlotCount + group);
-}
-
 OCTone ToneAt(OCEngine* engine, uint32_t slot, float base = kShortBase)
 {
     const float* entry = TableAt(engine, slot);
     const uint32_t steps = 16384 / static_cast<uint32_t>(base);
     // Deliberate: the last entry but one is the top; inputs above 1 have always continued from there.
     return {.entry = entry, .top = entry[16383], .slope = (entry[16383] - entry[16383 - steps]) * base};
+}
+
+/// Lays the entries of three tables side by side: `first`, and two more `step` slots apart.
+const float* LaySideBySide(OCEngine* engine, uint32_t rows, uint32_t first, uint32_t step)
+{
+    float* out = TableAt(engine, rows);
+    const float* table[3] = {TableAt(engine, first), TableAt(engine, first + step), TableAt(engine, first + 2 * step)};
+    for (size_t i = 0; i < kOCToneEntries; ++i)
+        for (size_t k = 0; k < 3; ++k) out[4 * i + k] = table[k][i];
+    return out;
 }
 
 /// True when the slot has to be built; it then counts as built with this key.
@@ -169,7 +186,7 @@ void BuildHSLTones(OCEngine* engine, const ToneShape shape[kGroupCount])
         key.value[key.count++] = shape[group].brightness;
         key.value[key.count++] = shape[group].inverseGamma;
         float* table = TableAt(engine, kHSLSlot + group);
-        float* contrast = ChainAt(engine, group);
+        float* contrast = TableAt(engine, kChain + group);
         if (inputChanged) {
             if (group == kMaster) FillRamp(engine->calcArray);
             BuildContrast(shape[group], input, table, contrast); // the table serves as scratch until it is made
@@ -210,7 +227,9 @@ void UpdateHSL(OCEngine* engine, const OCSettings& s)
     const OCHSLBlock* block[kGroupCount] = {&s.hsl.master, &s.hsl.shadows, &s.hsl.midtones, &s.hsl.highlights};
     const ToneShape shape[kGroupCount] = {ShapeOf(*block[0]), ShapeOf(*block[1]), ShapeOf(*block[2]),
                                           ShapeOf(*block[3])};
+    const uint32_t before = engine->tablesBuilt;
     BuildHSLTones(engine, shape);
+    if (engine->tablesBuilt != before) p.hslRangeRows = LaySideBySide(engine, kHSLRows, kHSLSlot + 1, 1);
 
     p.hslMasterOn = s.hsl.master.on != 0;
     p.hslShadowOn = s.hsl.shadows.on != 0;
@@ -316,12 +335,17 @@ void UpdateRGB(OCEngine* engine, const OCSettings& s)
     if (!fold && !AnyOn(s.rgb)) return;
     const OCChannelBlock* rgb[kGroupCount] = {&s.rgb.master, &s.rgb.shadows, &s.rgb.midtones, &s.rgb.highlights};
     const OCChannelBlock* cmy[kGroupCount] = {&s.cmy.master, &s.cmy.shadows, &s.cmy.midtones, &s.cmy.highlights};
-    for (uint32_t g = kMaster; g < kGroupCount; ++g) {
-        const auto group = static_cast<Group>(g);
-        OCChannelParams& out = g == kMaster ? p.rgbMaster : p.rgbRange[g - 1];
-        out = FoldedScalars(*rgb[g], *cmy[g], fold, group);
-        for (uint32_t c = 0; c < 3; ++c)
-            out.tone[c] = BuildFoldedGamma(engine, kRGBSlot + g * 3 + c, *rgb[g], *cmy[g], c, fold, group);
+    for (uint32_t g = kMaster; g < kGroupCount; ++g)
+        (g == kMaster ? p.rgbMaster : p.rgbRange[g - 1]) = FoldedScalars(*rgb[g], *cmy[g], fold, static_cast<Group>(g));
+    for (uint32_t c = 0; c < 3; ++c) {
+        const auto build = [&](uint32_t g) {
+            return BuildFoldedGamma(engine, kRGBSlot + g * 3 + c, *rgb[g], *cmy[g], c, fold, static_cast<Group>(g));
+        };
+        p.rgbMaster.tone[c] = build(kMaster);
+        const uint32_t before = engine->tablesBuilt;
+        for (uint32_t r = 0; r < ocRangeCount; ++r) p.rgbRange[r].tone[c] = build(r + 1);
+        if (engine->tablesBuilt != before)
+            p.rgbRangeRows[c] = LaySideBySide(engine, kRGBRows + 4 * c, kRGBSlot + 3 + c, 3);
     }
 }
 
@@ -335,15 +359,19 @@ void UpdateYCbCr(OCEngine* engine, const OCSettings& s)
     if (!AnyOn(s.ycbcr)) return;
     const OCChannelBlock* ycc[kGroupCount] = {&s.ycbcr.master, &s.ycbcr.shadows, &s.ycbcr.midtones,
                                               &s.ycbcr.highlights};
-    for (uint32_t g = kMaster; g < kGroupCount; ++g) {
-        const OCChannelBlock& block = *ycc[g];
-        OCChannelParams& out = g == kMaster ? p.yccMaster : p.yccRange[g - 1];
-        out = FoldedScalars(block, block, false, static_cast<Group>(g));
-        const uint32_t slot = kYCCSlot + g * 3;
-        // The group gamma acts on Y alone.
-        out.tone[0] = BuildPowers(engine, slot, 1 / block.channel[0].gamma, 1 / block.group.gamma);
-        out.tone[1] = BuildPowers(engine, slot + 1, 1 / block.channel[1].gamma, 1);
-        out.tone[2] = BuildPowers(engine, slot + 2, 1 / block.channel[2].gamma, 1);
+    for (uint32_t g = kMaster; g < kGroupCount; ++g)
+        (g == kMaster ? p.yccMaster : p.yccRange[g - 1]) =
+            FoldedScalars(*ycc[g], *ycc[g], false, static_cast<Group>(g));
+    for (uint32_t c = 0; c < 3; ++c) {
+        const auto build = [&](uint32_t g) { // the group gamma acts on Y alone
+            return BuildPowers(engine, kYCCSlot + g * 3 + c, 1 / ycc[g]->channel[c].gamma,
+                               c == 0 ? 1 / ycc[g]->group.gamma : 1);
+        };
+        p.yccMaster.tone[c] = build(kMaster);
+        const uint32_t before = engine->tablesBuilt;
+        for (uint32_t r = 0; r < ocRangeCount; ++r) p.yccRange[r].tone[c] = build(r + 1);
+        if (engine->tablesBuilt != before)
+            p.yccRangeRows[c] = LaySideBySide(engine, kYCCRows + 4 * c, kYCCSlot + 3 + c, 3);
     }
 }
 
@@ -409,9 +437,13 @@ void UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
     p.rgbCurvesEnabled = s.curvesOn && s.rgbCurvesOn;
     if (!p.rgbCurvesEnabled) return;
     const bool masterChanged = !engine->rgbCurvesBuilt || !SameCurve(s.rgbCurve[0], engine->rgbCurve[0]);
-    bool anyChanged = masterChanged;
-    for (uint32_t c = 1; c < 4; ++c) anyChanged = anyChanged || !SameCurve(s.rgbCurve[c], engine->rgbCurve[c]);
-    if (anyChanged) {
+    bool changed[3] = {}; // a channel's own curve
+    bool any = masterChanged;
+    for (uint32_t c = 0; c < 3; ++c) {
+        changed[c] = !engine->rgbCurvesBuilt || !SameCurve(s.rgbCurve[c + 1], engine->rgbCurve[c + 1]);
+        any = any || changed[c];
+    }
+    if (any) {
         auto* masterLookup = static_cast<float*>(BPAllocate(kOCToneEntries * sizeof(float)));
         if (!masterLookup) {
             BPFatalError("Insufficient memory for masterLookup during parameter update", kTitle);
@@ -419,13 +451,14 @@ void UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
         }
         // The channels go through the master. A failure leaves the tables that are there.
         BPStatus err = OCBuildCurveTable(&s.rgbCurve[0], masterLookup);
-        for (uint32_t c = 1; c < 4 && err == bpNoErr; ++c) {
-            if (!masterChanged && SameCurve(s.rgbCurve[c], engine->rgbCurve[c])) continue;
-            err = OCBuildCurveTable(&s.rgbCurve[c], engine->calcArray);
-            if (err != bpNoErr) break;
-            float* table = TableAt(engine, kRGBCurveSlot + c - 1);
+        for (uint32_t c = 0; c < 3 && err == bpNoErr; ++c)
+            if (changed[c]) err = OCBuildCurveTable(&s.rgbCurve[c + 1], TableAt(engine, kOwnCurve + c));
+        for (uint32_t c = 0; c < 3 && err == bpNoErr; ++c) {
+            if (!masterChanged && !changed[c]) continue;
+            const float* own = TableAt(engine, kOwnCurve + c);
+            float* table = TableAt(engine, kRGBCurveSlot + c);
             for (uint32_t i = 0; i < kOCToneEntries; ++i)
-                table[i] = masterLookup[static_cast<uint32_t>(UnitOf(engine->calcArray[i]) * 16384.0f + 0.5f)];
+                table[i] = masterLookup[static_cast<uint32_t>(UnitOf(own[i]) * 16384.0f + 0.5f)];
             ++engine->tablesBuilt;
         }
         BPFree(masterLookup);
@@ -440,6 +473,7 @@ void SetHSLCurves(OCEngine* engine)
     engine->params.hueCurve = ToneAt(engine, kHSLCurveSlot);
     engine->params.saturationCurve = ToneAt(engine, kHSLCurveSlot + 1);
     engine->params.lightnessCurve = ToneAt(engine, kHSLCurveSlot + 2);
+    engine->params.hslCurveRows = LaySideBySide(engine, kHSLCurveRows, kHSLCurveSlot, 1);
 }
 
 void UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
@@ -448,6 +482,7 @@ void UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
     p.hslCurvesEnabled = s.curvesOn && s.hslCurvesOn;
     if (!p.hslCurvesEnabled) return;
     bool allBuilt = true;
+    const uint32_t before = engine->tablesBuilt;
     for (uint32_t c = 0; c < 3; ++c) {
         if (engine->hslCurvesBuilt && SameCurve(s.hslCurve[c], engine->hslCurve[c])) continue;
         if (OCBuildCurveTable(&s.hslCurve[c], engine->calcArray) != bpNoErr) {
@@ -461,7 +496,7 @@ void UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
     }
     engine->hslCurvesBuilt = allBuilt;
     if (allBuilt) std::copy_n(s.hslCurve, 3, engine->hslCurve);
-    SetHSLCurves(engine);
+    if (engine->tablesBuilt != before) SetHSLCurves(engine);
 }
 
 // Luma ranges, secondaries, source transfer ----------------------------------------------------------------------------
@@ -475,6 +510,7 @@ void UpdateWeights(OCEngine* engine, const OCSettings& s)
     inputs.controlState[0] = inputs.controlState[1] = 0;
     if (engine->weightsBuilt && std::memcmp(&inputs, &engine->lumaRange, sizeof inputs) == 0) return;
     if (OCBuildLumaRangeTables(&inputs, table[ocShadows], table[ocMidtones], table[ocHighlights]) != bpNoErr) return;
+    engine->params.weightRows = LaySideBySide(engine, kWeightRows, kWeightSlot, 1);
     engine->tablesBuilt += ocRangeCount;
     engine->weightsBuilt = true;
     engine->lumaRange = inputs;
@@ -567,7 +603,7 @@ BPStatus OCCreateEngine(OCEngine** engine)
     *engine = nullptr;
     auto* made = static_cast<OCEngine*>(BPAllocate(sizeof(OCEngine)));
     if (!made) return bpMemFullErr;
-    made->tables = static_cast<float*>(BPAllocate(sizeof(float) * kTableStride * (uint32_t{kSlotCount} + kGroupCount)));
+    made->tables = static_cast<float*>(BPAllocate(sizeof(float) * kTableStride * kTableCount));
     if (!made->tables) {
         BPFree(made);
         return bpMemFullErr;

@@ -104,10 +104,58 @@ HWY_INLINE Color Blend(const Pixels& p, const Color& s, const Color& m, const Co
     return {Blend(p, s.r, m.r, h.r), Blend(p, s.g, m.g, h.g), Blend(p, s.b, m.b, h.b)};
 }
 
-HWY_INLINE V BlendTones(const Pixels& p, const OCTone& s, const OCTone& m, const OCTone& h, V input)
+/// Three values that stand side by side in rows of four.
+struct Three {
+    V a, b, c;
+};
+
+/// Reads the rows at `index`: a load of four floats for each lane, then blocks of four lanes are turned around.
+HWY_INLINE Three RowsAt(const float* HWY_RESTRICT rows, VI index)
+{
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+    const VI at = hn::ShiftLeft<2>(index);
+    const D d;
+    return {hn::GatherIndex(d, rows, at), hn::GatherIndex(d, rows + 1, at), hn::GatherIndex(d, rows + 2, at)};
+#else
+    const D d;
+    const DI di;
+    HWY_ALIGN int32_t at[hn::MaxLanes(D())];
+    hn::Store(hn::ShiftLeft<2>(index), di, at);
+    __asm__("" : "+m"(at));                      // read back from memory: taking lanes out of a register costs more
+    const auto row = [&](size_t lane) HWY_ATTR { // of this lane, and of those in the same place of the further blocks
+        const hn::CappedTag<float, 4> d4;
+        const auto load = [&](size_t i) HWY_ATTR { return hn::Load(d4, rows + at[i]); };
+#if HWY_TARGET <= HWY_AVX3
+        const hn::CappedTag<float, 8> d8;
+        return hn::Combine(d, hn::Combine(d8, load(lane + 12), load(lane + 8)),
+                           hn::Combine(d8, load(lane + 4), load(lane)));
+#elif HWY_TARGET == HWY_AVX2
+        return hn::Combine(d, load(lane + 4), load(lane));
+#else
+        return load(lane);
+#endif
+    };
+    const V r0 = row(0), r1 = row(1), r2 = row(2), r3 = row(3);
+    const hn::RepartitionToWide<D> dw;
+    const auto pairs = [&](V v) HWY_ATTR { return hn::BitCast(dw, v); };
+    const auto low0 = pairs(hn::InterleaveLower(d, r0, r1)), low1 = pairs(hn::InterleaveLower(d, r2, r3));
+    const auto high0 = pairs(hn::InterleaveUpper(d, r0, r1)), high1 = pairs(hn::InterleaveUpper(d, r2, r3));
+    return {hn::BitCast(d, hn::InterleaveLower(dw, low0, low1)), hn::BitCast(d, hn::InterleaveUpper(dw, low0, low1)),
+            hn::BitCast(d, hn::InterleaveLower(dw, high0, high1))};
+#endif
+}
+
+/// The tones of the three ranges, blended. `rows` holds their entries side by side.
+HWY_INLINE V BlendTones(const Pixels& p, const float* rows, const OCTone& s, const OCTone& m, const OCTone& h, V input)
 {
     const ToneIndex t = IndexOf(input);
-    return Blend(p, Lookup(s, t), Lookup(m, t), Lookup(h, t));
+    Three entry = RowsAt(rows, t.index);
+    if (HWY_UNLIKELY(!t.allInside)) {
+        entry.a = Select(t.inside, entry.a, Splat(s.top) + t.above * Splat(s.slope));
+        entry.b = Select(t.inside, entry.b, Splat(m.top) + t.above * Splat(m.slope));
+        entry.c = Select(t.inside, entry.c, Splat(h.top) + t.above * Splat(h.slope));
+    }
+    return Blend(p, entry.a, entry.b, entry.c);
 }
 
 HWY_INLINE Color Rotate(const OCHSLParams& range, const YUV& c)
@@ -191,8 +239,8 @@ HWY_INLINE void HSLRanges(Pixels& p, const OCProcessParams& params)
         const V pedestal = Blend(p, Splat(s.pedestal), Splat(m.pedestal), Splat(h.pedestal));
         p.c = {p.c.r + pedestal, p.c.g + pedestal, p.c.b + pedestal};
     }
-    p.c = {BlendTones(p, s.tone, m.tone, h.tone, p.c.r), BlendTones(p, s.tone, m.tone, h.tone, p.c.g),
-           BlendTones(p, s.tone, m.tone, h.tone, p.c.b)};
+    const auto toned = [&](V c) HWY_ATTR { return BlendTones(p, params.hslRangeRows, s.tone, m.tone, h.tone, c); };
+    p.c = {toned(p.c.r), toned(p.c.g), toned(p.c.b)};
     if (params.hslRangeSaturation) {
         const V y = Luma(p.c);
         const auto blended = [&](V c) HWY_ATTR {
@@ -243,9 +291,9 @@ HWY_INLINE V BlendScaled(const Pixels& p, const OCChannelParams* range, V c, int
                  Splat(range[2].scale[i]) * c + Splat(range[2].offset[i]));
 }
 
-HWY_INLINE V BlendChannel(const Pixels& p, const OCChannelParams* range, V c, int i)
+HWY_INLINE V BlendChannel(const Pixels& p, const float* const rows[3], const OCChannelParams* range, V c, int i)
 {
-    return BlendTones(p, range[0].tone[i], range[1].tone[i], range[2].tone[i], c);
+    return BlendTones(p, rows[i], range[0].tone[i], range[1].tone[i], range[2].tone[i], c);
 }
 
 HWY_INLINE void RGBRanges(Pixels& p, const OCProcessParams& params)
@@ -253,7 +301,9 @@ HWY_INLINE void RGBRanges(Pixels& p, const OCProcessParams& params)
     const OCChannelParams* range = params.rgbRange;
     p.c = {BlendScaled(p, range, p.c.r, 0), BlendScaled(p, range, p.c.g, 1), BlendScaled(p, range, p.c.b, 2)};
     if (params.rgbRangeGamma || params.cmyRangeGamma)
-        p.c = {BlendChannel(p, range, p.c.r, 0), BlendChannel(p, range, p.c.g, 1), BlendChannel(p, range, p.c.b, 2)};
+        p.c = {BlendChannel(p, params.rgbRangeRows, range, p.c.r, 0),
+               BlendChannel(p, params.rgbRangeRows, range, p.c.g, 1),
+               BlendChannel(p, params.rgbRangeRows, range, p.c.b, 2)};
 }
 
 HWY_INLINE V WithSignOf(V chroma, V half)
@@ -283,9 +333,9 @@ HWY_INLINE void YCbCrRanges(Pixels& p, const OCProcessParams& params)
     YCC c = ToYCC(p.c);
     c = {BlendScaled(p, range, c.y, 0), BlendScaled(p, range, c.cb, 1), BlendScaled(p, range, c.cr, 2)};
     if (params.yccRangeGamma) {
-        const V cb = Splat(0.5f) * BlendChannel(p, range, Splat(2) * hn::Abs(c.cb), 1);
-        const V cr = Splat(0.5f) * BlendChannel(p, range, Splat(2) * hn::Abs(c.cr), 2);
-        c = {BlendChannel(p, range, c.y, 0), WithSignOf(c.cb, cb), WithSignOf(c.cr, cr)};
+        const V cb = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(c.cb), 1);
+        const V cr = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(c.cr), 2);
+        c = {BlendChannel(p, params.yccRangeRows, range, c.y, 0), WithSignOf(c.cb, cb), WithSignOf(c.cr, cr)};
     }
     p.c = FromYCC(c);
 }
@@ -343,39 +393,33 @@ struct HalfHSL {
     VH h, s, l;
 };
 
-HWY_INLINE HalfHSL ToHSLHalf(VH r, VH g, VH b)
+/// The largest and the smallest channel come in too. Comparisons are made in double, where singles are what they were.
+HWY_INLINE HalfHSL ToHSLHalf(VH r, VH g, VH b, VH largest, VH smallest)
 {
-    const DD dd;
-    const DH dh;
-    const auto pick = [](auto mask, auto yes, auto no) HWY_ATTR { return hn::IfThenElse(mask, yes, no); };
-    VH largest = pick(hn::Gt(r, g), r, g);
-    largest = pick(hn::Gt(largest, b), largest, b);
-    VH smallest = pick(hn::Lt(r, g), r, g);
-    smallest = pick(hn::Lt(smallest, b), smallest, b);
-    const VD mx = hn::PromoteTo(dd, largest);
-    const VD mn = hn::PromoteTo(dd, smallest);
+    const DD d;
+    const VD dr = hn::PromoteTo(d, r);
+    const VD dg = hn::PromoteTo(d, g);
+    const VD db = hn::PromoteTo(d, b);
+    const VD mx = hn::PromoteTo(d, largest);
+    const VD mn = hn::PromoteTo(d, smallest);
     const VD sum = mx + mn;
-    const VD d = mx - mn;
-    const VH l = ToSingle(sum * hn::Set(dd, 0.5));
-    // Masks of singles are carried into doubles as numbers: 1 where they hold.
-    const auto wide = [&](auto mask) HWY_ATTR {
-        return hn::Gt(hn::PromoteTo(dd, hn::IfThenElseZero(mask, hn::Set(dh, 1.0f))), hn::Zero(dd));
-    };
-    const auto lower = wide(hn::Le(l, hn::Set(dh, 0.5f)));
-    const VD saturation = d / hn::IfThenElse(lower, sum, hn::Set(dd, 2.0) - sum);
-    const VD dr = hn::PromoteTo(dd, r);
-    const VD dg = hn::PromoteTo(dd, g);
-    const VD db = hn::PromoteTo(dd, b);
-    VD ofRed = (dg - db) / d + hn::Set(dd, 6.0);
-    ofRed = hn::IfThenElse(hn::Ge(ofRed, hn::Set(dd, 6.0)), ofRed - hn::Set(dd, 6.0), ofRed);
-    const VD ofGreen = (db - dr) / d + hn::Set(dd, 2.0);
-    const VD ofBlue = (dr - dg) / d + hn::Set(dd, 4.0);
-    const VD sextant =
-        hn::IfThenElse(wide(hn::Eq(r, largest)), ofRed, hn::IfThenElse(wide(hn::Eq(g, largest)), ofGreen, ofBlue));
-    const VD hue = sextant / hn::Set(dd, 6.0);
-    const auto grey = hn::Or(wide(hn::Le(l, hn::Zero(dh))), hn::Not(hn::Gt(d, hn::Zero(dd))));
-    return {ToSingle(hn::IfThenElse(grey, hn::Zero(dd), hue)), ToSingle(hn::IfThenElse(grey, hn::Zero(dd), saturation)),
-            l};
+    const VD diff = mx - mn;
+    const VH l = ToSingle(sum * hn::Set(d, 0.5));
+    const VD light = hn::PromoteTo(d, l); // as it was rounded
+    const VD zero = hn::Zero(d);
+    const VD two = hn::Set(d, 2.0);
+    const VD six = hn::Set(d, 6.0);
+    const VD saturation = diff / hn::IfThenElse(hn::Le(light, hn::Set(d, 0.5)), sum, two - sum);
+    // Who is largest picks the numerator and the sixth in which the hue lies, so that one division is enough.
+    const auto isRed = hn::Eq(dr, mx);
+    const auto isGreen = hn::Eq(dg, mx);
+    const VD numerator = hn::IfThenElse(isRed, dg - db, hn::IfThenElse(isGreen, db - dr, dr - dg));
+    const VD first = hn::IfThenElse(isRed, six, hn::IfThenElse(isGreen, two, hn::Set(d, 4.0)));
+    VD sextant = numerator / diff + first;
+    sextant = hn::IfThenElse(hn::And(isRed, hn::Ge(sextant, six)), sextant - six, sextant);
+    const VD hue = sextant / six;
+    const auto grey = hn::Or(hn::Le(light, zero), hn::Not(hn::Gt(diff, zero)));
+    return {ToSingle(hn::IfThenElse(grey, zero, hue)), ToSingle(hn::IfThenElse(grey, zero, saturation)), l};
 }
 
 HWY_INLINE V HueToChannel(V m1, V m2, V h)
@@ -396,13 +440,20 @@ HWY_INLINE void HSLCurves(Pixels& p, const OCProcessParams& params)
     const D d;
     const DH dh;
     const size_t half = hn::Lanes(dh);
-    HWY_ALIGN float in[3][hn::MaxLanes(D())];
+    V largest = Select(hn::Gt(p.c.r, p.c.g), p.c.r, p.c.g);
+    largest = Select(hn::Gt(largest, p.c.b), largest, p.c.b);
+    V smallest = Select(hn::Lt(p.c.r, p.c.g), p.c.r, p.c.g);
+    smallest = Select(hn::Lt(smallest, p.c.b), smallest, p.c.b);
+    HWY_ALIGN float in[5][hn::MaxLanes(D())];
     HWY_ALIGN float out[3][hn::MaxLanes(D())];
     hn::Store(p.c.r, d, in[0]);
     hn::Store(p.c.g, d, in[1]);
     hn::Store(p.c.b, d, in[2]);
+    hn::Store(largest, d, in[3]);
+    hn::Store(smallest, d, in[4]);
     for (size_t i = 0; i < hn::Lanes(d); i += half) {
-        const HalfHSL color = ToHSLHalf(hn::Load(dh, in[0] + i), hn::Load(dh, in[1] + i), hn::Load(dh, in[2] + i));
+        const auto at = [&](int k) HWY_ATTR { return hn::Load(dh, in[k] + i); };
+        const HalfHSL color = ToHSLHalf(at(0), at(1), at(2), at(3), at(4));
         hn::Store(color.h, dh, out[0] + i);
         hn::Store(color.s, dh, out[1] + i);
         hn::Store(color.l, dh, out[2] + i);
@@ -415,9 +466,10 @@ HWY_INLINE void HSLCurves(Pixels& p, const OCProcessParams& params)
     x = Select(hn::Gt(x, one), x - one, x);
     x = hn::IfThenElseZero(hn::Gt(x, hn::Zero(d)), Select(hn::Lt(x, one), x, one));
     const VI index = hn::ConvertTo(DI(), x * Splat(16384.0f));
-    h = h + hn::GatherIndex(d, params.hueCurve.entry, index);
-    l = l * hn::GatherIndex(d, params.lightnessCurve.entry, index);
-    s = s * hn::GatherIndex(d, params.saturationCurve.entry, index);
+    const Three curve = RowsAt(params.hslCurveRows, index);
+    h = h + curve.a;
+    s = s * curve.b;
+    l = l * curve.c;
     const V m2 = Select(hn::Lt(l, Splat(0.5f)), (one + s) * l, l + s - l * s);
     const V m1 = Splat(2) * l - m2;
     const M grey = hn::Eq(s, hn::Zero(d));
@@ -461,32 +513,56 @@ Road RoadOf(const OCProcessParams& p)
     return road;
 }
 
-HWY_INLINE Color Process(const Color& source, const OCProcessParams& params, const Road& road)
+/// Registers that go down the road together, stage by stage: the constants of a stage stay in registers, and the lookups
+/// of one register need not wait for those of another.
+constexpr size_t kBlock = 8;
+
+HWY_INLINE void WeighSource(Pixels& p, const OCProcessParams& params)
 {
-    Pixels p;
-    p.c = source;
-    p.sourceLuma = Luma(source);
-    if (road.weights) {
-        const D d;
-        const V one = Splat(1);
-        const V unit =
-            hn::IfThenElseZero(hn::Gt(p.sourceLuma, hn::Zero(d)), Select(hn::Lt(p.sourceLuma, one), p.sourceLuma, one));
-        const VI index = hn::ConvertTo(DI(), unit * Splat(16384.0f));
-        for (uint32_t r = 0; r < ocRangeCount; ++r) p.weight[r] = hn::GatherIndex(d, params.weight[r], index);
-    }
-    if (road.recovery) RecoverHighlights(p, params);
-    if (road.levels) LevelsIn(p, params);
-    if (road.hslRanges) HSLRanges(p, params);
-    if (road.hslMaster) HSLMaster(p, params);
-    if (road.hueOffset) HueOffset(p, params);
-    if (road.rgbRanges) RGBRanges(p, params);
-    if (road.yccRanges) YCbCrRanges(p, params);
-    if (road.rgbMaster) RGBMaster(p, params);
-    if (road.yccMaster) YCbCrMaster(p, params);
-    if (road.rgbCurves) RGBCurves(p, params);
-    if (road.hslCurves) HSLCurves(p, params);
-    if (road.levels) LevelsOut(p, params);
-    return p.c;
+    const V one = Splat(1);
+    const V unit =
+        hn::IfThenElseZero(hn::Gt(p.sourceLuma, hn::Zero(D())), Select(hn::Lt(p.sourceLuma, one), p.sourceLuma, one));
+    const Three weight = RowsAt(params.weightRows, hn::ConvertTo(DI(), unit * Splat(16384.0f)));
+    p.weight[ocShadows] = weight.a;
+    p.weight[ocMidtones] = weight.b;
+    p.weight[ocHighlights] = weight.c;
+}
+
+HWY_INLINE void Enter(Pixels& p, V r, V g, V b)
+{
+    p.c = {r, g, b};
+    p.sourceLuma = Luma(p.c);
+}
+
+HWY_INLINE void Process(Pixels* block, size_t count, const OCProcessParams& params, const Road& road)
+{
+    Pixels* const end = block + count;
+    if (road.weights)
+        for (Pixels* p = block; p != end; ++p) WeighSource(*p, params);
+    if (road.recovery)
+        for (Pixels* p = block; p != end; ++p) RecoverHighlights(*p, params);
+    if (road.levels)
+        for (Pixels* p = block; p != end; ++p) LevelsIn(*p, params);
+    if (road.hslRanges)
+        for (Pixels* p = block; p != end; ++p) HSLRanges(*p, params);
+    if (road.hslMaster)
+        for (Pixels* p = block; p != end; ++p) HSLMaster(*p, params);
+    if (road.hueOffset)
+        for (Pixels* p = block; p != end; ++p) HueOffset(*p, params);
+    if (road.rgbRanges)
+        for (Pixels* p = block; p != end; ++p) RGBRanges(*p, params);
+    if (road.yccRanges)
+        for (Pixels* p = block; p != end; ++p) YCbCrRanges(*p, params);
+    if (road.rgbMaster)
+        for (Pixels* p = block; p != end; ++p) RGBMaster(*p, params);
+    if (road.yccMaster)
+        for (Pixels* p = block; p != end; ++p) YCbCrMaster(*p, params);
+    if (road.rgbCurves)
+        for (Pixels* p = block; p != end; ++p) RGBCurves(*p, params);
+    if (road.hslCurves)
+        for (Pixels* p = block; p != end; ++p) HSLCurves(*p, params);
+    if (road.levels)
+        for (Pixels* p = block; p != end; ++p) LevelsOut(*p, params);
 }
 
 /// All stages off: three planes are copied, the fourth is luma.
@@ -511,17 +587,23 @@ void ProcessBand(const OCProcessParams& shared, const FBFrame* source, const FBF
     const D d;
     const size_t lanes = hn::Lanes(d);
     const size_t whole = span.count - span.count % lanes;
+    Pixels block[kBlock];
     if (!road.any) {
         CopyWithLuma(span, whole);
     } else {
-        for (size_t i = 0; i < whole; i += lanes) {
-            const Color c =
-                Process({hn::LoadU(d, span.in[0] + i), hn::LoadU(d, span.in[1] + i), hn::LoadU(d, span.in[2] + i)},
-                        params, road);
-            hn::StoreU(c.r, d, span.out[0] + i);
-            hn::StoreU(c.g, d, span.out[1] + i);
-            hn::StoreU(c.b, d, span.out[2] + i);
-            hn::StoreU(Luma(c), d, span.out[3] + i);
+        for (size_t i = 0; i < whole;) {
+            const size_t left = (whole - i) / lanes;
+            const size_t count = left < kBlock ? left : kBlock;
+            for (size_t k = 0, at = i; k < count; ++k, at += lanes)
+                Enter(block[k], hn::LoadU(d, span.in[0] + at), hn::LoadU(d, span.in[1] + at),
+                      hn::LoadU(d, span.in[2] + at));
+            Process(block, count, params, road);
+            for (size_t k = 0; k < count; ++k, i += lanes) {
+                hn::StoreU(block[k].c.r, d, span.out[0] + i);
+                hn::StoreU(block[k].c.g, d, span.out[1] + i);
+                hn::StoreU(block[k].c.b, d, span.out[2] + i);
+                hn::StoreU(Luma(block[k].c), d, span.out[3] + i);
+            }
         }
     }
     if (whole == span.count) return;
@@ -530,11 +612,12 @@ void ProcessBand(const OCProcessParams& shared, const FBFrame* source, const FBF
     HWY_ALIGN float lane[4][hn::MaxLanes(D())] = {};
     for (size_t plane = 0; plane < 3; ++plane)
         for (size_t i = 0; i < rest; ++i) lane[plane][i] = span.in[plane][whole + i];
-    const Color c = Process({hn::Load(d, lane[0]), hn::Load(d, lane[1]), hn::Load(d, lane[2])}, params, road);
-    hn::Store(c.r, d, lane[0]);
-    hn::Store(c.g, d, lane[1]);
-    hn::Store(c.b, d, lane[2]);
-    hn::Store(Luma(c), d, lane[3]);
+    Enter(block[0], hn::Load(d, lane[0]), hn::Load(d, lane[1]), hn::Load(d, lane[2]));
+    Process(block, 1, params, road);
+    hn::Store(block[0].c.r, d, lane[0]);
+    hn::Store(block[0].c.g, d, lane[1]);
+    hn::Store(block[0].c.b, d, lane[2]);
+    hn::Store(Luma(block[0].c), d, lane[3]);
     for (size_t plane = 0; plane < 4; ++plane)
         for (size_t i = 0; i < rest; ++i) span.out[plane][whole + i] = lane[plane][i];
 }
