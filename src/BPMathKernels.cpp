@@ -3,6 +3,7 @@
 
 #include "src/BPMathTables.h"
 
+#include <bit>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -61,25 +62,44 @@ template <class D, class V> V Exp2(D d, V x)
     return hn::BitCast(d, hn::Add(hn::BitCast(du, sum), hn::ShiftLeft<52>(hn::BitCast(du, shifted))));
 }
 
-/// Powers of positive, finite bases; zeros give `ofZero`. Returns how many entries, from the first, it has done.
+/// True when all bases are finite and neither below zero nor a negative zero: then their bits are small numbers.
+bool ArePlain(const float* base, size_t count)
+{
+    const hn::ScalableTag<uint32_t> d;
+    const hn::Rebind<float, decltype(d)> df;
+    const size_t lanes = hn::Lanes(d);
+    auto largest = hn::Zero(d);
+    size_t i = 0;
+    for (; i + lanes <= count; i += lanes) largest = hn::Max(largest, hn::BitCast(d, hn::LoadU(df, base + i)));
+    bool plain = hn::AllTrue(d, hn::Lt(largest, hn::Set(d, bpmath::kInfinityBits)));
+    for (; i < count; ++i) plain = plain && std::bit_cast<uint32_t>(base[i]) < bpmath::kInfinityBits;
+    return plain;
+}
+
+/// Powers of plain bases; zeros give `ofZero`. Returns how many entries, from the first, it has done.
 size_t PowerLanes(const float* base, double exponent, float ofZero, float* out, size_t count)
 {
     const hn::ScalableTag<double> d;
     const hn::Rebind<float, decltype(d)> dh;
     const size_t lanes = hn::Lanes(d);
     const auto limit = hn::Set(d, bpmath::kExponentLimit);
-    size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        const auto single = hn::LoadU(dh, base + i);
+    const auto power = [&](auto single) HWY_ATTR {
         const auto isZero = hn::Eq(single, hn::Zero(dh));
         // A zero goes through as 1, so that no lane leaves the normal range.
         const auto x = hn::PromoteTo(d, hn::IfThenElse(isZero, hn::Set(dh, 1.0f), single));
-        auto power = hn::Mul(hn::Set(d, exponent), Log2(d, x));
-        power = hn::IfThenElse(hn::Gt(power, limit), limit, power);
-        power = hn::IfThenElse(hn::Lt(power, hn::Neg(limit)), hn::Neg(limit), power);
-        const auto result = ToSingle(dh, Exp2(d, power));
-        hn::StoreU(hn::IfThenElse(isZero, hn::Set(dh, ofZero), result), dh, out + i);
+        auto y = hn::Mul(hn::Set(d, exponent), Log2(d, x));
+        y = hn::IfThenElse(hn::Gt(y, limit), limit, y);
+        y = hn::IfThenElse(hn::Lt(y, hn::Neg(limit)), hn::Neg(limit), y);
+        return hn::IfThenElse(isZero, hn::Set(dh, ofZero), ToSingle(dh, Exp2(d, y)));
+    };
+    size_t i = 0;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) { // two at a time: one fills the waits of the other
+        const auto first = power(hn::LoadU(dh, base + i));
+        const auto second = power(hn::LoadU(dh, base + i + lanes));
+        hn::StoreU(first, dh, out + i);
+        hn::StoreU(second, dh, out + i + lanes);
     }
+    for (; i + lanes <= count; i += lanes) hn::StoreU(power(hn::LoadU(dh, base + i)), dh, out + i);
     return i;
 }
 
@@ -105,14 +125,14 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace ochrine {
+HWY_EXPORT(ArePlain);
 HWY_EXPORT(PowerLanes);
 HWY_EXPORT(ProductLanes);
 } // namespace ochrine
 
 void BPPowerArray(const float* base, double exponent, float* out, size_t count)
 {
-    bool plain = std::isfinite(exponent);
-    for (size_t i = 0; plain && i < count; ++i) plain = base[i] >= 0 && base[i] < HUGE_VALF && !std::signbit(base[i]);
+    const bool plain = std::isfinite(exponent) && HWY_DYNAMIC_DISPATCH(ochrine::ArePlain)(base, count);
     size_t done = 0;
     if (const int factors = bpmath::ProductFactors(exponent); plain && factors > 0) {
         done = HWY_DYNAMIC_DISPATCH(ochrine::ProductLanes)(base, factors, out, count);

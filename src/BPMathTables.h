@@ -29,6 +29,7 @@ inline constexpr double kExpSeries[kExpTerms] = {1.0,
 inline constexpr uint64_t kRootOfHalf = 0x3FE6A09E667F3BCD; ///< bits of the root of 1/2
 inline constexpr uint64_t kHalfToRoot = 0x3FF0000000000000 - kRootOfHalf;
 inline constexpr uint64_t kMantissaMask = 0x000FFFFFFFFFFFFF;
+inline constexpr uint32_t kInfinityBits = 0x7F800000;
 inline constexpr double kRoundToInteger = 6755399441055744.0; ///< 1.5 times 2^52
 inline constexpr double kExponentLimit = 1000.0;              ///< far beyond any single
 
