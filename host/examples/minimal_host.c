@@ -24,7 +24,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-enum { width = 640, height = 360, rowBytes = width * 4, frameBytes = rowBytes * height, frameCount = 10, frameStep = 1 };
+enum {
+    width = 640,
+    height = 360,
+    rowBytes = width * 4,
+    frameBytes = rowBytes * height,
+    frameCount = 10,
+    frameStep = 1
+};
 
 extern char** environ;
 static char folder[80];
