@@ -36,23 +36,15 @@ class Losses(harness.Session):
         self.wait_ended(host)
 
     def check_application_lives_on(self, application, button="Cancel"):
-        """Without its host the application stays as usable as before, and the next host gets a session."""
+        """Without its host the application stays as usable as before, until its user leaves."""
         picture = self.desktop.wait_for("picture")
         before = self.screen_pixels(picture, "before.png")
         self.desktop.drag_slider("hsl_master_saturation", 5)
         time.sleep(0.5)
         self.assertNotEqual(before, self.screen_pixels(picture, "after.png"), "the application does not answer")
-        self.stamps[1] = self.desktop.layout_stamp()
+        self.assertEqual(self.application(), application)
         self.desktop.click(button)
         self.wait_hidden(None, button)
-        next_host = self.start_host(self.path("clip.mov"), name="next-host")
-        self.wait_for_window(next_host, session=2)
-        # Resident and found, or gone in the moment between the dead host's block and the new one.
-        successor = self.application()
-        self.desktop.click("Cancel")
-        self.assertEqual(self.wait_ended(next_host), 0)
-        self.wait_gone(application)
-        self.wait_gone(successor)
 
     def check_host_notices(self, host, application):
         self.desktop.kill(application)
