@@ -116,7 +116,7 @@ oc_build() {
 
 # Test programs write their cases beside the list of CTest, so that the totals count cases where there are any.
 oc_ctest() {
-    local preset=$1 status=0 counts label start=$SECONDS
+    local preset=$1 status=0 counts label start=$SECONDS passed failed skipped
     shift
     label="$OC_ROOT/build/$preset"
     rm -rf "$label/cases" "$label/junit.xml"
