@@ -852,6 +852,34 @@ TEST(OCParameters, CurvesWithoutMemoryKeepWhatTheyHad)
     EXPECT_EQ(OCParametersOf(other.get())->hueCurve.entry[4096], 0);
 }
 
+// A channel's own curve may be built already when the memory ends; it must not be taken for the old one afterwards.
+TEST(OCParameters, AFailedUpdateLeavesNoHalfMadeCurveBehind)
+{
+    LogCatch log;
+    Picture picture(63);
+    OCSettings first = NeutralGrade();
+    first.curvesOn = first.rgbCurvesOn = 1;
+    OCSettings second = first;
+    for (HCurve& curve : second.rgbCurve) curve = CurveOf({{0.0f, 0.3f}, {0.4f, 0.9f}, {1.0f, 0.5f}});
+    OCSettings third = first;
+    third.rgbCurve[0] = CurveOf({{0.0f, 0.1f}, {1.0f, 0.8f}});
+    EnginePtr fresh = MakeEngine();
+    OCUpdateParameters(fresh.get(), &third);
+    const FramePtr expected = MakeFrame(64, 9);
+    OCProcessImageBandScalar(*OCParametersOf(fresh.get()), picture.source.get(), expected.get());
+    for (uint64_t n = 1; n <= 5; ++n) { // the master's table and four splines
+        EnginePtr engine = MakeEngine();
+        OCUpdateParameters(engine.get(), &first);
+        BPFailAllocation(n);
+        OCUpdateParameters(engine.get(), &second);
+        BPFailAllocation(0);
+        OCUpdateParameters(engine.get(), &first);
+        OCUpdateParameters(engine.get(), &third);
+        ASSERT_TRUE(SamePlanes(*expected, picture.Run(engine.get()), 9)) << n;
+    }
+    EXPECT_EQ(log.reports.size(), 5u);
+}
+
 TEST(OCParameters, ASteadyDragAllocatesNothing)
 {
     LogCatch log;
