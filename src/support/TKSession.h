@@ -123,6 +123,7 @@ struct TKSession {
     TKTransport transport[kTKTransportLimit];
     bool fullScreenPreview;
     bool interfaceReady;
+    bool quitting;       ///< the main window has been asked to close; no host is served any more
     uint32_t updateFlag; ///< a preset scan is running; read and written atomically
     uint32_t abortScan;  ///< tells it to stop; likewise
     uint32_t pendingCursor, currentCursor;

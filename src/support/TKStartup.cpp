@@ -146,6 +146,7 @@ void Quit(TKSession* session)
     (void)PrefsWrite(session->prefs, *session->platform);
     HandBack(session);
     TKCloseCommBlock(session);
+    session->quitting = true;
     TK_UI(session, closeMainWindow);
 }
 

@@ -223,6 +223,8 @@ TKAttachResult TKAttachHost(TKSession* session)
 
 bool TKReattachHost(TKSession* session)
 {
+    // A host that comes between the request to close and the close itself must find nobody, not a window that ends.
+    if (session->quitting) return false;
     TKUIComm* block = TKOpenCommBlock(session);
     if (!block) {
         if (!TKHostIsAlive(session)) TKDetachAndQuit(session);
@@ -278,6 +280,7 @@ void TKDetachAndQuit(TKSession* session)
     (void)PrefsWrite(session->prefs, *session->platform);
     if (TKUIComm* block = TKBlockOf(session)) TKSwapCommBlock(session, block);
     TKCloseCommBlock(session);
+    session->quitting = true;
     TK_UI(session, closeMainWindow);
 }
 

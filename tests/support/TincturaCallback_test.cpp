@@ -204,6 +204,17 @@ TEST_F(TKCallback, BothReasonsOnOneLookAreTolerated)
     EXPECT_FALSE(TKReattachHost(session_));
 }
 
+TEST_F(TKCallback, AHostThatComesAfterTheRequestToCloseFindsNobody)
+{
+    GoResident(false);
+    gBPFake.alive[kHostProcess] = false;
+    EXPECT_FALSE(TKReattachHost(session_)); // the window is asked to close
+    gBPFake.alive[kHostProcess] = true;
+    host_.Make(); // the next host is there before the close is
+    EXPECT_FALSE(TKReattachHost(session_));
+    EXPECT_EQ(host_.Block()->status, static_cast<uint32_t>(kTKUIStatusDataReady));
+}
+
 TEST_F(TKCallback, TheDeadlineEndsTheResidentApplication)
 {
     GoResident(false);
