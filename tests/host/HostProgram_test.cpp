@@ -26,6 +26,12 @@ class HostProgram : public testing::Test {
     void SetUp() override
     {
         ASSERT_NE(std::getenv("OC_HOST_PROGRAM"), nullptr);
+        // A runtime folder for each test: an application that an earlier one left behind must not answer this one's host.
+        runtimeBefore_ = std::getenv("XDG_RUNTIME_DIR");
+        const std::string runtime = folder_.Path("runtime");
+        std::filesystem::create_directory(runtime);
+        std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+        setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
         ASSERT_TRUE(RunFFmpeg(std::string("-f lavfi -i color=black:s=192x32:r=25 -frames:v 6 -vf \"") + kPaintNumbers +
                               "\" -c:v png -pix_fmt rgb24 " + folder_.Path("clip.mov")));
     }
@@ -53,11 +59,13 @@ class HostProgram : public testing::Test {
     void TearDown() override
     {
         EXPECT_FALSE(IsBlockLeft());
+        setenv("XDG_RUNTIME_DIR", runtimeBefore_.c_str(), 1);
         if (HasFailure()) std::fputs(said_.c_str(), stderr);
     }
 
     TestFolder folder_;
     std::string said_;
+    std::string runtimeBefore_;
 };
 
 } // namespace
