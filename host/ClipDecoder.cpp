@@ -8,6 +8,17 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
+#ifdef __SANITIZE_THREAD__
+// The FFmpeg libraries are not instrumented: their atomics and condition variables are invisible, and memory that one of
+// their threads hands to us looks like a race.
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions()
+{
+    return "called_from_lib:libavcodec.so\ncalled_from_lib:libavutil.so\ncalled_from_lib:libavformat.so\n"
+           "race:libavcodec.so\nrace:libavutil.so\nrace:libswscale.so\n";
+}
+#endif
+
 std::string AVErrorText(int number)
 {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};

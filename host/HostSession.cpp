@@ -139,7 +139,8 @@ OchrineResult OchrineHostOpenOn(const BPPlatform& platform, uint64_t pixelBytes,
     made->block->version = kOchrineVersion;
     made->block->hostProcessID = platform.process.currentId();
     made->block->pixelAspect = 1.0f;
-    made->block->signature = kOchrineSignature;
+    // Whoever sees the signature sees the process id.
+    __atomic_store_n(&made->block->signature, kOchrineSignature, __ATOMIC_RELEASE);
     *host = made;
     return ochrineOk;
 }
@@ -300,7 +301,7 @@ OchrineResult OchrineRemoveStaleBlock(const BPPlatform& platform)
         uint32_t owner = 0;
         if (err == bpNoErr && memory.byteCount >= kOchrineBlockBytes) {
             const OchrineBlock* block = reinterpret_cast<const OchrineBlock*>(memory.address);
-            isSigned = block->signature == kOchrineSignature;
+            isSigned = __atomic_load_n(&block->signature, __ATOMIC_ACQUIRE) == kOchrineSignature;
             owner = block->hostProcessID;
         }
         platform.sharedMemory.close(&memory);

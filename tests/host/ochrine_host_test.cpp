@@ -5,7 +5,6 @@
 #include "src/TincturaFrameBuffer.h"
 #include "tests/host/FakeApplication.h"
 
-#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <thread>
@@ -437,7 +436,6 @@ TEST(StaleBlock, ThatIsBeingFinishedIsRefused)
     std::thread other([&] {
         platform.clock.sleepMs(30);
         block->hostProcessID = platform.process.currentId();
-        std::atomic_thread_fence(std::memory_order_seq_cst);
         __atomic_store_n(&block->signature, kOchrineSignature, __ATOMIC_RELEASE);
     });
     OchrineHost* host = nullptr;
