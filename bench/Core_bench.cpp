@@ -215,7 +215,7 @@ void MovedSlider(benchmark::State& state, float* (*slider)(OCSettings& grade))
         *value = first * (1 + 0.001f * static_cast<float>(++turn % 100));
         OCUpdateParameters(engine.get(), &grade);
     }
-    state.counters["tables"] = OCTablesBuilt(engine.get());
+    state.SetLabel(std::to_string(OCTablesBuilt(engine.get())) + " tables");
 }
 
 struct Slider {
