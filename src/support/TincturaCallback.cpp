@@ -234,8 +234,11 @@ bool TKReattachHost(TKSession* session)
     }
     TKSwapCommBlock(session, block);
     if (TKReadStatus(block) != kTKUIStatusDataReady) {
+        // Here a block outlives the host that was killed; it counts for nothing then.
+        const bool isOurHosts = block->hostProcessID == session->hostProcessID;
         TKSwapCommBlock(session, block);
         TKCloseCommBlock(session);
+        if (isOurHosts && !TKHostIsAlive(session)) TKDetachAndQuit(session);
         return false;
     }
     TakeHostIdentity(session);

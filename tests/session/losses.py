@@ -59,7 +59,6 @@ class Losses(harness.Session):
         self.lose(host)
         self.check_application_lives_on(application)
 
-    @unittest.expectedFailure   # the block that a killed host leaves behind keeps the application resident
     def test_application_follows_a_lost_host(self):
         host, application = self.begin()
         self.lose(host)

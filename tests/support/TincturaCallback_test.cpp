@@ -204,6 +204,16 @@ TEST_F(TKCallback, BothReasonsOnOneLookAreTolerated)
     EXPECT_FALSE(TKReattachHost(session_));
 }
 
+TEST_F(TKCallback, TheBlockOfAKilledHostDoesNotKeepTheApplication)
+{
+    GoResident(true); // the block is still there, with status 4
+    EXPECT_FALSE(TKReattachHost(session_));
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 0u);
+    gBPFake.alive[kHostProcess] = false;
+    EXPECT_FALSE(TKReattachHost(session_));
+    EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+}
+
 TEST_F(TKCallback, AHostThatComesAfterTheRequestToCloseFindsNobody)
 {
     GoResident(false);
