@@ -346,6 +346,7 @@ void FBTransferPixAlphaToPixAlphaWork(const void* source, uint32_t sourceRowByte
         return;
     }
     const size_t pixels = std::min<size_t>(width, destinationRowBytes / place.pixelBytes);
+    if (!source || !destination) return;
     for (uint32_t row = 0; row < height; ++row) {
         const uint8_t* in = static_cast<const uint8_t*>(source) + size_t{row} * sourceRowBytes + place.offset;
         uint8_t* out = static_cast<uint8_t*>(destination) + size_t{row} * destinationRowBytes + place.offset;
