@@ -2,6 +2,8 @@
 // not later than it and runs forward; a decoder that is already on the way goes on.
 #include "host/MovieSource.h"
 
+#include "host/PictureReader.h"
+
 #include <algorithm>
 #include <cstring>
 #include <deque>
@@ -24,21 +26,30 @@ struct Packet {
     bool isKey;
 };
 
-class MovieSource final : public ClipSource {
+class MovieSource final : public MovieClip {
   public:
     MovieSource(const std::string& path, ClipDecoder decoder) : path_(path), decoder_(std::move(decoder)) {}
 
     bool Prepare(std::string* error);
     BPStatus ReadFrame(int32_t frameNumber, uint8_t* pixels) override;
+    BPStatus ReadPicture(int32_t frameNumber, AVFrame* picture, bool* isExact) override;
+    BPStatus ConvertPicture(const AVFrame& picture, PictureConverter* converter, std::vector<uint8_t>* scratch,
+                            uint8_t* pixels) const override;
+    void LimitKept(size_t pictures) override { keptLimit_ = std::max<size_t>(pictures, 1); }
+    int Rotation() const override { return rotation_; }
+    int64_t FrameTime(int32_t frameNumber) const override;
+    AVRational TimeBase() const override;
+    const AVFormatContext* Container() const override { return decoder_.input.get(); }
+    const AVStream* Stream() const override { return decoder_.stream; }
 
   private:
+    const AVFrame* Find(size_t frame);
     bool ListPackets(std::string* error);
     bool ListFromIndex();
     void ReadTimecode();
     BPStatus SeekBefore(size_t frame, size_t keysBack);
     BPStatus Reopen();
     BPStatus Advance(size_t frame);
-    BPStatus Store(const AVFrame& picture, uint8_t* pixels);
     void Keep(const AVFrame& picture);
 
     std::string path_;
@@ -246,17 +257,18 @@ void MovieSource::Keep(const AVFrame& picture)
     if (kept_.size() > keptLimit_) kept_.pop_front();
 }
 
-BPStatus MovieSource::Store(const AVFrame& picture, uint8_t* pixels)
+BPStatus MovieSource::ConvertPicture(const AVFrame& picture, PictureConverter* converter, std::vector<uint8_t>* scratch,
+                                     uint8_t* pixels) const
 {
     const bool isTurned = rotation_ % 2 != 0;
     const uint32_t width = isTurned ? info_.height : info_.width;
     const uint32_t height = isTurned ? info_.width : info_.height;
     if (picture.width != static_cast<int>(width) || picture.height != static_cast<int>(height)) return bpParamErr;
-    if (rotation_ == 0) return converter_.ToPixels(&picture, info_.pixelFormat, pixels, info_.rowBytes);
+    if (rotation_ == 0) return converter->ToPixels(&picture, info_.pixelFormat, pixels, info_.rowBytes);
     const size_t step = info_.rowBytes / info_.width;
-    unrotated_.resize(static_cast<size_t>(ClipFrameBytes(info_)));
+    scratch->resize(static_cast<size_t>(ClipFrameBytes(info_)));
     if (BPStatus err =
-            converter_.ToPixels(&picture, info_.pixelFormat, unrotated_.data(), static_cast<uint32_t>(width * step));
+            converter->ToPixels(&picture, info_.pixelFormat, scratch->data(), static_cast<uint32_t>(width * step));
         err != bpNoErr) {
         return err;
     }
@@ -266,32 +278,42 @@ BPStatus MovieSource::Store(const AVFrame& picture, uint8_t* pixels)
             if (rotation_ == 1) fromX = row, fromRow = height - 1 - x;
             if (rotation_ == 2) fromX = width - 1 - x, fromRow = height - 1 - row;
             if (rotation_ == 3) fromX = width - 1 - row, fromRow = x;
-            std::memcpy(pixels + row * info_.rowBytes + x * step, unrotated_.data() + (fromRow * width + fromX) * step,
+            std::memcpy(pixels + row * info_.rowBytes + x * step, scratch->data() + (fromRow * width + fromX) * step,
                         step);
         }
     }
     return bpNoErr;
 }
 
-BPStatus MovieSource::ReadFrame(int32_t frameNumber, uint8_t* pixels)
+int64_t MovieSource::FrameTime(int32_t frameNumber) const
 {
-    if (frameNumber < 0 || frameNumber >= info_.frameCount) return bpParamErr;
-    const size_t frame = static_cast<size_t>(frameNumber);
+    if (!hasTimes_ || frameNumber < 0 || frameNumber >= info_.frameCount) return frameNumber;
+    return times_[static_cast<size_t>(frameNumber)] - times_[0];
+}
+
+AVRational MovieSource::TimeBase() const
+{
+    return hasTimes_ ? decoder_.stream->time_base : AVRational{info_.rate.denominator, info_.rate.numerator};
+}
+
+/// The frame's picture, or the nearest that can be had in its place; null when there is none.
+const AVFrame* MovieSource::Find(size_t frame)
+{
     if (!hasTimes_) {
         if (counted_ > frame + 1 || !hasCurrent_) {
-            if (BPStatus err = Reopen(); err != bpNoErr) return err;
+            if (Reopen() != bpNoErr) return nullptr;
         }
         while (counted_ < frame + 1) {
             av_frame_unref(current_.get());
             hasCurrent_ = ClipDecodeNext(&decoder_, current_.get()) == bpNoErr;
-            if (!hasCurrent_) return bpParamErr;
+            if (!hasCurrent_) return nullptr;
             ++counted_;
         }
-        return Store(*current_, pixels);
+        return current_.get();
     }
     const int64_t wanted = times_[frame];
     for (const AVFramePtr& picture : kept_) {
-        if (TimeOf(*picture) == wanted) return Store(*picture, pixels);
+        if (TimeOf(*picture) == wanted) return picture.get();
     }
     // On the way already, with no key frame in between?
     const auto key = std::upper_bound(keys_.begin(), keys_.end(), wanted,
@@ -301,19 +323,36 @@ BPStatus MovieSource::ReadFrame(int32_t frameNumber, uint8_t* pixels)
     const bool isNext = hasCurrent_ && frame > 0 && at == times_[frame - 1];
     bool isNear = hasCurrent_ && at != AV_NOPTS_VALUE && at <= wanted && (at >= start || isNext);
     for (size_t keysBack = 0;; ++keysBack) {
-        if (!isNear) {
-            if (BPStatus err = SeekBefore(frame, keysBack); err != bpNoErr) return err;
-        }
+        if (!isNear && SeekBefore(frame, keysBack) != bpNoErr) return nullptr;
         isNear = false;
         const BPStatus err = Advance(frame);
-        if (err == bpNoErr) return Store(*current_, pixels);
+        if (err == bpNoErr) return current_.get();
         // Containers may seek too far. A few key frames back, then from the start; the start's first picture stands
         // for those before it that cannot be decoded.
         if (keysBack >= keys_.size() || keysBack > 8) {
-            return err == bpNotFoundErr && hasCurrent_ ? Store(*current_, pixels) : bpParamErr;
+            return err == bpNotFoundErr && hasCurrent_ ? current_.get() : nullptr;
         }
         if (keysBack == 3) keysBack = std::max<size_t>(keys_.size(), 9) - 1;
     }
+}
+
+BPStatus MovieSource::ReadFrame(int32_t frameNumber, uint8_t* pixels)
+{
+    if (frameNumber < 0 || frameNumber >= info_.frameCount) return bpParamErr;
+    const AVFrame* picture = Find(static_cast<size_t>(frameNumber));
+    return picture != nullptr ? ConvertPicture(*picture, &converter_, &unrotated_, pixels) : bpParamErr;
+}
+
+BPStatus MovieSource::ReadPicture(int32_t frameNumber, AVFrame* picture, bool* isExact)
+{
+    *isExact = false;
+    if (frameNumber < 0 || frameNumber >= info_.frameCount) return bpParamErr;
+    const size_t frame = static_cast<size_t>(frameNumber);
+    const AVFrame* found = Find(frame);
+    if (found == nullptr) return bpParamErr;
+    *isExact = !PictureIsDamaged(*found) && (!hasTimes_ || TimeOf(*found) == times_[frame]);
+    av_frame_unref(picture);
+    return av_frame_ref(picture, found) < 0 ? bpMemFullErr : bpNoErr;
 }
 
 } // namespace
@@ -324,7 +363,7 @@ std::string ClipNameOf(const std::string& path)
     return name.empty() ? "clip" : name;
 }
 
-std::unique_ptr<ClipSource> MakeMovieSource(const std::string& path, ClipDecoder decoder, std::string* error)
+std::unique_ptr<MovieClip> MakeMovieSource(const std::string& path, ClipDecoder decoder, std::string* error)
 {
     auto movie = std::make_unique<MovieSource>(path, std::move(decoder));
     if (!movie->Prepare(error)) return nullptr;

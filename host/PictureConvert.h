@@ -35,6 +35,19 @@ class PictureConverter {
     /// bpParamErr for a picture that cannot be converted, bpMemFullErr.
     BPStatus ToPixels(const AVFrame* picture, FBPixelFormat format, uint8_t* pixels, uint32_t rowBytes);
 
+    /// Rows of a picture straight into planes R, G, B of a frame in format 203 of its size: the values that ToPixels and
+    /// a transfer would bring. Plane Y is left.
+    ///
+    /// bpParamErr for a picture whose FormatFor is pixFormatARGB8, or of another size.   Thread: any, own rows.
+    static BPStatus RowsToFrame(const AVFrame* picture, uint32_t firstRow, uint32_t rowCount, const FBFrame& frame);
+
+    /// True when pictures of this kind carry transparency that RowsToAlpha can read.
+    static bool HasAlpha(int avPixelFormat);
+
+    /// Transparency as fractions of the highest code, 1 is opaque. alpha has picture width x height floats.
+    /// Thread: any, own rows.
+    static void RowsToAlpha(const AVFrame* picture, uint32_t firstRow, uint32_t rowCount, float* alpha);
+
   private:
     BPStatus Scale(const AVFrame* picture, int targetFormat, uint8_t* pixels, uint32_t rowBytes);
 

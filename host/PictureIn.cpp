@@ -133,42 +133,50 @@ Matrix MatrixFor(const AVFrame& picture, const AVPixFmtDescriptor& kind)
             .blueCb = static_cast<float>(cb)};
 }
 
+/// One row as planes of R, G, B.
 void ConvertRow(const AVFrame& picture, const AVPixFmtDescriptor& kind, const Matrix& m, int row, Rows& rows,
-                float* out)
+                float* red, float* green, float* blue)
 {
     const int width = picture.width;
-    float* a = rows.component[0].data();
-    float* b = rows.component[1].data();
-    float* c = rows.component[2].data();
-    const bool isGrey = kind.nb_components < 3;
-    if (isGrey || IsRGB(kind)) {
-        ReadFloats(picture, kind, 0, row, width, rows.codes, a);
-        if (!isGrey) {
-            ReadFloats(picture, kind, 1, row, width, rows.codes, b);
-            ReadFloats(picture, kind, 2, row, width, rows.codes, c);
-        }
-        const float* green = isGrey ? a : b;
-        const float* blue = isGrey ? a : c;
-        for (int x = 0; x < width; ++x, out += 4) {
-            out[0] = a[x];
-            out[1] = green[x];
-            out[2] = blue[x];
-            out[3] = 1.0f;
-        }
+    if (kind.nb_components < 3) {
+        ReadFloats(picture, kind, 0, row, width, rows.codes, red);
+        std::memcpy(green, red, static_cast<size_t>(width) * sizeof(float));
+        std::memcpy(blue, red, static_cast<size_t>(width) * sizeof(float));
         return;
     }
-    ReadFloats(picture, kind, 0, row, width, rows.codes, a);
-    ReadChroma(picture, kind, 1, row, rows, b);
-    ReadChroma(picture, kind, 2, row, rows, c);
-    for (int x = 0; x < width; ++x, out += 4) {
-        const float y = a[x] * m.lumaScale + m.lumaOffset;
-        const float u = b[x] * m.chromaScale + m.chromaOffset;
-        const float v = c[x] * m.chromaScale + m.chromaOffset;
-        out[0] = y + m.redCr * v;
-        out[1] = y + m.greenCb * u + m.greenCr * v;
-        out[2] = y + m.blueCb * u;
-        out[3] = 1.0f;
+    if (IsRGB(kind)) {
+        ReadFloats(picture, kind, 0, row, width, rows.codes, red);
+        ReadFloats(picture, kind, 1, row, width, rows.codes, green);
+        ReadFloats(picture, kind, 2, row, width, rows.codes, blue);
+        return;
     }
+    float* luma = rows.component[0].data();
+    float* cb = rows.component[1].data();
+    float* cr = rows.component[2].data();
+    ReadFloats(picture, kind, 0, row, width, rows.codes, luma);
+    ReadChroma(picture, kind, 1, row, rows, cb);
+    ReadChroma(picture, kind, 2, row, rows, cr);
+    for (int x = 0; x < width; ++x) {
+        const float y = luma[x] * m.lumaScale + m.lumaOffset;
+        const float u = cb[x] * m.chromaScale + m.chromaOffset;
+        const float v = cr[x] * m.chromaScale + m.chromaOffset;
+        red[x] = y + m.redCr * v;
+        green[x] = y + m.greenCb * u + m.greenCr * v;
+        blue[x] = y + m.blueCb * u;
+    }
+}
+
+Matrix MatrixOfKind(const AVFrame& picture, const AVPixFmtDescriptor& kind)
+{
+    return IsRGB(kind) || kind.nb_components < 3 || IsFloat(kind) ? Matrix{} : MatrixFor(picture, kind);
+}
+
+void MakeRows(const AVFrame& picture, Rows* rows)
+{
+    const size_t width = static_cast<size_t>(picture.width);
+    for (std::vector<float>& line : rows->component) line.resize(width);
+    rows->chroma.resize(width);
+    rows->codes.resize(width);
 }
 
 /// True for kinds that av_read_image_line2 and the matrices above cover.
@@ -301,14 +309,61 @@ BPStatus PictureConverter::ToPixels(const AVFrame* picture, FBPixelFormat format
     if (format != pixFormatRGBA32_Float || !CanReadRows(*kind)) return bpParamErr;
     const size_t width = static_cast<size_t>(picture->width);
     Rows rows;
-    for (std::vector<float>& line : rows.component) line.resize(width);
-    rows.chroma.resize(width);
-    rows.codes.resize(width);
-    const Matrix matrix =
-        IsRGB(*kind) || kind->nb_components < 3 || IsFloat(*kind) ? Matrix{} : MatrixFor(*picture, *kind);
+    MakeRows(*picture, &rows);
+    std::vector<float> planes(width * 3);
+    const float* red = planes.data();
+    const float* green = red + width;
+    const float* blue = green + width;
+    const Matrix matrix = MatrixOfKind(*picture, *kind);
     for (int row = 0; row < picture->height; ++row) {
-        ConvertRow(*picture, *kind, matrix, row, rows,
-                   reinterpret_cast<float*>(pixels + static_cast<size_t>(row) * rowBytes));
+        ConvertRow(*picture, *kind, matrix, row, rows, planes.data(), planes.data() + width, planes.data() + 2 * width);
+        auto* out = reinterpret_cast<float*>(pixels + static_cast<size_t>(row) * rowBytes);
+        for (size_t x = 0; x < width; ++x, out += 4) {
+            out[0] = red[x];
+            out[1] = green[x];
+            out[2] = blue[x];
+            out[3] = 1.0f;
+        }
     }
     return bpNoErr;
+}
+
+BPStatus PictureConverter::RowsToFrame(const AVFrame* picture, uint32_t firstRow, uint32_t rowCount,
+                                       const FBFrame& frame)
+{
+    const AVPixFmtDescriptor* kind = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture->format));
+    FBPixelFormat format = pixFormatARGB8;
+    if (kind == nullptr || !FormatFor(picture->format, &format) || format != pixFormatRGBA32_Float ||
+        picture->width != static_cast<int>(frame.width) || picture->height != static_cast<int>(frame.height)) {
+        return bpParamErr;
+    }
+    Rows rows;
+    MakeRows(*picture, &rows);
+    const Matrix matrix = MatrixOfKind(*picture, *kind);
+    for (uint32_t row = firstRow; row < firstRow + rowCount; ++row) {
+        uint8_t* line = frame.baseAddr + size_t{row} * frame.rowBytes;
+        ConvertRow(*picture, *kind, matrix, static_cast<int>(row), rows, reinterpret_cast<float*>(line),
+                   reinterpret_cast<float*>(line + frame.planeBytes),
+                   reinterpret_cast<float*>(line + 2 * size_t{frame.planeBytes}));
+    }
+    return bpNoErr;
+}
+
+bool PictureConverter::HasAlpha(int avPixelFormat)
+{
+    const AVPixFmtDescriptor* kind = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(avPixelFormat));
+    return kind != nullptr && (kind->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 && (kind->flags & AV_PIX_FMT_FLAG_PAL) == 0 &&
+           (kind->nb_components == 2 || kind->nb_components == 4) && CanReadRows(*kind);
+}
+
+void PictureConverter::RowsToAlpha(const AVFrame* picture, uint32_t firstRow, uint32_t rowCount, float* alpha)
+{
+    if (!HasAlpha(picture->format)) return;
+    const AVPixFmtDescriptor* kind = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture->format));
+    const size_t width = static_cast<size_t>(picture->width);
+    std::vector<uint16_t> codes(width);
+    for (uint32_t row = firstRow; row < firstRow + rowCount; ++row) {
+        ReadFloats(*picture, *kind, kind->nb_components - 1, static_cast<int>(row), picture->width, codes,
+                   alpha + row * width);
+    }
 }
