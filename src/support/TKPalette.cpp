@@ -32,18 +32,6 @@ uint16_t Inverted(uint16_t channel)
     return static_cast<uint16_t>(65535 - channel);
 }
 
-double LumaOf(TKColor color)
-{
-    return (0.299 * color.red + 0.587 * color.green + 0.114 * color.blue) / 65535.0;
-}
-
-uint16_t FromUnit(double level)
-{
-    const double rounded = level * 65535.0 + 0.5;
-    if (!(rounded > 0)) return 0;
-    return rounded >= 65535.0 ? uint16_t{65535} : static_cast<uint16_t>(rounded);
-}
-
 } // namespace
 
 void PrepareUIPalette(TKPalette* palette, uint32_t uiBrightness)
@@ -65,14 +53,6 @@ void PrepareAccentTable(TKPalette* palette, uint32_t uiSaturation)
 {
     for (uint32_t i = 0; i < kTKAccentCount; ++i) palette->accent[i] = kAccents[i];
     for (const uint32_t i : kMutedEntries) palette->accent[i] = DesaturateColor(kAccents[i], uiSaturation);
-    const uint16_t grey = FromUnit(LumaOf(palette->accent[3]));
+    const uint16_t grey = ScopeGreyOf(palette->accent[3]);
     palette->accent[5] = {grey, grey, grey};
-}
-
-TKColor DesaturateColor(TKColor color, uint32_t factor)
-{
-    const double f = factor / 65536.0;
-    const double grey = (1.0 - f) * LumaOf(color);
-    return {FromUnit(f * (color.red / 65535.0) + grey), FromUnit(f * (color.green / 65535.0) + grey),
-            FromUnit(f * (color.blue / 65535.0) + grey)};
 }

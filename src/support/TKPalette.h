@@ -2,12 +2,9 @@
 // "UI Saturation".
 #pragma once
 
-#include <cstdint>
+#include "src/ScopeColor.h"
 
-/// 16 bits a component.
-struct TKColor {
-    uint16_t red, green, blue;
-};
+using TKColor = ScopeColor;
 
 inline constexpr uint32_t kTKGreyCount = 41;
 inline constexpr uint32_t kTKAccentCount = 13;
@@ -30,10 +27,6 @@ void PrepareUIPalette(TKPalette* palette, uint32_t uiBrightness);
 
 /// Fills the accents. `uiSaturation` is a 16.16 factor.
 void PrepareAccentTable(TKPalette* palette, uint32_t uiSaturation);
-
-/// Mutes a colour: each component becomes factor times itself plus (1 - factor) times its luma, rounded and clamped.
-/// `factor` is 16.16.
-TKColor DesaturateColor(TKColor color, uint32_t factor);
 
 /// A colour as 0x00BBGGRR, from the high bytes of its components.
 constexpr uint32_t TKColorRef(TKColor color)
