@@ -41,6 +41,44 @@ struct OCTint {
     float u, v, strength;
 };
 
+/// Which picture a secondary shows; other values show the pixel as it is.
+enum OCPreviewStyle : int32_t {
+    ocPreviewOff = 0,
+    ocPreviewDesaturate = 1, ///< grey outside the key
+    ocPreviewMask = 2,       ///< red outside the key
+    ocPreviewAlpha = 3,      ///< the key itself
+};
+
+struct OCKeySample {
+    float y, u, v;
+};
+
+/// A secondary in force.
+struct OCSecondaryParams {
+    uint32_t on;
+    int32_t style; ///< OCPreviewStyle or any other value
+    uint32_t inverted;
+    uint32_t sampleCount; ///< 0 to 4: those that are switched on, in their order
+    OCKeySample sample[4];
+    float lumaTolerance, chromaTolerance, softness;
+    float hue; ///< degrees
+    float hueCosine, hueSine;
+    float saturation; ///< factor, 1 is neutral
+    float gain, pedestal, inverseGamma;
+    OCTint tint;
+    OCTone tone;
+};
+
+enum OCLimitMethod : int32_t { ocReduceSaturation = 1, ocReduceLuma = 2, ocSmartLimit = 3 };
+
+/// The limits on the signal. Method and system are the record's own words; the system has no effect on pixels.
+struct OCLimiterParams {
+    float chromaMax, chromaMin;                ///< of the composite signal, 1 is 100
+    float lumaMax, knee, whiteLevel, maxLevel; ///< of luma, 1 is 1
+    int32_t method;                            ///< OCLimitMethod; other values only clip luma
+    int32_t system;
+};
+
 /// What the kernel reads: scalars of each tool, addresses of the tables, and summary flags. Read-only while bands run.
 struct OCProcessParams {
     // Summary flags.
@@ -84,7 +122,8 @@ struct OCProcessParams {
     OCChannelParams yccMaster, yccRange[ocRangeCount];
     OCTone rgbCurve[3];
     OCTone hueCurve, lightnessCurve, saturationCurve;
-    OCTone secondary[kOCSecondaryCount];
+    OCSecondaryParams secondary[kOCSecondaryCount]; ///< A to F
+    OCLimiterParams limiter;                        ///< of the last update that found it on
 
     // Source transfer: the luma range display reads the forward table.
     bool transferOn;
@@ -111,17 +150,60 @@ uint32_t OCTablesBuilt(const OCEngine* engine);
 
 /// Applies the parameters to all rows of `source`, as far as `destination` reaches; both in format 203, and they may be
 /// the same. A null destination is left alone; `settings` and `flags` are carried along and not read. Another source
-/// format is logged and leaves the destination alone.   Thread: any, own rows.
+/// format is logged and leaves the destination alone. With the limiter on, its limits are logged once a call.
+/// Thread: any, own rows.
 void OCProcessImageBand(const OCEngine* engine, const FBFrame* source, const FBFrame* destination,
                         const OCSettings* settings, uint32_t flags, uint32_t taskIndex);
 
 /// The readable kernel over the same band: one pixel at a time through kOCStages.
 void OCProcessImageBandScalar(const OCProcessParams& params, const FBFrame* source, const FBFrame* destination);
 
+/// The steps at which a run may begin: the orders of kOCStages up to 12, then the secondaries one by one, then the
+/// limiter. The steps up to the last weighted one may ask for the luma of the source or the weights made of it.
+inline constexpr uint32_t kOCFirstStep = 1, kOCLastWeightedStep = 7, kOCSecondaryStep = 13;
+inline constexpr uint32_t kOCLimiterStep = kOCSecondaryStep + kOCSecondaryCount, kOCStepEnd = kOCLimiterStep + 1;
+
+/// Display pixels that are made beside the result, with the bits that FBTransferFBFrameToPix would give: 32 or BGRA.
+struct OCDisplay {
+    uint8_t* pixels; ///< null: none
+    uint32_t rowBytes;
+    FBPixelFormat format;
+};
+
+/// A run of the kernel over a band, with all that it may take over from an earlier run and leave for a later one. All
+/// frames are in format 203; with `start`, `keep` or `display` they have one height and one length of rows.
+struct OCBandRun {
+    const FBFrame* source;
+    const FBFrame* destination; ///< null: nothing happens; may be the source when nothing else is asked for
+    const FBFrame* start; ///< planes R, G, B as they are before `firstStep`, and the source's luma; null: the source
+    uint32_t firstStep;
+    const FBFrame*
+        keep; ///< receives the same before `keepBefore`, luma only where a later step needs it; may be `start`
+    uint32_t keepBefore; ///< above `firstStep`
+    OCDisplay display;
+};
+
+/// The run from the source to the result and nothing else.
+inline OCBandRun OCPlainRun(const FBFrame* source, const FBFrame* destination)
+{
+    OCBandRun run = {};
+    run.source = source;
+    run.destination = destination;
+    return run;
+}
+
+/// Applies the parameters to a run; logs what OCProcessImageBand logs.   Thread: any, own rows.
+void OCProcessImageRun(const OCEngine* engine, const OCBandRun& run);
+
+/// Whether a step acts on pixels, and whether it is one that reads weights.
+bool OCStepIsOn(const OCProcessParams& params, uint32_t step);
+bool OCStepIsWeighted(uint32_t step);
+
 /// The fast kernel by name of its instruction set, for tests and benchmarks.
 struct OCKernel {
     const char* name;
     void (*run)(const OCProcessParams& params, const FBFrame* source, const FBFrame* destination);
+    void (*runFrom)(const OCProcessParams& params, const OCBandRun& run) = nullptr; ///< the general form
 };
 
 /// Every fast kernel that this machine can run.

@@ -35,6 +35,25 @@ struct OCHSLColor {
 OCHSLColor OCRGBToHSL(float r, float g, float b);
 void OCHSLToRGB(OCHSLColor color, float rgb[3]);
 
+/// The rounding of display pixels: added before a value is held between 0 and 1 and cut to 8 bits.
+inline constexpr float kOCDisplayBias = 0.001953125f;
+
+/// The lightness that the mask preview leaves to what is outside the key.
+inline constexpr float kOCMaskTint = 0.6825f;
+
+/// The two numbers of a secondary's key that are made in double, once a call: the softness of 0 gives an infinity, by
+/// which every distance is inside (1) or outside (0).
+struct OCKeyShape {
+    float chromaToleranceSquared, inverseSoftnessSquared;
+};
+OCKeyShape OCKeyShapeOf(const OCSecondaryParams& secondary);
+
+/// The two factors of the soft clip, made once a call.
+struct OCSoftClip {
+    float inverseRange, rise;
+};
+OCSoftClip OCSoftClipOf(const OCLimiterParams& limiter);
+
 /// The planes of a band as flat arrays, row padding included.
 struct OCPlaneSpan {
     const float* in[3]; ///< R, G, B

@@ -228,6 +228,53 @@ void FillCurve(HCurve* curve, Picker& pick)
         for (int32_t i = 0; i < xy.pointCount; ++i) xy.x[i] = pick(0, 1);
 }
 
+void FillSecondary(OCSecondary* s, Picker& pick)
+{
+    Random& random = pick.random;
+    s->on = 1;
+    s->lumatol = pick(0, 0.5f, 0, 1);
+    s->chromatol = pick(0, 0.5f, 0, 1);
+    s->softness = random() % 8 == 0 ? 0 : pick(0, 0.3f, 0, 1);
+    s->preview = random() % 3 == 0;
+    s->previewStyle = pick.reach == reachBits ? static_cast<int32_t>(random()) : static_cast<int32_t>(random() % 5);
+    s->invert = random() % 3 == 0;
+    s->hue = random() % 4 == 0 ? 0 : pick(-360, 360, -3600, 3600);
+    s->saturation = random() % 4 == 0 ? 100 : pick(0, 300, -1000, 1000);
+    s->hueoffset_tintangle = pick(-360, 360, -3600, 3600);
+    s->hueoffset_strength = random() % 4 == 0 ? 0 : pick(0, 1);
+    s->gain = pick(0, 3, 0, 20);
+    s->gamma = random() % 3 == 0 ? 1 : pick(0.1f, 5, 0.1f, 10);
+    s->ped = pick(-1, 1);
+    for (OCColorSample& sample : s->sample) {
+        sample.on = random() % 3 == 0 ? 0 : random() % 8 == 0 ? 0x100 : 1 + static_cast<uint32_t>(random() % 255);
+        sample.red = pick(0, 1);
+        sample.green = pick(0, 1);
+        sample.blue = pick(0, 1);
+    }
+}
+
+void FillLimiter(OCSettings* grade, Picker& pick)
+{
+    Random& random = pick.random;
+    OCLimiterBlock& l = grade->limiter;
+    grade->limiter_enable = 1;
+    grade->limiter_preview = random() % 4 == 0;
+    l.limiter_chroma_max = pick(70, 130);
+    l.limiter_chroma_min = pick(-40, 0);
+    l.limiter_luma_max = pick(70, 130);
+    l.limiter_softclip_enable = random() % 2;
+    l.limiter_softclip_knee = pick(60, 100);
+    l.limiter_softclip_white_level = pick(80, 120);
+    l.limiter_softclip_max_level = pick(110, 160);
+    l.limiter_clip_method =
+        pick.reach == reachBits ? static_cast<int32_t>(random()) : static_cast<int32_t>(random() % 5);
+    l.limiter_system = 1 + static_cast<int32_t>(random() % 4);
+    OCVideoLevels& levels = grade->videoLevels;
+    levels.videoSetupPresent = random() % 2;
+    if (random() % 2) levels = {16, 235, 1, 254, levels.videoSetupPresent, 1};
+    if (pick.reach == reachBits) levels.videoMaxLevel = random() % 2 ? 0 : static_cast<int32_t>(random());
+}
+
 } // namespace
 
 OCSettings RandomGrade(Random& random, uint32_t mask, GradeReach reach)
@@ -294,6 +341,13 @@ OCSettings RandomGrade(Random& random, uint32_t mask, GradeReach reach)
         grade.lumaRange.lumarange_highlightx = pick(0, 1);
         grade.lumaRange.lumarange_highlighty = pick(0, 1);
     }
+    if (has(toolSecondaries)) {
+        grade.secondaryOn = 1;
+        const auto which = random() % 63 + 1;
+        for (uint32_t i = 0; i < kOCSecondaryCount; ++i)
+            if (which >> i & 1) FillSecondary(&grade.secondary[i], pick);
+    }
+    if (has(toolLimiter)) FillLimiter(&grade, pick);
     return grade;
 }
 

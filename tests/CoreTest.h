@@ -79,6 +79,8 @@ enum GradeTool : uint32_t {
     toolRGBCurves,
     toolHSLCurves,
     toolLumaRange,
+    toolSecondaries,
+    toolLimiter,
     toolCount
 };
 

@@ -82,6 +82,52 @@ void HSLCurvesOn(OCSettings& g)
     g.hslCurve[2] = PointsOf({{0.0f, 0.5f}, {0.3f, 0.54f}, {0.8f, 0.47f}, {1.0f, 0.5f}});
 }
 
+void SecondaryOn(OCSettings& g, uint32_t i)
+{
+    g.secondaryOn = 1;
+    OCSecondary& s = g.secondary[i];
+    const float turn = static_cast<float>(i);
+    s.on = 1;
+    s.lumatol = 0.2f + 0.02f * turn;
+    s.chromatol = 0.12f + 0.01f * turn;
+    s.softness = 0.3f - 0.02f * turn;
+    s.hue = 25 - 15 * turn;
+    s.saturation = 140 - 12 * turn;
+    s.hueoffset_tintangle = 60 * turn;
+    s.hueoffset_strength = 0.2f;
+    s.gain = 1.1f - 0.03f * turn;
+    s.gamma = 0.9f + 0.08f * turn;
+    s.ped = 0.02f - 0.01f * turn;
+    s.sample[0] = {1, 0.6f, 0.25f, 0.2f};
+    s.sample[1] = {i % 2, 0.2f + 0.1f * turn, 0.6f, 0.3f};
+    s.sample[2] = {0x100, 0.5f, 0.5f, 0.5f}; // the low byte says that it is off
+    s.sample[3] = {0x201, 0.3f, 0.3f, 0.7f - 0.1f * turn};
+}
+
+template <int32_t style, uint32_t invert> void SecondaryPreview(OCSettings& g)
+{
+    SecondaryOn(g, 1);
+    g.secondary[1].preview = 1;
+    g.secondary[1].previewStyle = style;
+    g.secondary[1].invert = invert;
+}
+
+void SixSecondaries(OCSettings& g)
+{
+    for (uint32_t i = 0; i < kOCSecondaryCount; ++i) SecondaryOn(g, i);
+    g.secondary[2].invert = 1;
+    g.secondary[4].softness = 0;
+}
+
+template <int32_t method> void LimiterOn(OCSettings& g)
+{
+    g.limiter_enable = 1;
+    g.limiter.limiter_clip_method = method;
+    g.limiter.limiter_chroma_max = 95;
+    g.limiter.limiter_chroma_min = -12;
+    g.limiter.limiter_luma_max = 92;
+}
+
 constexpr GoldenCase kCases[] = {
     {"0001-neutral", [](OCSettings&) {}},
     {"0002-hsl-master", HSLMasterOn},
@@ -125,6 +171,42 @@ constexpr GoldenCase kCases[] = {
          g.hsl.master = {1, 0, 100, -100, -30, 100, 0.4f, 1, 0.6f, 0};
          g.ycbcrOn = 1;
          g.ycbcr.master = {1, {1, 1, 0}, {{1, 1.4f, 0}, {1.3f, 0.7f, 0.01f}, {0.8f, 1.5f, -0.01f}}};
+     }},
+    {"0014-secondary", [](OCSettings& g) { SecondaryOn(g, 1); }},
+    {"0015-secondary-inverted",
+     [](OCSettings& g) {
+         SecondaryOn(g, 1);
+         g.secondary[1].invert = 1;
+     }},
+    {"0016-secondary-desaturate", SecondaryPreview<1, 0>},
+    {"0017-secondary-mask", SecondaryPreview<2, 0>},
+    {"0018-secondary-alpha", SecondaryPreview<3, 0>},
+    {"0019-secondary-alpha-inverted", SecondaryPreview<3, 1>},
+    {"0020-secondary-unknown-style", SecondaryPreview<7, 0>},
+    {"0021-six-secondaries", SixSecondaries},
+    {"0022-limiter-saturation", LimiterOn<1>},
+    {"0023-limiter-luma", LimiterOn<2>},
+    {"0024-limiter-smart", LimiterOn<3>},
+    {"0025-limiter-preview",
+     [](OCSettings& g) {
+         LimiterOn<3>(g);
+         g.limiter_preview = 1;
+     }},
+    {"0026-limiter-soft-clip-and-setup",
+     [](OCSettings& g) {
+         LimiterOn<1>(g);
+         g.limiter.limiter_softclip_enable = 1;
+         g.limiter.limiter_softclip_knee = 70;
+         g.limiter.limiter_luma_max = 110;
+         g.videoLevels = {16, 235, 1, 254, 1, 1};
+     }},
+    {"0027-secondaries-and-limiter-last",
+     [](OCSettings& g) {
+         HSLMasterOn(g);
+         RGBCurvesOn(g);
+         LevelsOn(g);
+         SixSecondaries(g);
+         LimiterOn<3>(g);
      }},
 };
 

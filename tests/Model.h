@@ -41,5 +41,9 @@ struct ModelTables {
 /// The whole road. The recovery is asked of the grade as it stands.
 ModelPixel ModelRun(const OCSettings& grade, const ModelTables& tables, ModelPixel source);
 
+/// The two last stages alone: one secondary that is on, and the limiter that is on.
+ModelPixel ModelSecondary(const OCSecondary& secondary, ModelPixel rgb);
+ModelPixel ModelLimiter(const OCSettings& grade, ModelPixel rgb);
+
 ModelPixel ModelRGBToHSL(ModelPixel rgb);
 ModelPixel ModelHSLToRGB(ModelPixel hsl);

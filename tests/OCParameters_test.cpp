@@ -432,7 +432,7 @@ TEST(OCParameters, SecondaryGammas)
     OCUpdateParameters(engine.get(), &g);
     for (uint32_t i = 0; i < 6; ++i)
         EXPECT_TRUE(SameTone([&](Real x) { return powl(x, 1 / static_cast<Real>(g.secondary[i].gamma)); },
-                             OCParametersOf(engine.get())->secondary[i], 1e-6));
+                             OCParametersOf(engine.get())->secondary[i].tone, 1e-6));
 }
 
 TEST(OCParameters, SourceTransferTables)

@@ -103,6 +103,13 @@ void Soften(OCSettings* g)
         b.inwhitept = 0.8f + 0.2f * b.inwhitept;
         b.ingraypt = b.ingraypt == 0.5f ? 0.5f : 0.45f + 0.15f * b.ingraypt;
     }
+    for (OCSecondary& s : g->secondary) {
+        s.softness = 0.2f + 0.1f * s.softness; // no steep keys
+        s.gamma = s.gamma == 1 ? 1 : 0.8f + 0.1f * s.gamma;
+        s.gain = 0.8f + 0.1f * s.gain;
+        s.ped *= 0.1f;
+        s.saturation = 70 + 0.2f * s.saturation;
+    }
     // Curves of two points: a table of 16,385 floats is an input of the model and may not jump.
     for (int i = 0; i < 4; ++i)
         g->rgbCurve[i] = CurveOf({{0.0f, 0.05f * static_cast<float>(i)}, {1.0f, 0.9f - 0.05f * static_cast<float>(i)}});
@@ -125,7 +132,9 @@ TEST(OCStages, StandInOrderAndTellWhy)
                            "YCbCr master",
                            "RGB curves",
                            "HSL curves",
-                           "Levels, output side"};
+                           "Levels, output side",
+                           "Secondaries A to F",
+                           "Limiter"};
     ASSERT_EQ(OCStages().size(), std::size(names));
     for (size_t i = 0; i < std::size(names); ++i) {
         EXPECT_EQ(OCStages()[i].order, i + 1);
@@ -163,6 +172,16 @@ TEST(OCStages, EachToolSwitchesItsStagesOnAndNoOther)
         {"ycbcr master", [](OCSettings& g) { g.ycbcrOn = g.ycbcr.master.on = 1; }, {9}},
         {"rgb curves", [](OCSettings& g) { g.curvesOn = g.rgbCurvesOn = 1; }, {10}},
         {"hsl curves", [](OCSettings& g) { g.curvesOn = g.hslCurvesOn = 1; }, {11}},
+        {"a secondary", [](OCSettings& g) { g.secondaryOn = g.secondary[3].on = 1; }, {13}},
+        {"secondaries without one", [](OCSettings& g) { g.secondaryOn = 1; }, {}},
+        {"a secondary without its pane", [](OCSettings& g) { g.secondary[0].on = 1; }, {}},
+        {"secondaries not in use",
+         [](OCSettings& g) {
+             g.secondaryOn = g.secondary[0].on = 1;
+             g.secondaryInUse = 0;
+         },
+         {}},
+        {"limiter", [](OCSettings& g) { g.limiter_enable = 1; }, {14}},
     };
     for (const auto& row : rows) {
         const Graduation grade(row.edit);
