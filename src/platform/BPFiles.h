@@ -24,5 +24,9 @@ std::string BPRuntimeFolder();
 /// ~/.config/ochrine without that variable. Empty when it cannot be had.
 std::string BPConfigFolder();
 
+/// The user's folder for state of this application that should outlive its process, made when missing:
+/// $XDG_STATE_HOME/ochrine, or ~/.local/state/ochrine without that variable. Empty when it cannot be had.
+std::string BPStateFolder();
+
 /// The folder of the running program.
 std::string BPProgramFolder();

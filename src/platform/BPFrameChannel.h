@@ -25,7 +25,8 @@ struct BPFrameConnection {
 struct BPFrameChannelOps {
     // The application's side. Thread: main; none of these waits.
 
-    /// Starts listening under `name`: at most 63 characters, no slash. Replaces a stale name of a dead process;
+    /// Starts listening under `name`: at most 63 characters, no slash. Replaces a stale name of a dead process, and
+    /// removes others of dead processes that are older than ten seconds;
     /// bpFileExistsErr when somebody listens under it, or the name belongs to something else.
     BPStatus (*listen)(const char* name, BPFrameChannel* channel);
 

@@ -11,6 +11,7 @@
 #include "src/platform/BPProcess.h"
 #include "src/platform/BPScreen.h"
 #include "src/platform/BPSharedMemory.h"
+#include "src/platform/BPStateFile.h"
 
 struct BPPlatform {
     BPSharedMemoryOps sharedMemory;
@@ -18,12 +19,14 @@ struct BPPlatform {
     BPProcessOps process;
     BPClockOps clock;
     BPKeyedStoreOps keyedStore;
+    BPStateFileOps stateFile;
     BPKeyboardOps keyboard;
     BPAlertOps alert;
     BPClipboardOps clipboard;
     BPScreenOps screen;
 };
 
-/// Fills the operations that need no window system: shared memory, frame channel, process, clock, keyed store. The
+/// Fills the operations that need no window system: shared memory, frame channel, process, clock, keyed
+/// store, state files. The
 /// others report to the log and answer with nothing (no modifiers, no screen).
 void BPFillLinuxPlatform(BPPlatform* platform);

@@ -24,6 +24,10 @@ struct BPSharedMemoryOps {
     /// Unmaps and clears the record; a closed record is left alone. Nobody may touch the memory afterwards.
     void (*close)(BPSharedMemory* memory);
 
+    /// Whether the object still is what was mapped: it has its name, and all its bytes. Somebody who removed it, or cut
+    /// it short, has taken it back. A closed record is not whole.
+    bool (*isWhole)(const BPSharedMemory* memory);
+
     /// For hosts: removes the name. Mappings live on.
     BPStatus (*remove)(const char* name);
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <functional>
 #include <sys/fsuid.h>
@@ -601,4 +602,28 @@ TEST_F(BPFrameChannelOnLinux, DescriptorsDoNotLeak)
         Ops().disconnect(&connection);
     }
     EXPECT_EQ(CountDescriptors(), before);
+}
+
+TEST_F(BPFrameChannelOnLinux, NamesOfKilledApplicationsAreSweptAwayInTime)
+{
+    const auto leave = [this](const char* name, time_t age) { // what a killed process leaves
+        BPFrameChannel made;
+        EXPECT_EQ(RunInChild([&] { return platform_.frameChannel.listen(name, &made) == bpNoErr ? 0 : 1; }), 0);
+        timespec times[2] = {};
+        clock_gettime(CLOCK_REALTIME, &times[0]);
+        times[0].tv_sec -= age;
+        times[1] = times[0];
+        EXPECT_EQ(utimensat(AT_FDCWD, RuntimePath(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+    };
+    BPFrameChannel living, channel;
+    ASSERT_EQ(platform_.frameChannel.listen("living", &living), bpNoErr);
+    ASSERT_EQ(utimensat(AT_FDCWD, RuntimePath("living").c_str(), std::vector<timespec>(2).data(), 0), 0);
+    ASSERT_TRUE(WriteWhole(RuntimePath("file"), ""));
+    leave("old", 60);
+    leave("young", 1);
+    ASSERT_EQ(platform_.frameChannel.listen("channel", &channel), bpNoErr);
+    EXPECT_EQ(NamesIn(Path("runtime/ochrine")),
+              (std::vector<std::string>{"Comm123", "channel", "file", "living", "young"}));
+    platform_.frameChannel.close(&channel);
+    platform_.frameChannel.close(&living);
 }

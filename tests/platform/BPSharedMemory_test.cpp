@@ -396,3 +396,42 @@ TEST_F(BPSharedMemoryOnLinux, WithoutTheVariableAFolderBelowTmpServes)
     EXPECT_EQ(BPRuntimeFolder(), expected);
     if (!wasThere) rmdir(expected.c_str());
 }
+
+TEST_F(BPSharedMemoryOnLinux, AnObjectThatIsTakenBackIsNoLongerWhole)
+{
+    const size_t descriptors = CountDescriptors();
+    for (const char* way : {"removed", "cut", "emptied", "replaced", "moved away"}) {
+        BPSharedMemory theirs, block;
+        ASSERT_EQ(Create("b", 9000, &theirs), bpNoErr);
+        ASSERT_EQ(Open("b", 9000, &block), bpNoErr);
+        EXPECT_TRUE(platform_.sharedMemory.isWhole(&block));
+        const std::string deed = way;
+        if (deed == "removed") {
+            ASSERT_EQ(Remove("b"), bpNoErr);
+        }
+        if (deed == "cut") {
+            ASSERT_EQ(truncate(RuntimePath("b").c_str(), 8999), 0);
+        }
+        if (deed == "emptied") {
+            ASSERT_EQ(truncate(RuntimePath("b").c_str(), 0), 0);
+        }
+        if (deed == "replaced") {
+            BPSharedMemory next;
+            ASSERT_EQ(Remove("b"), bpNoErr);
+            ASSERT_EQ(Create("b", 9000, &next), bpNoErr);
+            EXPECT_TRUE(platform_.sharedMemory.isWhole(&next));
+            Close(&next);
+        }
+        // A name is a name: whoever moves the object still has it.
+        if (deed == "moved away") {
+            ASSERT_EQ(rename(RuntimePath("b").c_str(), RuntimePath("c").c_str()), 0);
+        }
+        EXPECT_EQ(platform_.sharedMemory.isWhole(&block), deed == "moved away") << way;
+        Close(&block);
+        EXPECT_FALSE(platform_.sharedMemory.isWhole(&block));
+        Close(&theirs);
+        (void)Remove("b");
+        (void)Remove("c");
+    }
+    EXPECT_EQ(CountDescriptors(), descriptors);
+}

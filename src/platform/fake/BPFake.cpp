@@ -30,8 +30,9 @@ struct Handles {
     std::map<uint64_t, std::pair<std::string, BPFakeBlock>> mappings;
     std::map<uint64_t, uint32_t> watches;
     std::map<uint64_t, OpenStore> stores;
-    std::map<uint64_t, uint32_t> connections; // requestEnds when it was made: more since then have ended it
-    uint32_t requestEnds = 0;                 // releases, and closings of the channel
+    std::map<uint64_t, std::string> stateFiles; // names
+    std::map<uint64_t, uint32_t> connections;   // requestEnds when it was made: more since then have ended it
+    uint32_t requestEnds = 0;                   // releases, and closings of the channel
     uint64_t channel = 0;
 };
 
@@ -42,7 +43,7 @@ bool gCapturing = false;
 void Enter(BPFakeOp op)
 {
     gBPFake.calls[op]++;
-    if (op != bpFakeWallSeconds && op != bpFakeMonotonicMs) gBPFake.journal.push_back(op);
+    if (op != bpFakeWallSeconds && op != bpFakeMonotonicMs && op != bpFakeSharedIsWhole) gBPFake.journal.push_back(op);
     if (gBPFake.onCall != nullptr) gBPFake.onCall(gBPFake.hookContext, op);
 }
 
@@ -121,6 +122,17 @@ void SharedClose(BPSharedMemory* memory)
     }
     gHandles.mappings.erase(found);
     gBPFake.openMappings = static_cast<uint32_t>(gHandles.mappings.size());
+}
+
+bool SharedIsWhole(const BPSharedMemory* memory)
+{
+    Enter(bpFakeSharedIsWhole);
+    const auto found = gHandles.mappings.find(memory->handle);
+    if (found == gHandles.mappings.end()) return false;
+    const auto& [name, mapped] = found->second;
+    const auto named = gBPFake.blocks.find(name);
+    return named != gBPFake.blocks.end() && named->second.bytes == mapped.bytes &&
+           named->second.byteCount >= mapped.byteCount;
 }
 
 BPStatus SharedRemove(const char* name)
@@ -448,6 +460,83 @@ BPStatus Commit(BPKeyedStore* store)
     return status;
 }
 
+// State files.
+
+std::vector<uint8_t>* FindStateFile(const BPStateFile* file)
+{
+    const auto open = gHandles.stateFiles.find(file->handle);
+    if (open == gHandles.stateFiles.end()) return nullptr;
+    const auto found = gBPFake.stateFiles.find(open->second);
+    return found == gBPFake.stateFiles.end() ? nullptr : &found->second;
+}
+
+BPStatus StateOpen(const char* name, bool create, BPStateFile* file)
+{
+    file->handle = 0;
+    if (BPStatus err = Enter(bpFakeStateOpen, bpPermissionErr); err != bpNoErr) return err;
+    if (!IsPlainName(name)) return bpParamErr;
+    if (!create && !gBPFake.stateFiles.contains(name)) return bpFileNotFoundErr;
+    if (gBPFake.stateHeldElsewhere == name) return bpFileBusyErr;
+    for (const auto& [handle, held] : gHandles.stateFiles)
+        if (held == name) return bpFileBusyErr;
+    gBPFake.stateFiles[name];
+    file->handle = ++gHandles.last;
+    gHandles.stateFiles[file->handle] = name;
+    gBPFake.openStateFiles = static_cast<uint32_t>(gHandles.stateFiles.size());
+    return bpNoErr;
+}
+
+BPStatus StateRead(BPStateFile* file, void* bytes, uint32_t capacity, uint32_t* byteCount)
+{
+    *byteCount = 0;
+    if (BPStatus err = Enter(bpFakeStateRead, bpParamErr); err != bpNoErr) return err;
+    const std::vector<uint8_t>* content = FindStateFile(file);
+    if (content == nullptr || (bytes == nullptr && capacity > 0)) return bpParamErr;
+    const size_t copied = std::min<size_t>(content->size(), capacity);
+    if (copied > 0) memcpy(bytes, content->data(), copied);
+    *byteCount = static_cast<uint32_t>(content->size());
+    return bpNoErr;
+}
+
+BPStatus StateWrite(BPStateFile* file, uint64_t position, const void* bytes, uint32_t byteCount)
+{
+    if (BPStatus err = Enter(bpFakeStateWrite, bpDiskFullErr); err != bpNoErr) return err;
+    std::vector<uint8_t>* content = FindStateFile(file);
+    if (content == nullptr || (bytes == nullptr && byteCount > 0) || position > 1u << 30) return bpParamErr;
+    uint64_t used = 0;
+    for (const auto& [name, other] : gBPFake.stateFiles)
+        if (&other != content) used += other.size();
+    const uint64_t room = gBPFake.stateRoom > used ? gBPFake.stateRoom - used : 0;
+    const uint64_t end = std::min<uint64_t>(position + byteCount, std::max<uint64_t>(room, content->size()));
+    if (end > content->size()) content->resize(static_cast<size_t>(end));
+    if (end > position) memcpy(content->data() + position, bytes, static_cast<size_t>(end - position));
+    return end == position + byteCount ? bpNoErr : bpDiskFullErr;
+}
+
+void StateClose(BPStateFile* file)
+{
+    Enter(bpFakeStateClose);
+    gHandles.stateFiles.erase(file->handle);
+    gBPFake.openStateFiles = static_cast<uint32_t>(gHandles.stateFiles.size());
+    file->handle = 0;
+}
+
+void StateDiscard(BPStateFile* file)
+{
+    Enter(bpFakeStateDiscard);
+    if (const auto open = gHandles.stateFiles.find(file->handle); open != gHandles.stateFiles.end())
+        gBPFake.stateFiles.erase(open->second);
+    gHandles.stateFiles.erase(file->handle);
+    gBPFake.openStateFiles = static_cast<uint32_t>(gHandles.stateFiles.size());
+    file->handle = 0;
+}
+
+void StatePrune(const char* suffix, uint32_t limit)
+{
+    Enter(bpFakeStatePrune);
+    gBPFake.statePruned.push_back(std::string(suffix) + " " + std::to_string(limit));
+}
+
 // Keyboard, alerts, clipboard, screens.
 
 uint32_t ModifierWord()
@@ -598,7 +687,11 @@ void BPFakeQueueMessage(uint32_t dataWord, const void* bytes, uint32_t byteCount
 
 void BPFillFakePlatform(BPPlatform* platform)
 {
-    platform->sharedMemory = {.create = SharedCreate, .open = SharedOpen, .close = SharedClose, .remove = SharedRemove};
+    platform->sharedMemory = {.create = SharedCreate,
+                              .open = SharedOpen,
+                              .close = SharedClose,
+                              .isWhole = SharedIsWhole,
+                              .remove = SharedRemove};
     platform->frameChannel = {.listen = ChannelListen,
                               .receive = ChannelReceive,
                               .release = ChannelRelease,
@@ -625,6 +718,12 @@ void BPFillFakePlatform(BPPlatform* platform)
                             .writeBlock = WriteBlock,
                             .begin = Begin,
                             .commit = Commit};
+    platform->stateFile = {.open = StateOpen,
+                           .read = StateRead,
+                           .write = StateWrite,
+                           .close = StateClose,
+                           .discard = StateDiscard,
+                           .prune = StatePrune};
     platform->keyboard = {.modifierWord = ModifierWord, .mouseButtonDown = MouseButtonDown};
     platform->alert = {.alert = Alert, .messageBox = MessageBox, .beep = Beep};
     platform->clipboard = {.put = ClipboardPut, .has = ClipboardHas, .get = ClipboardGet};

@@ -28,6 +28,7 @@ enum BPFakeOp : uint32_t {
     bpFakeSharedCreate,
     bpFakeSharedOpen,
     bpFakeSharedClose,
+    bpFakeSharedIsWhole,
     bpFakeSharedRemove,
     bpFakeChannelListen,
     bpFakeChannelReceive,
@@ -57,6 +58,12 @@ enum BPFakeOp : uint32_t {
     bpFakeWriteBlock,
     bpFakeBegin,
     bpFakeCommit,
+    bpFakeStateOpen,
+    bpFakeStateRead,
+    bpFakeStateWrite,
+    bpFakeStateClose,
+    bpFakeStateDiscard,
+    bpFakeStatePrune,
     bpFakeModifierWord,
     bpFakeMouseButtonDown,
     bpFakeAlert,
@@ -116,7 +123,7 @@ struct BPFakeState {
 
     // What was called.
     uint32_t calls[bpFakeOpCount] = {};
-    std::vector<BPFakeOp> journal; ///< every call but readings of the clock, in order
+    std::vector<BPFakeOp> journal; ///< every call but looks at the clock and at whole objects, in order
 
     // Hooks; each may be null. `onCall` comes before an operation does anything, `onSleep` after the clock was moved.
     void (*onCall)(void* context, BPFakeOp op) = nullptr;
@@ -150,6 +157,13 @@ struct BPFakeState {
     // Keyed stores by name.
     std::map<std::string, BPFakeStore> stores;
     uint32_t openStores = 0;
+
+    // State files by name.
+    std::map<std::string, std::vector<uint8_t>> stateFiles;
+    std::string stateHeldElsewhere;       ///< name of a file that another process holds
+    uint64_t stateRoom = UINT64_MAX;      ///< bytes that the disk has for all of them; a write takes what fits
+    std::vector<std::string> statePruned; ///< "suffix limit", a call each
+    uint32_t openStateFiles = 0;
 
     // Keyboard and mouse.
     uint32_t modifierWord = 0;

@@ -25,3 +25,4 @@ void BPFillLinuxFrameChannel(BPFrameChannelOps* ops);
 void BPFillLinuxProcess(BPProcessOps* ops);
 void BPFillLinuxClock(BPClockOps* ops);
 void BPFillLinuxKeyedStore(BPKeyedStoreOps* ops);
+void BPFillLinuxStateFile(BPStateFileOps* ops);

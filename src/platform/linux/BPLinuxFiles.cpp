@@ -101,6 +101,26 @@ void FlushFolder(const std::string& folder)
     close(descriptor);
 }
 
+/// A folder of ours in one of the user's places; `fallback` is that place below the home folder.
+std::string UserFolder(const char* variable, const char* fallback)
+{
+    std::string folder;
+    if (const char* base = AbsoluteFromEnvironment(variable); base != nullptr) {
+        folder = base;
+    } else if (const char* home = AbsoluteFromEnvironment("HOME"); home != nullptr) {
+        folder = std::string(home) + fallback;
+    } else {
+        passwd record = {};
+        passwd* found = nullptr;
+        char text[4096];
+        if (getpwuid_r(geteuid(), &record, text, sizeof text, &found) != 0 || found == nullptr) return {};
+        if (found->pw_dir == nullptr || found->pw_dir[0] != '/') return {};
+        folder = std::string(found->pw_dir) + fallback;
+    }
+    folder += "/ochrine";
+    return MakeFolders(folder) ? folder : std::string();
+}
+
 } // namespace
 
 bool BPIsPlainName(const char* name)
@@ -172,21 +192,12 @@ std::string BPRuntimeFolder()
 
 std::string BPConfigFolder()
 {
-    std::string folder;
-    if (const char* base = AbsoluteFromEnvironment("XDG_CONFIG_HOME"); base != nullptr) {
-        folder = base;
-    } else if (const char* home = AbsoluteFromEnvironment("HOME"); home != nullptr) {
-        folder = std::string(home) + "/.config";
-    } else {
-        passwd record = {};
-        passwd* found = nullptr;
-        char text[4096];
-        if (getpwuid_r(geteuid(), &record, text, sizeof text, &found) != 0 || found == nullptr) return {};
-        if (found->pw_dir == nullptr || found->pw_dir[0] != '/') return {};
-        folder = std::string(found->pw_dir) + "/.config";
-    }
-    folder += "/ochrine";
-    return MakeFolders(folder) ? folder : std::string();
+    return UserFolder("XDG_CONFIG_HOME", "/.config");
+}
+
+std::string BPStateFolder()
+{
+    return UserFolder("XDG_STATE_HOME", "/.local/state");
 }
 
 std::string BPProgramFolder()

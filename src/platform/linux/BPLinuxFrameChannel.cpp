@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <new>
 #include <poll.h>
@@ -26,8 +27,10 @@ namespace {
 
 constexpr int kConnectionLimit = 16;
 constexpr int kBacklog = 16;
-constexpr int kDescriptorLimit = 8; // what one message may carry before the system cuts the rest
-constexpr int kSendWaitSeconds = 2; // the longest wait of a host for room in the channel
+constexpr int kDescriptorLimit = 8;  // what one message may carry before the system cuts the rest
+constexpr int kNamesLookedAt = 4096; // in search of leftovers, in a folder that somebody filled
+constexpr int kLeftoverSeconds = 10; // younger sockets may be about to listen
+constexpr int kSendWaitSeconds = 2;  // the longest wait of a host for room in the channel
 
 struct Words {
     uint32_t dataWord;
@@ -83,11 +86,36 @@ BPStatus RemoveStaleName(int folder, const char* name, const sockaddr_un& addres
     return unlinkat(folder, name, 0) == 0 || errno == ENOENT ? bpNoErr : BPStatusFromErrno(errno);
 }
 
+/// Removes the sockets that processes left behind which were killed. Nobody else ever would.
+void RemoveLeftovers(int folder)
+{
+    const int descriptor = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    DIR* names = fdopendir(descriptor); // takes the descriptor over
+    if (names == nullptr) {
+        close(descriptor);
+        return;
+    }
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    for (int look = 0; look < kNamesLookedAt; ++look) {
+        const dirent* entry = readdir(names);
+        if (entry == nullptr) break;
+        struct stat info = {};
+        if (!BPIsPlainName(entry->d_name) || fstatat(folder, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) continue;
+        if (!S_ISSOCK(info.st_mode) || now.tv_sec - info.st_mtim.tv_sec < kLeftoverSeconds) continue;
+        sockaddr_un address;
+        if (MakeAddress(folder, entry->d_name, &address)) (void)RemoveStaleName(folder, entry->d_name, address);
+    }
+    closedir(names);
+}
+
 BPStatus StartListening(Channel* channel)
 {
     sockaddr_un address;
     if (!MakeAddress(channel->folder, channel->name, &address)) return bpParamErr;
     if (BPStatus err = RemoveStaleName(channel->folder, channel->name, address); err != bpNoErr) return err;
+    RemoveLeftovers(channel->folder);
     channel->listener = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (channel->listener < 0) return BPStatusFromErrno(errno);
     if (bind(channel->listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {

@@ -75,6 +75,7 @@ void BPFillLinuxPlatform(BPPlatform* platform)
     BPFillLinuxProcess(&platform->process);
     BPFillLinuxClock(&platform->clock);
     BPFillLinuxKeyedStore(&platform->keyedStore);
+    BPFillLinuxStateFile(&platform->stateFile);
     platform->keyboard = {.modifierWord = NoModifiers, .mouseButtonDown = NoButton};
     platform->alert = {.alert = LogAlert, .messageBox = LogMessageBox, .beep = LogBeep};
     platform->clipboard = {.put = NoPut, .has = NothingThere, .get = NoGet};

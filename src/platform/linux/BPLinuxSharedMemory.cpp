@@ -23,6 +23,7 @@ struct Mapping {
     std::atomic<bool> taken;
     std::atomic<uintptr_t> begin;
     std::atomic<uintptr_t> end; // one past the last byte of the last page
+    int file;                   // kept open; the handler does not look at it
 };
 
 constexpr size_t kMappingLimit = 64;
@@ -91,7 +92,7 @@ void InstallHandler()
     sigaction(SIGBUS, &ours, nullptr);
 }
 
-/// Maps all of the file and notes the mapping.
+/// Maps all of the file and notes the mapping, which then owns the descriptor.
 BPStatus MapFile(int file, uint64_t byteCount, BPSharedMemory* memory)
 {
     pthread_once(&gHandlerOnce, InstallHandler);
@@ -106,6 +107,7 @@ BPStatus MapFile(int file, uint64_t byteCount, BPSharedMemory* memory)
             return bpMemFullErr;
         }
         const uintptr_t begin = reinterpret_cast<uintptr_t>(address);
+        mapping.file = file;
         mapping.end.store(begin + ((byteCount + gPageBytes - 1) & ~(gPageBytes - 1)));
         mapping.begin.store(begin);
         *memory = {.handle = slot + 1, .address = static_cast<uint8_t*>(address), .byteCount = byteCount};
@@ -141,8 +143,10 @@ BPStatus Create(const char* name, uint64_t byteCount, BPSharedMemory* memory)
     } else {
         status = Reserve(file, byteCount);
         if (status == bpNoErr) status = MapFile(file, byteCount, memory);
-        if (status != bpNoErr) unlinkat(folder, name, 0);
-        close(file);
+        if (status != bpNoErr) {
+            unlinkat(folder, name, 0);
+            close(file);
+        }
     }
     close(folder);
     return status;
@@ -168,7 +172,7 @@ BPStatus Open(const char* name, uint64_t minimumBytes, BPSharedMemory* memory)
     } else {
         status = MapFile(file, static_cast<uint64_t>(info.st_size), memory);
     }
-    close(file);
+    if (status != bpNoErr) close(file);
     return status;
 }
 
@@ -181,7 +185,17 @@ void Close(BPSharedMemory* memory)
     const uintptr_t begin = mapping.begin.exchange(0);
     if (begin == 0) return;
     munmap(reinterpret_cast<void*>(begin), mapping.end.load() - begin);
+    close(mapping.file);
     mapping.taken.store(false);
+}
+
+bool IsWhole(const BPSharedMemory* memory)
+{
+    if (memory->handle == 0 || memory->handle > kMappingLimit) return false;
+    const Mapping& mapping = gMappings[memory->handle - 1];
+    struct stat info = {};
+    if (mapping.begin.load() == 0 || fstat(mapping.file, &info) != 0) return false;
+    return info.st_nlink > 0 && static_cast<uint64_t>(info.st_size) >= memory->byteCount;
 }
 
 BPStatus Remove(const char* name)
@@ -204,5 +218,5 @@ BPStatus Remove(const char* name)
 
 void BPFillLinuxSharedMemory(BPSharedMemoryOps* ops)
 {
-    *ops = {.create = Create, .open = Open, .close = Close, .remove = Remove};
+    *ops = {.create = Create, .open = Open, .close = Close, .isWhole = IsWhole, .remove = Remove};
 }
