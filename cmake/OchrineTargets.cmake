@@ -62,7 +62,7 @@ function(oc_test name)
     file(MAKE_DIRECTORY ${runtime})
     file(CHMOD ${runtime} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
-        "XDG_RUNTIME_DIR=${runtime};XDG_CONFIG_HOME=${runtime}/config;OC_SOURCE_DIR=${CMAKE_SOURCE_DIR};${ARG_ENV}")
+        "XDG_RUNTIME_DIR=${runtime};XDG_CONFIG_HOME=${runtime}/config;XDG_STATE_HOME=${runtime}/state;OC_SOURCE_DIR=${CMAKE_SOURCE_DIR};${ARG_ENV}")
 endfunction()
 
 # oc_fuzz(Reader SOURCES … LINK …): under the fuzz preset a libFuzzer program, otherwise a replay of its seeds.

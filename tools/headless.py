@@ -81,7 +81,8 @@ class Desktop:
         for program in ("Xvfb", "xauth", "openbox", "xdotool", "import"):
             if not shutil.which(program):
                 raise Failure(f"{program} is not installed")
-        places = {"XDG_RUNTIME_DIR": "runtime", "XDG_CONFIG_HOME": "config", "XDG_DATA_HOME": "data", "HOME": "home"}
+        places = {"XDG_RUNTIME_DIR": "runtime", "XDG_CONFIG_HOME": "config", "XDG_DATA_HOME": "data",
+                  "XDG_STATE_HOME": "state", "HOME": "home"}
         env = {k: v for k, v in os.environ.items()
                if not k.startswith(("XDG_", "QT_", "OCHRINE_", "DBUS_")) and k not in ("DISPLAY", "WAYLAND_DISPLAY")}
         for name, place in places.items():

@@ -1,9 +1,12 @@
 // The windows of the application: what the logic asks, done with Qt.
 #include "src/UI/TKWindowsWin.h"
 
+#include "src/UI/LayoutReportWin.h"
 #include "src/UI/TincturaMainWin.h"
+#include "src/UI/UIRecoverWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 
 #include <QCoreApplication>
@@ -75,6 +78,20 @@ struct TKWindowsCalls {
         UIApplyPalette(Self(context).session_->palette);
         if (TincturaMainWin* window = Main(context)) window->applyPalette();
     }
+    static void AskRecovery(void* context, const char* text, const char* detail)
+    {
+        TKWindowsWin& self = Self(context);
+        self.recover_ = std::make_unique<UIRecoverWin>(
+            Main(context), QString::fromUtf8(text), QString::fromUtf8(detail), [&self](bool recover) {
+                if (!self.recover_) return;
+                self.recover_.release()->deleteLater(); // we are in one of its signals
+                TKRecoveryAnswer(self.session_, recover);
+                if (self.main_ && UILayoutReportWanted()) UIReportLayout(self.main_.get());
+            });
+        self.recover_->open();
+    }
+    static void WithdrawRecovery(void* context) { Self(context).recover_.reset(); }
+
     static void SurfacesReplaced(void* context)
     {
         if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
@@ -138,6 +155,7 @@ void TKWindowsWin::dispose()
 {
     timer_.stop();
     splash_.reset();
+    recover_.reset();
     main_.reset();
 }
 
@@ -157,6 +175,8 @@ TKUserInterface TKWindowsWin::interface()
     ui.startTimer = TKWindowsCalls::StartTimer;
     ui.enableMenus = TKWindowsCalls::EnableMenus;
     ui.paletteChanged = TKWindowsCalls::PaletteChanged;
+    ui.askRecovery = TKWindowsCalls::AskRecovery;
+    ui.withdrawRecovery = TKWindowsCalls::WithdrawRecovery;
     ui.surfacesReplaced = TKWindowsCalls::SurfacesReplaced;
     ui.pixelAspectChanged = TKWindowsCalls::PixelAspectChanged;
     ui.refreshSource = TKWindowsCalls::RefreshSource;

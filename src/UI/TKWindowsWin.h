@@ -7,6 +7,7 @@
 #include <memory>
 
 class TincturaMainWin;
+class UIRecoverWin;
 class UISplashWin;
 
 class TKWindowsWin {
@@ -32,6 +33,7 @@ class TKWindowsWin {
     TKSession* session_ = nullptr;
     std::unique_ptr<UISplashWin> splash_;
     std::unique_ptr<TincturaMainWin> main_;
+    std::unique_ptr<UIRecoverWin> recover_; // above main_, and gone before it
     QTimer timer_;
     bool menusEnabled_ = true;
 };

@@ -2,6 +2,7 @@
 //
 // A frame is described by a TKFrameShape that was read once and checked; the mapping's size is what the platform said
 // when it was mapped. Nothing else of the block bounds an access.
+#include "src/FBCopy.h"
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 #include "src/support/TKTransport.h"
@@ -166,7 +167,7 @@ BPStatus AwaitChunk(TKSession* session)
         const bool alive = TKHostIsAlive(session); // before the look: what it stored before its end still counts
         const uint32_t status = TKReadStatus(block);
         if (status == wanted) return bpNoErr;
-        if (status == failed || !alive) break;
+        if (status == failed || !alive || TKHostTookItsBlock(session)) break;
     }
     BPDebugLog("The host ended before its frame was complete\n");
     return bpParamErr;
@@ -183,7 +184,7 @@ BPStatus TakeChunks(TKSession* session, const TKFrameShape& shape)
     if (BPStatus err = TakeChunk(session, &intake); err != bpNoErr) return err;
     TKStoreStatus(block, kTKUIStatusChunkConsumed);
     TKSwapCommBlock(session, block);
-    BPDebugLog("After swap, bytes remaining = %ld\n", static_cast<long>(intake.remaining));
+    BPDebugLog("After swap, bytes remaining = %ld\n", static_cast<long>(TKReadOnce(block->bytesRemaining)));
     while (intake.remaining != 0) {
         if (BPStatus err = AwaitChunk(session); err != bpNoErr) {
             TKSwapCommBlock(session, block);
@@ -353,6 +354,8 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
     if (err != bpNoErr) return err;
 
     if (err = TakePixels(session, plan); err != bpNoErr) return err;
+    if (session->comparisonFrame)
+        FBCopyFrameBuffer(session->sourceFrame, session->comparisonFrame, session->taskCount, session->tasks);
     OCPixelAdjust adjust;
     std::memcpy(&adjust, &block->hostPixelAdjust, sizeof adjust);
     if (err = OCApplyPixelAdjust(&session->imageTransfer, adjust, session->sourceFrame); err != bpNoErr) return err;

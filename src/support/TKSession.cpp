@@ -37,6 +37,7 @@ void TKDisposeSession(TKSession* session)
     if (session->frameChannel.handle != 0) platform.frameChannel.close(&session->frameChannel);
     if (session->commBlock.address) platform.sharedMemory.close(&session->commBlock);
     if (session->uiBlock.address) platform.sharedMemory.close(&session->uiBlock);
+    platform.stateFile.close(&session->recovery.file);
     if (session->hostWatch.handle != 0) platform.process.unwatch(&session->hostWatch);
     for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
                                   &session->secondarySurface, &session->sourceSurface})

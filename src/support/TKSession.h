@@ -7,6 +7,7 @@
 #include "src/OCEngine.h"
 #include "src/ScopeSurface.h"
 #include "src/platform/BPPlatform.h"
+#include "src/support/TKJournal.h"
 #include "src/support/TKPalette.h"
 #include "src/support/TKPreferences.h"
 #include "src/support/TKUIComm.h"
@@ -39,6 +40,11 @@ struct TKUserInterface {
     void (*setCursor)(void* context, uint32_t resource);
     void (*paletteChanged)(void* context);
 
+    /// Puts the question whether a grade is to be recovered, and returns at once; ticks go on. The answer comes later by
+    /// TKRecoveryAnswer.
+    void (*askRecovery)(void* context, const char* text, const char* detail);
+    void (*withdrawRecovery)(void* context); ///< takes the question back; no answer comes any more
+
     // Pictures.
     void (*surfacesReplaced)(void* context); ///< addresses of the session's surfaces and frames are new, or gone
     void (*pixelAspectChanged)(void* context, float aspect); ///< finite and above 0
@@ -47,6 +53,9 @@ struct TKUserInterface {
     void (*refreshDisplays)(void* context, bool force);      ///< repaint what is held; no pixels are new
     void (*setPositionText)(void* context, const char* text);
     void (*playingChanged)(void* context, bool playing);
+
+    /// A clip of the host's list joins the folder `label` of the gallery.
+    void (*addClip)(void* context, const char* label, const char* path);
 
     // Controls.
     void (*sliderChanged)(void* context, TKSlider* slider); ///< repaint thumb and value
@@ -70,6 +79,25 @@ enum : uint32_t { kTKTransportLeft = 0, kTKTransportSplit = 1, kTKTransportSingl
 /// Modes of the image pane: "Result|Source|Reference|Split Source|Split Ref|Luma Ranges".
 enum : int32_t { tkImageResult = 0, tkImageSource = 1, tkImageLumaRanges = 5 };
 
+/// Where the journal of a session stands; see TKRecovery.h.
+enum TKRecoveryPhase : uint32_t {
+    tkRecoveryOff,      ///< no session, or no journal can be had
+    tkRecoveryFresh,    ///< attached; nobody has looked for an older journal yet
+    tkRecoveryAsking,   ///< an older grade is offered
+    tkRecoveryWatching, ///< changes are appended
+};
+
+struct TKRecovery {
+    TKRecoveryPhase phase;
+    BPStateFile file; ///< open from the first record on, and while an older journal is offered
+    TKJournalClip clip;
+    OCSettings saved;   ///< the grade that is safe: the newest record, or what the host gave
+    OCSettings offered; ///< while asking
+    uint32_t sequence;  ///< of the newest record; 0 none
+    uint32_t busyTries;
+    uint64_t savedAtMs;
+};
+
 struct TKSession {
     const BPPlatform* platform;
     TKUserInterface ui;
@@ -89,6 +117,7 @@ struct TKSession {
     OCPixelAdjust storedPixelAdjust; ///< for played frames
     OCImageTransfer imageTransfer;
     double uiDeadline; ///< seconds of the wall clock
+    TKRecovery recovery;
     uint64_t randomState;
 
     // Grade.

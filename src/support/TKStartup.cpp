@@ -3,6 +3,7 @@
 
 #include "src/platform/BPLog.h"
 #include "src/support/TKCommands.h"
+#include "src/support/TKRecovery.h"
 #include "src/support/TKTransport.h"
 #include "src/support/TincturaCallback.h"
 
@@ -129,6 +130,30 @@ bool StaysResident(const TKSession* session, uint32_t command)
            (session->hostProcessHigh != 0 || session->hostProcessID != 0);
 }
 
+/// Whether the block still is the one whose host got the grade: a host that has taken it removes the block.
+bool BlockIsLeftBehind(TKSession* session)
+{
+    BPSharedMemory memory = {};
+    const BPSharedMemoryOps& ops = session->platform->sharedMemory;
+    if (ops.open(kTKCommBlockName, kTKUICommBytes, &memory) != bpNoErr) return false;
+    const auto* block = reinterpret_cast<const TKUIComm*>(memory.address);
+    const bool left =
+        TKReadStatus(block) == kTKUIStatusUIDone && TKReadOnce(block->hostProcessID) == session->hostProcessID;
+    ops.close(&memory);
+    return left;
+}
+
+/// The journal of a session that ends by `command`. A grade that was given to a dead host has reached nobody.
+void FinishJournal(TKSession* session, uint32_t command, bool hostWasAlive)
+{
+    bool done = command == kTKCommandCancel;
+    if (command == kTKCommandOK) {
+        done = hostWasAlive && (TKHostIsAlive(session) || !BlockIsLeftBehind(session));
+        if (!done) BPDebugLog("The host ended before it took the grade; the journal is kept\n");
+    }
+    TKRecoveryFinish(session, done ? tkRecoveryDone : tkRecoveryKept);
+}
+
 void GoResident(TKSession* session, uint32_t command)
 {
     TK_UI(session, enableMenus, false);
@@ -147,7 +172,6 @@ void Quit(TKSession* session)
     HandBack(session);
     TKCloseCommBlock(session);
     session->quitting = true;
-    TK_UI(session, closeMainWindow);
 }
 
 /// Names of processes that are gone are of use to nobody.
@@ -217,6 +241,7 @@ TKStartResult TKStartUp(TKSession* session)
     ShowEverything(session); // the first picture is graded; no undo step
 
     SplashStep(session, 2);
+    TKAddHostClips(session);
     SplashStep(session, 6);
 
     TK_UI(session, raiseMainWindow);
@@ -228,6 +253,7 @@ TKStartResult TKStartUp(TKSession* session)
     TK_UI(session, startTimer, kTKTickMs);
     (void)TKCommWindowCreate(session, TKBlockOf(session));
     TKUpdatePositionText(session);
+    TKRecoveryBegin(session);
     TK_UI(session, hideSplash);
     session->interfaceReady = true;
     return tkStartRun;
@@ -240,15 +266,35 @@ void TKEndSession(TKSession* session, uint32_t command)
     if (command == kTKCommandOK) TKStopPlayback(session);
     (void)CommitOpenEdit(session, true);
     TKStopPlayback(session);
+    TKRecoveryFlush(session);
+    const bool hostIsAlive = TKHostIsAlive(session);
     if (command == kTKCommandOK)
         block->settings = session->liveSettings;
     else
         WaitForScan(session, "kHICommandQuit: detected update\n", "kHICommandQuit: waiting\n",
                     "kHICommandQuit: wait complete");
-    if (StaysResident(session, command))
+    const bool stays = StaysResident(session, command);
+    if (stays)
         GoResident(session, command);
     else
         Quit(session);
+    FinishJournal(session, command, hostIsAlive);
+    if (!stays) TK_UI(session, closeMainWindow);
+}
+
+void TKEndLostSession(TKSession* session)
+{
+    TKStopPlayback(session);
+    (void)CommitOpenEdit(session, true);
+    TKRecoveryFlush(session);
+    const bool kept = session->recovery.file.handle != 0;
+    TKRecoveryFinish(session, tkRecoveryKept);
+    BPDebugLog("The host took its block back\n");
+    Quit(session);
+    session->platform->alert.alert(bpStop, kept ? "The host has ended this session without waiting for OK or Cancel. "
+                                                  "The grade is kept; it is offered when the clip is opened again."
+                                                : "The host has ended this session without waiting for OK or Cancel.");
+    TK_UI(session, closeMainWindow);
 }
 
 void TKApplicationActivated(TKSession* session, bool active)
@@ -292,6 +338,7 @@ void TKTearDown(TKSession* session)
         *frame = nullptr;
     }
     TK_UI(session, surfacesReplaced);
+    TKRecoveryFinish(session, tkRecoveryKept);
     HandBack(session);
     TKCloseCommBlock(session);
 }

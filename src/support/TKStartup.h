@@ -26,6 +26,10 @@ void TKTick(TKSession* session);
 /// asked to close.
 void TKEndSession(TKSession* session, uint32_t command);
 
+/// The end of a session whose host has taken its block back: the journal is kept, the user is told, the main window is
+/// asked to close.
+void TKEndLostSession(TKSession* session);
+
 /// The application came to the front or left it. Once the interface is ready, leaving stops playback.
 void TKApplicationActivated(TKSession* session, bool active);
 

@@ -1,4 +1,5 @@
 // The 10 ms tick: all background work of the main thread, in its order. kSteps is the order.
+#include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 #include "src/support/TKTransport.h"
 #include "src/support/TincturaCallback.h"
@@ -9,6 +10,14 @@ namespace {
 bool AttachStep(TKSession* session)
 {
     return TKBlockOf(session) || TKReattachHost(session);
+}
+
+/// A host that takes its block back ends the session, and the tick.
+bool LostHostStep(TKSession* session)
+{
+    if (!TKHostTookItsBlock(session)) return true;
+    TKEndLostSession(session);
+    return false;
 }
 
 bool FirstTickStep(TKSession* session)
@@ -55,6 +64,13 @@ bool PlaybackTickStep(TKSession* session)
     return true;
 }
 
+/// After the drag, so that a finished gesture is saved at once.
+bool JournalStep(TKSession* session)
+{
+    TKRecoveryStep(session);
+    return true;
+}
+
 /// Frames that nobody asked for are taken off the channel, so that whoever sent them is not left waiting.
 bool ChannelStep(TKSession* session)
 {
@@ -65,8 +81,8 @@ bool ChannelStep(TKSession* session)
 }
 
 using TickStep = bool (*)(TKSession* session);
-constexpr TickStep kSteps[] = {AttachStep, FirstTickStep,    DragStep,   CapsLockStep,
-                               CursorStep, PlaybackTickStep, ChannelStep};
+constexpr TickStep kSteps[] = {AttachStep,   LostHostStep, FirstTickStep,    DragStep,   JournalStep,
+                               CapsLockStep, CursorStep,   PlaybackTickStep, ChannelStep};
 
 } // namespace
 

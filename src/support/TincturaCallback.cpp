@@ -6,6 +6,7 @@
 
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
+#include "src/support/TKRecovery.h"
 
 #include <atomic>
 #include <cinttypes>
@@ -43,7 +44,7 @@ void SwapBlockPixels(TKSession* session)
     TKUIComm* block = TKBlockOf(session);
     const uint64_t room = session->commBlock.byteCount - offsetof(TKUIComm, pixels);
     const uint32_t flags = TKReadOnce(block->pixelFlags);
-    uint64_t byteCount = 0;
+    uint64_t byteCount = 0; // an address is that of an embedder in this process, whose order is ours
     if (flags & kTKUIFlagPixelsChunked)
         byteCount = TKReadOnce(block->chunkBytes);
     else if (flags & kTKUIFlagPixelsInline)
@@ -112,7 +113,7 @@ bool AwaitFrame(TKSession* session, uint32_t maximumBytes)
 {
     const TKUIComm* block = TKBlockOf(session);
     while (!session->receivedFrame) {
-        if (TKReadStatus(block) == kTKUIStatusRequestFailed) return false;
+        if (TKReadStatus(block) == kTKUIStatusRequestFailed || TKHostTookItsBlock(session)) return false;
         session->platform->clock.sleepMs(kFrameWaitMs);
         const bool alive = TKHostIsAlive(session); // before the look: what it sent before its end is then waiting
         if (TKCommWindowPoll(session, maximumBytes)) return false;
@@ -120,39 +121,6 @@ bool AwaitFrame(TKSession* session, uint32_t maximumBytes)
     }
     return true;
 }
-
-uint32_t Reversed(uint32_t word)
-{
-    return __builtin_bswap32(word);
-}
-
-void SwapWords(uint8_t* bytes, uint64_t wordCount)
-{
-    for (uint64_t i = 0; i < wordCount; ++i, bytes += 4) {
-        uint32_t word;
-        std::memcpy(&word, bytes, sizeof word);
-        word = Reversed(word);
-        std::memcpy(bytes, &word, sizeof word);
-    }
-}
-
-struct WordRun {
-    uint32_t offset, count;
-};
-
-// Deliberate: not every field is in this list, pixelAspect and several reserved words among those that are not. The
-// asymmetry is part of the format.
-constexpr WordRun kSwappedWords[] = {
-    {0, 5},       // version, signature, pixelFlags, status, reserved
-    {24, 1},      // reserved
-    {52848, 2},   // clipCount, reserved
-    {52860, 8},   // frame geometry, timing, reserved, framePixelFormat
-    {52896, 3},   // chunkBytes, bytesRemaining, reserved
-    {52916, 4},   // host process, reserved, hostApp
-    {53008, 8},   // hostPixelAdjust
-    {53044, 8389} // settings
-};
-static_assert(8389 * 4 == sizeof(OCSettings));
 
 } // namespace
 
@@ -192,13 +160,18 @@ void TKCloseCommBlock(TKSession* session)
 
 TKAttachResult TKAttachHost(TKSession* session)
 {
-    TKUIComm* block = TKOpenCommBlock(session);
-    if (!block) {
+    if (!TKOpenCommBlock(session)) {
         session->platform->alert.alert(bpStop, "No data passed to UI. This application is meant to be called by other "
                                                "applications, not run directly.");
         BPDebugLogTagged(kTag, "No data passed to UI.\n");
         return tkNoHost;
     }
+    return TKAdoptBlock(session);
+}
+
+TKAttachResult TKAdoptBlock(TKSession* session)
+{
+    TKUIComm* block = TKBlockOf(session);
     session->hostPresent = true;
     session->hostSwapped = false;
     if (const uint32_t version = TKReadOnce(block->version); version != kTKUIVersion) {
@@ -261,6 +234,7 @@ bool TKReattachHost(TKSession* session)
     TK_UI(session, refreshSource);
     TK_UI(session, refreshResult, true);
     TK_UI(session, enableMenus, true);
+    TKRecoveryBegin(session);
     session->tickCount = 0;
     return true;
 }
@@ -285,6 +259,28 @@ void TKDetachAndQuit(TKSession* session)
     TKCloseCommBlock(session);
     session->quitting = true;
     TK_UI(session, closeMainWindow);
+}
+
+bool TKHostTookItsBlock(const TKSession* session)
+{
+    return session->commBlock.address && !session->platform->sharedMemory.isWhole(&session->commBlock);
+}
+
+uint32_t TKAddHostClips(TKSession* session)
+{
+    const TKUIComm* block = TKBlockOf(session);
+    if (!block) return 0;
+    const int32_t clipCount = TKReadOnce(block->clipCount);
+    BP_ASSERT(clipCount >= 0, "UIGalleryWin");
+    uint32_t added = 0;
+    for (int32_t i = 0; i < clipCount && i < static_cast<int32_t>(kTKUIClipLimit); ++i) {
+        char path[sizeof TKClipRecord::path + 1] = {};
+        std::memcpy(path, block->clipList[i].path, sizeof TKClipRecord::path);
+        if (path[0] == 0) continue;
+        TK_UI(session, addClip, "Project footage", path);
+        ++added;
+    }
+    return added;
 }
 
 bool TKHostIsAlive(const TKSession* session)
@@ -362,6 +358,7 @@ BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteC
         session->platform->frameChannel.release(&session->frameChannel);
     }
     ForgetReceivedFrame(session);
+    TKRecoveryFlush(session); // the wait may be long
     TKStoreStatus(block, kTKUIStatusRequestFrame);
     if (!AwaitFrame(session, maximumBytes)) {
         BPDebugLog("OCCB_GetClipFrame: host returned kTKUIStatusRequestFailed\n");
@@ -375,20 +372,4 @@ BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteC
     session->receivedFrame = nullptr;
     session->receivedBytes = 0;
     return bpNoErr;
-}
-
-void TKSwapCommBlock(const TKSession* session, TKUIComm* block)
-{
-    if (!session->hostSwapped || !block) return;
-    auto* bytes = reinterpret_cast<uint8_t*>(block);
-    for (const WordRun& run : kSwappedWords) SwapWords(bytes + run.offset, run.count);
-    for (TKClipRecord& clip : block->clipList) clip.reserved = Reversed(clip.reserved);
-    block->frameRate100 = __builtin_bswap16(block->frameRate100);
-    block->startFrame = __builtin_bswap16(block->startFrame);
-}
-
-void TKSwapPixels(const TKSession* session, uint8_t* pixels, uint64_t byteCount)
-{
-    if (!session->hostSwapped || !pixels || byteCount < 4) return;
-    SwapWords(pixels, byteCount / 4);
 }

@@ -39,11 +39,22 @@ enum TKAttachResult : uint32_t {
 /// The first attach, once at start-up.
 TKAttachResult TKAttachHost(TKSession* session);
 
+/// The first attach from the moment at which the block is mapped; the session has a block. A block of the other byte
+/// order is turned, pixels and all.
+TKAttachResult TKAdoptBlock(TKSession* session);
+
 /// One look for a new block of a resident application, on each tick while detached. True when it attached.
 bool TKReattachHost(TKSession* session);
 
 /// The end of a resident application: state saved, main window asked to close. May run twice.
 void TKDetachAndQuit(TKSession* session);
+
+/// Whether the host has taken its block back while we are attached: removed it, or cut it short.
+bool TKHostTookItsBlock(const TKSession* session);
+
+/// Hands the clips of the host's list to the interface, as "Project footage": at most 200, those without a path left out.
+/// A negative count is an assertion failure and no clip. Returns how many there were. Once, at the start.
+uint32_t TKAddHostClips(TKSession* session);
 
 /// Whether the host of this session still lives. True while none is known.
 bool TKHostIsAlive(const TKSession* session);

@@ -39,6 +39,19 @@ TKUserInterface TKTestInterface(TKTestWindows* windows)
     };
     ui.restoreForeground = [](void* c) { W(c)->calls.push_back("restoreForeground"); };
     ui.setCursor = [](void* c, uint32_t cursor) { W(c)->calls.push_back("cursor " + std::to_string(cursor)); };
+    ui.addClip = [](void* c, const char* label, const char* path) {
+        W(c)->clips.push_back(std::string(label) + " " + path);
+    };
+    ui.askRecovery = [](void* c, const char* text, const char* detail) {
+        W(c)->calls.push_back("askRecovery");
+        W(c)->questions.push_back(text);
+        W(c)->questionDetail = detail;
+        if (W(c)->answers.empty()) return;
+        const bool answer = W(c)->answers.front();
+        W(c)->answers.erase(W(c)->answers.begin());
+        TKRecoveryAnswer(W(c)->session, answer);
+    };
+    ui.withdrawRecovery = [](void* c) { W(c)->calls.push_back("withdrawRecovery"); };
     ui.surfacesReplaced = [](void* c) { W(c)->calls.push_back("surfacesReplaced"); };
     ui.pixelAspectChanged = [](void* c, float aspect) { W(c)->aspect = aspect; };
     ui.refreshSource = [](void* c) { W(c)->calls.push_back("refreshSource"); };
@@ -151,6 +164,7 @@ void TKSessionTest::SetUp()
     BPFillFakePlatform(&platform_);
     const TKUserInterface ui = TKTestInterface(&windows_);
     ASSERT_EQ(TKCreateSession(&platform_, &ui, &session_), bpNoErr);
+    windows_.session = session_;
     // Without threads: the tests of the pool are its own.
     session_->prefs.multiprocessorEnable = 0;
     gBPFake.stores[kTKPreferencesStore]["Multiprocessor Enable"] = {
@@ -163,6 +177,7 @@ void TKSessionTest::TearDown()
     EXPECT_EQ(gBPFake.openMappings, 0u);
     EXPECT_EQ(gBPFake.openWatches, 0u);
     EXPECT_EQ(gBPFake.openStores, 0u);
+    EXPECT_EQ(gBPFake.openStateFiles, 0u);
     BPFailAllocation(0);
     BPFakeReset();
 }

@@ -5,6 +5,7 @@
 #include "src/platform/BPMemory.h"
 #include "src/platform/fake/BPFake.h"
 #include "src/support/TKCommands.h"
+#include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 #include "src/support/TKTransport.h"
 #include "src/support/TincturaCallback.h"
@@ -29,6 +30,11 @@ struct TKTestWindows {
     uint32_t timerMs = 0;
     uint32_t switches = 0; // calls of switchesChanged
     BPStatus buildResult = bpNoErr;
+    std::vector<std::string> clips;     // label and path of those for the gallery
+    std::vector<std::string> questions; // texts of askRecovery
+    std::string questionDetail;
+    std::vector<bool> answers; // of the next questions, given at once; without one the question stays open
+    TKSession* session = nullptr;
     std::function<void(TKSession*)> onBuild;
 
     uint32_t Count(const std::string& name) const

@@ -1,0 +1,21 @@
+// The box with its two buttons.
+#include "src/UI/UIRecoverWin.h"
+
+#include <QPushButton>
+
+UIRecoverWin::UIRecoverWin(QWidget* parent, const QString& text, const QString& detail,
+                           std::function<void(bool)> onAnswer)
+    : QMessageBox(QMessageBox::Question, QStringLiteral("Ochrine"), text, QMessageBox::NoButton, parent)
+{
+    setObjectName(QStringLiteral("recover"));
+    setTextFormat(Qt::PlainText); // the clip's name comes from outside
+    setInformativeText(detail);
+    QPushButton* recover = addButton(QStringLiteral("Recover"), QMessageBox::AcceptRole);
+    QPushButton* discard = addButton(QStringLiteral("Discard"), QMessageBox::DestructiveRole);
+    recover->setObjectName(QStringLiteral("recover_yes"));
+    discard->setObjectName(QStringLiteral("recover_no"));
+    setDefaultButton(recover);
+    setWindowModality(Qt::WindowModal);
+    connect(this, &QDialog::finished, this,
+            [this, recover, answer = std::move(onAnswer)] { answer(clickedButton() == recover); });
+}
