@@ -14,10 +14,7 @@ void RunCommand(MPTask* task)
     case mpDiagnostic:
         BPDebugLog("MP task %d was passed %d\n", static_cast<int>(task->thread.id), static_cast<int>(task->argument));
         break;
-    case mpProcessImage:
-        OCProcessImageBand(task->engine, &task->source, &task->destination, task->settings, task->argument,
-                           task->taskIndex);
-        break;
+    case mpProcessImage: OCProcessImageRun(task->engine, task->run); break;
     case mpRenderLumaRanges:
         OCRenderLumaRangesBand(task->engine, &task->source, task->pixels, task->pixelRowBytes, task->pixelFormat);
         break;
@@ -71,6 +68,17 @@ Band BandAt(uint32_t height, uint32_t taskCount, uint32_t index)
 {
     const uint32_t band = height / taskCount;
     return {.first = index * band, .count = index + 1 < taskCount ? band : height - (taskCount - 1) * band};
+}
+
+/// The display pixels can be made in the pass that makes the result: every pixel of it is made, row by row.
+bool IsDisplayOf(const FBFrame& source, const FBFrame& destination, const OCDisplay& display)
+{
+    return (display.format == pixFormatARGB8 || display.format == pixFormatBGRA8) &&
+           source.pixelFormat == pixFormatRGBYPlanar_Float && destination.pixelFormat == pixFormatRGBYPlanar_Float &&
+           source.height == destination.height && source.rowBytes == destination.rowBytes &&
+           source.rowBytes % sizeof(float) == 0 && destination.width <= destination.rowBytes / sizeof(float) &&
+           destination.width <= display.rowBytes / sizeof(uint32_t) && display.rowBytes % sizeof(uint32_t) == 0 &&
+           reinterpret_cast<uintptr_t>(display.pixels) % alignof(uint32_t) == 0;
 }
 
 /// Fills each slot, signals it, and waits for all in slot order.
@@ -147,21 +155,46 @@ void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks)
 void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* destination, const OCSettings* settings,
                   uint32_t flags, uint32_t taskCount, MPTask* tasks)
 {
+    ProcessImageCached(engine, nullptr, source, destination, {}, settings, flags, taskCount, tasks);
+}
+
+void ProcessImageCached(const OCEngine* engine, OCStageCache* cache, const FBFrame* source, const FBFrame* destination,
+                        const OCDisplay& display, const OCSettings* settings, uint32_t flags, uint32_t taskCount,
+                        MPTask* tasks)
+{
     BPDebugLog("ProcessImage: %d\n", static_cast<int>(taskCount));
+    OCBandRun run = cache ? OCPlanRun(cache, engine, source, destination) : OCPlainRun(source, destination);
+    const bool fused = destination && display.pixels && IsDisplayOf(*source, *destination, display);
+    if (fused) run.display = display;
     if (!destination || !tasks || OnCallingThread(source->height, taskCount) ||
         OnCallingThread(destination->height, taskCount)) {
-        OCProcessImageBand(engine, source, destination, settings, flags, 0);
-        return;
+        OCProcessImageRun(engine, run);
+    } else {
+        RunAll(taskCount, tasks, mpProcessImage, [=](MPTask* task, uint32_t i) {
+            const Band from = BandAt(source->height, taskCount, i);
+            const Band to = BandAt(destination->height, taskCount, i);
+            task->source = FBBandOf(*source, from.first, from.count);
+            task->destination = FBBandOf(*destination, to.first, to.count);
+            task->run = run;
+            task->run.source = &task->source;
+            task->run.destination = &task->destination;
+            if (run.start) {
+                task->start = FBBandOf(*run.start, from.first, from.count);
+                task->run.start = &task->start;
+            }
+            if (run.keep) {
+                task->keep = FBBandOf(*run.keep, from.first, from.count);
+                task->run.keep = &task->keep;
+            }
+            if (fused) task->run.display.pixels += size_t{to.first} * display.rowBytes;
+            task->engine = engine;
+            task->settings = settings;
+            task->argument = flags;
+        });
     }
-    RunAll(taskCount, tasks, mpProcessImage, [=](MPTask* task, uint32_t i) {
-        const Band from = BandAt(source->height, taskCount, i);
-        const Band to = BandAt(destination->height, taskCount, i);
-        task->source = FBBandOf(*source, from.first, from.count);
-        task->destination = FBBandOf(*destination, to.first, to.count);
-        task->engine = engine;
-        task->settings = settings;
-        task->argument = flags;
-    });
+    if (destination && display.pixels && !fused)
+        FBTransferFBFrameToPix(destination, nullptr, display.pixels, display.rowBytes, display.format, taskCount,
+                               tasks);
 }
 
 void FBTransferPixToFBFrame(const void* source, uint32_t sourceRowBytes, uint32_t sourcePlaneBytes,

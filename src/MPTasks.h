@@ -6,6 +6,7 @@
 
 #include "src/FBTransfer.h"
 #include "src/OCEngine.h"
+#include "src/OCStageCache.h"
 #include "src/platform/BPThreads.h"
 
 enum MPCommand : uint32_t {
@@ -28,9 +29,11 @@ struct MPTask {
     MPCommand command;
     uint32_t taskIndex;
     FBFrame source, destination; ///< the band's rows
+    FBFrame start, keep;         ///< likewise, of command 2 with kept planes
     // Arguments; each command uses its own.
     const OCEngine* engine;
     const OCSettings* settings;
+    OCBandRun run;     ///< command 2; its frames are those of this slot
     uint32_t argument; ///< flags word of command 2, the number of command 1
     uint8_t* pixels;
     const uint8_t* sourcePixels; ///< command 7
@@ -63,6 +66,13 @@ void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks);
 /// height. `settings` and `flags` are carried along and not read.
 void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* destination, const OCSettings* settings,
                   uint32_t flags, uint32_t taskCount, MPTask* tasks);
+
+/// The same with a stage cache (null: none) and with display pixels made beside the result (`pixels` null: none). The
+/// bits of both are those of ProcessImage and FBTransferFBFrameToPix one after the other. `display` is as large as
+/// `destination`.
+void ProcessImageCached(const OCEngine* engine, OCStageCache* cache, const FBFrame* source, const FBFrame* destination,
+                        const OCDisplay& display, const OCSettings* settings, uint32_t flags, uint32_t taskCount,
+                        MPTask* tasks);
 
 void FBTransferPixToFBFrame(const void* source, uint32_t sourceRowBytes, uint32_t sourcePlaneBytes,
                             FBPixelFormat sourceFormat, const FBFrame* frame, uint32_t taskCount, MPTask* tasks);

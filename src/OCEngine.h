@@ -17,6 +17,8 @@ struct OCTone {
     const float* entry; ///< kOCToneEntries floats
     float top;          ///< entry 16,383
     float slope;        ///< by which the output rises for each 1 of input above 1
+    /// Names the contents: no two tables that were ever built in this process share one. 0: not the engine's.
+    uint64_t version = 0;
 };
 
 /// The three ranges in the order in which their tools are blended.
@@ -99,6 +101,7 @@ struct OCProcessParams {
 
     // Luma range weights, kOCToneEntries floats each.
     const float* weight[ocRangeCount];
+    uint64_t weightVersion; ///< of the three together, as in OCTone
 
     // What is always read at one index, side by side, so that one load serves three tables: kOCToneEntries rows of four
     // floats on 16-byte boundaries, shadows, midtones, highlights and 0. The fast kernel reads these, the readable one

@@ -3,6 +3,7 @@
 
 #include "src/BPMath.h"
 
+#include <atomic>
 #include <cstring>
 
 using namespace ocengine;
@@ -24,7 +25,10 @@ OCTone ocengine::ToneAt(OCEngine* engine, uint32_t slot, float base)
     const float* entry = TableAt(engine, slot);
     const uint32_t steps = 16384 / static_cast<uint32_t>(base);
     // Deliberate: the last entry but one is the top; inputs above 1 have always continued from there.
-    return {.entry = entry, .top = entry[16383], .slope = (entry[16383] - entry[16383 - steps]) * base};
+    return {.entry = entry,
+            .top = entry[16383],
+            .slope = (entry[16383] - entry[16383 - steps]) * base,
+            .version = engine->version[slot]};
 }
 
 const float* ocengine::LaySideBySide(OCEngine* engine, uint32_t rows, uint32_t first, uint32_t step)
@@ -41,7 +45,14 @@ bool ocengine::Renew(OCEngine* engine, uint32_t slot, const Key& key)
     if (std::memcmp(&engine->key[slot], &key, sizeof key) == 0) return false;
     engine->key[slot] = key;
     ++engine->tablesBuilt;
+    MarkChanged(engine, slot);
     return true;
+}
+
+void ocengine::MarkChanged(OCEngine* engine, uint32_t slot)
+{
+    static std::atomic<uint64_t> last = 0; // of all engines of the process
+    engine->version[slot] = ++last;
 }
 
 void ocengine::FillRamp(float* table)

@@ -59,6 +59,7 @@ struct OCEngine {
     float* tables;                           // kTableCount tables
     float* calcArray;                        // scratch of one table, from the first update on
     ocengine::Key key[ocengine::kSlotCount]; // count 0: never built
+    uint64_t version[ocengine::kSlotCount];  // of the contents
     HCurve rgbCurve[4], hslCurve[3];
     bool rgbCurvesBuilt, hslCurvesBuilt, weightsBuilt;
     OCLumaRangeBlock lumaRange;
@@ -77,6 +78,9 @@ const float* LaySideBySide(OCEngine* engine, uint32_t rows, uint32_t first, uint
 
 /// True when the slot has to be built; it then counts as built with this key.
 bool Renew(OCEngine* engine, uint32_t slot, const Key& key);
+
+/// Gives the contents of a slot a new version. Renew does so.
+void MarkChanged(OCEngine* engine, uint32_t slot);
 
 void FillRamp(float* table);
 

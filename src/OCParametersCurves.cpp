@@ -63,6 +63,7 @@ void ocengine::UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
             float* table = TableAt(engine, kRGBCurveSlot + c);
             for (uint32_t i = 0; i < kOCToneEntries; ++i)
                 table[i] = masterLookup[static_cast<uint32_t>(UnitOf(own[i]) * 16384.0f + 0.5f)];
+            MarkChanged(engine, kRGBCurveSlot + c);
             ++engine->tablesBuilt;
         }
         BPFree(masterLookup);
@@ -88,6 +89,7 @@ void ocengine::UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
         float* table = TableAt(engine, kHSLCurveSlot + c);
         for (uint32_t i = 0; i < kOCToneEntries; ++i) // hue is a shift, saturation and lightness are factors
             table[i] = c == 0 ? engine->calcArray[i] - 0.5f : 2 * engine->calcArray[i];
+        MarkChanged(engine, kHSLCurveSlot + c);
         ++engine->tablesBuilt;
     }
     engine->hslCurvesBuilt = allBuilt;
@@ -108,6 +110,8 @@ void ocengine::UpdateWeights(OCEngine* engine, const OCSettings& s)
     if (OCBuildLumaRangeTables(&inputs, table[ocShadows], table[ocMidtones], table[ocHighlights]) != bpNoErr) return;
     engine->params.weightRows = LaySideBySide(engine, kWeightRows, kWeightSlot, 1);
     engine->tablesBuilt += ocRangeCount;
+    MarkChanged(engine, kWeightSlot);
+    engine->params.weightVersion = engine->version[kWeightSlot];
     engine->weightsBuilt = true;
     engine->lumaRange = inputs;
 }
@@ -182,6 +186,8 @@ void ocengine::FillNeutral(OCEngine* engine)
     FillRamp(TableAt(engine, kInverseSlot));
     for (uint32_t c = 0; c < 3; ++c) {
         FillRamp(TableAt(engine, kRGBCurveSlot + c));
+        MarkChanged(engine, kRGBCurveSlot + c);
+        MarkChanged(engine, kHSLCurveSlot + c);
         p.rgbCurve[c] = ToneAt(engine, kRGBCurveSlot + c, kLongBase);
         std::fill_n(TableAt(engine, kHSLCurveSlot + c), kOCToneEntries, c == 0 ? 0.0f : 1.0f);
     }

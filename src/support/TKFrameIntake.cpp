@@ -283,6 +283,7 @@ bool TakeBuffer(TKSession* session, const uint8_t* buffer, uint32_t byteCount)
         BPDebugLog("A frame of %u bytes does not fit the clip's frames\n", byteCount);
         return false;
     }
+    OCForgetStages(&session->stageCache);
     Transfer(session, buffer, shape, session->sourceFrame);
     (void)OCApplyPixelAdjust(&session->imageTransfer, session->storedPixelAdjust, session->sourceFrame);
     return ShowSource(session) == bpNoErr;
@@ -347,6 +348,7 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
         return bpParamErr;
     }
 
+    OCForgetStages(&session->stageCache);
     if (!FrameMatches(session->comparisonFrame, width, height)) DisposeFrame(&session->comparisonFrame);
     BPStatus err = FitFrame(&session->sourceFrame, width, height);
     if (err == bpNoErr) err = FitFrame(&session->resultFrame, width, height);

@@ -47,6 +47,7 @@ void TKDisposeSession(TKSession* session)
     BPFree(session->receivedFrame);
     OCDisposeImageTransfer(&session->imageTransfer);
     UndoDispose(session->undoRing);
+    OCDisposeStageCache(&session->stageCache);
     OCDisposeEngine(session->engine);
     BPFree(session);
 }

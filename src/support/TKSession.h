@@ -126,6 +126,7 @@ struct TKSession {
     TKUndoRing* undoRing;
     uint32_t lastSlot;
     OCEngine* engine;
+    OCStageCache stageCache; ///< of the source frame; forgotten whenever its pixels change
 
     // Picture.
     FBFrame* sourceFrame;

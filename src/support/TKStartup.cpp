@@ -333,6 +333,7 @@ void TKTearDown(TKSession* session)
     for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
                                   &session->secondarySurface, &session->sourceSurface})
         ScopeSurfaceDispose(surface);
+    OCDisposeStageCache(&session->stageCache);
     for (FBFrame** frame : {&session->sourceFrame, &session->resultFrame}) {
         if (*frame) FBDisposeFrameBuffer(*frame);
         *frame = nullptr;

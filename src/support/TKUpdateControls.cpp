@@ -100,15 +100,15 @@ void TKRenderFrame(TKSession* session)
 {
     if (session->renderInProgress || !session->sourceFrame || !session->resultFrame) return;
     session->renderInProgress = true;
-    ProcessImage(session->engine, session->sourceFrame, session->resultFrame, &session->liveSettings, 0,
-                 session->taskCount, session->tasks);
-    ++session->renderCount;
-    session->resultIsStale = false;
     const FBFrame* result = session->resultFrame;
     const ScopeSurface& surface = session->resultSurface;
+    OCDisplay display = {};
     if (surface.pixels && surface.width == result->width && surface.height == result->height)
-        FBTransferFBFrameToPix(result, nullptr, surface.pixels, surface.rowBytes, pixFormatBGRA8, session->taskCount,
-                               session->tasks);
+        display = {.pixels = surface.pixels, .rowBytes = surface.rowBytes, .format = pixFormatBGRA8};
+    ProcessImageCached(session->engine, &session->stageCache, session->sourceFrame, result, display,
+                       &session->liveSettings, 0, session->taskCount, session->tasks);
+    ++session->renderCount;
+    session->resultIsStale = false;
     session->renderInProgress = false;
 }
 

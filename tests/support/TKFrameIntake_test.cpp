@@ -1,7 +1,9 @@
 // The frame of the block and the frames of requests, down to pixels.
+#include "src/platform/BPMemory.h"
 #include "tests/support/TKTestSession.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -54,6 +56,39 @@ TEST_F(TKFrameIntake, TheGradeIsInTheFirstResult)
     ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
     EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
     EXPECT_EQ(TKPixelAt(session_->resultSurface, 3, 3), 0xFF000000u);
+}
+
+// While a control moves, what stands upstream of it is kept; another picture in the same frame must not meet it.
+TEST_F(TKFrameIntake, AFrameThatComesAfterADragIsGradedFromItsOwnPixels)
+{
+    Attach();
+    OCSettings& g = session_->liveSettings;
+    g.primaryOn = g.hslOn = g.hsl.master.on = g.rgbOn = g.rgb.master.on = 1;
+    g.hsl.master.gain = 0.5f;
+    for (int i = 0; i < 3; ++i) {
+        g.rgb.master.group.gain = 1 + static_cast<float>(i) / 8;
+        RecomputeAndRefresh(session_, false);
+    }
+    EXPECT_EQ(session_->stageCache.step, 8u);
+    g.rgb.master.group.gain = 2; // what the other halves
+    RecomputeAndRefresh(session_, false);
+    EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
+
+    for (uint32_t frame : {2u, 3u}) {
+        const std::vector<uint8_t> pixels = host_.Frame(frame);
+        auto* buffer = static_cast<uint8_t*>(BPAllocate(pixels.size()));
+        std::memcpy(buffer, pixels.data(), pixels.size());
+        TKTakeFrame(session_, buffer, static_cast<uint32_t>(pixels.size()));
+        EXPECT_TRUE(ShowsFrame(session_->resultSurface, frame));
+    }
+    host_.PaintRows(host_.Pixels(), 0, host_.height, 4);
+    g.rgb.master.group.gain = 1.5f;
+    RecomputeAndRefresh(session_, false);
+    g.rgb.master.group.gain = 2;
+    RecomputeAndRefresh(session_, false);
+    EXPECT_EQ(session_->stageCache.step, 8u);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_TRUE(ShowsFrame(session_->resultSurface, 4));
 }
 
 TEST_F(TKFrameIntake, AChunkedFrameIsTheSameFrame)
