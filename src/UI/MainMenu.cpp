@@ -1,53 +1,76 @@
 // The rows of the menu bar.
 #include "src/UI/MainMenu.h"
 
+#include "src/support/TKCommands.h"
+
 namespace {
 
+constexpr TKMenuRow Menu(uint32_t depth, const char* title)
+{
+    return {depth, title, 0, 0};
+}
+
+constexpr TKMenuRow List(uint32_t depth, const char* title, uint32_t firstOfList)
+{
+    return {depth, title, 0, firstOfList};
+}
+
+constexpr TKMenuRow Item(uint32_t depth, uint32_t command)
+{
+    return {depth, nullptr, command, 0};
+}
+
+constexpr TKMenuRow kLine = {1, nullptr, 0, 0};
+
 constexpr TKMenuRow kMenus[] = {
-    {0, "File", nullptr, 0},
-    {1, "Export", nullptr, 0},
-    {2, "Settings to Academy 3D LUT...", nullptr, 14105},
-    {2, "Settings to Autodesk 3D LUT", nullptr, 0},
-    {3, "Lustre...", nullptr, 14901},
-    {3, "Flame...", nullptr, 14902},
-    {3, "Smoke...", nullptr, 14903},
-    {3, "Generic .3dl...", nullptr, 14904},
-    {2, "Settings to Cinetal 3D LUT...", nullptr, 14107},
-    {2, "Settings to Ochrine Preview LUT...", nullptr, 14108},
-    {2, "Settings to HDLink Pro 3D LUT...", nullptr, 14109},
-    {2, "Settings to LUTher 3D LUT...", nullptr, 14110},
-    {2, "Settings to Panavision GDP 3D LUT...", nullptr, 14111},
-    {2, "Settings to Pogle 3D LUT...", nullptr, 14112},
-    {2, "Settings to Scratch 3D LUT...", nullptr, 14113},
-    {2, "Settings to Truelight 3D LUT...", nullptr, 14114},
-    {1, nullptr, nullptr, 0},
-    {1, "Exit", "Ctrl+Q", 59003},
-    {0, "Edit", nullptr, 0},
-    {1, "Undo", "Ctrl+Z", 59004},
-    {1, "Redo", "Shift+Ctrl+Z", 59005},
-    {1, nullptr, nullptr, 0},
-    {1, "Cut", "Ctrl+X", 59006},
-    {1, "Copy", "Ctrl+C", 59007},
-    {1, "Paste", "Ctrl+V", 59008},
-    {1, "Clear", nullptr, 59009},
-    {1, nullptr, nullptr, 0},
-    {1, "Preferences...", nullptr, 59014},
-    {0, "Settings", nullptr, 0},
-    {1, "Reset All", "Shift+Ctrl+Alt+R", 13201},
-    {1, "Load Settings...", "Shift+Ctrl+Alt+L", 13202},
-    {1, "Save Settings...", "Shift+Ctrl+Alt+S", 13203},
-    {1, "Save User Preset...", "Shift+Ctrl+Alt+P", 13204},
-    {1, "Load ASC CDL...", nullptr, 13205},
-    {1, "Save ASC CDL...", nullptr, 13206},
-    {0, "Clip", nullptr, 0},
-    {1, "Save Reference Image", "Ctrl+Alt+R", 13304},
-    {0, "View", nullptr, 0},
-    {1, "Single", "Ctrl+1", 13101},
-    {1, "Normal", "Ctrl+2", 13102},
-    {0, "Help", nullptr, 0},
-    {1, "View Ochrine User's Guide...", nullptr, 13601},
-    {1, "View Ochrine Online Knowledge Base...", nullptr, 13602},
-    {1, "About Ochrine...", nullptr, 59025},
+    Menu(0, "File"),
+    Menu(1, "Export"),
+    Item(2, 14105),
+    Menu(2, "Settings to Autodesk 3D LUT"),
+    Item(3, 14901),
+    Item(3, 14902),
+    Item(3, 14903),
+    Item(3, 14904),
+    Item(2, 14107),
+    Item(2, 14108),
+    Item(2, 14109),
+    Item(2, 14110),
+    Item(2, 14111),
+    Item(2, 14112),
+    Item(2, 14113),
+    Item(2, 14114),
+    kLine,
+    Item(1, 59003),
+    Menu(0, "Edit"),
+    Item(1, 59004),
+    Item(1, 59005),
+    kLine,
+    Item(1, 59006),
+    Item(1, 59007),
+    Item(1, 59008),
+    Item(1, 59009),
+    kLine,
+    Item(1, 59014),
+    Menu(0, "Settings"),
+    Item(1, 13201),
+    Item(1, 13202),
+    Item(1, 13203),
+    Item(1, 13204),
+    Item(1, 13205),
+    Item(1, 13206),
+    Menu(0, "Clip"),
+    Item(1, 13304),
+    Menu(0, "View"),
+    Item(1, 13101),
+    Item(1, 13102),
+    kLine,
+    List(1, "Primary Preview LUT", 14501),
+    List(1, "Secondary Preview LUT", 14601),
+    List(1, "External Preview LUT", 14701),
+    Menu(0, "Help"),
+    Item(1, 13601),
+    Item(1, 13602),
+    Item(1, 59025),
 };
 
 } // namespace
@@ -55,4 +78,20 @@ constexpr TKMenuRow kMenus[] = {
 std::span<const TKMenuRow> TKMenuRows()
 {
     return kMenus;
+}
+
+const char* TKMenuText(const TKMenuRow& row)
+{
+    if (row.title) return row.title;
+    const TKCommandRow* command = TKFindCommand(row.command);
+    return command ? command->text : nullptr;
+}
+
+TKMenuColumns TKSplitMenuText(std::string_view text)
+{
+    // The key stands last and has no space in it. F1 is told by no text.
+    const size_t space = text.rfind(' ');
+    if (space == std::string_view::npos || text.find("Ctrl+", space) == std::string_view::npos) return {text, {}};
+    const size_t end = text.find_last_not_of(' ', space);
+    return {text.substr(0, end + 1), text.substr(space + 1)};
 }

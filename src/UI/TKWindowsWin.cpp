@@ -92,6 +92,22 @@ struct TKWindowsCalls {
     }
     static void WithdrawRecovery(void* context) { Self(context).recover_.reset(); }
 
+    static void FocusMainWindow(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->setFocus();
+    }
+    static void ShowAbout(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->showAbout();
+    }
+    static void SelectSettingsTab(void* context, int32_t tab, int32_t inner, int32_t innermost)
+    {
+        if (TincturaMainWin* window = Main(context)) window->tools()->selectTabs(tab, inner, innermost);
+    }
+    static void SelectRightPane(void* context, int32_t mode)
+    {
+        if (TincturaMainWin* window = Main(context)) window->selectView(mode);
+    }
     static void SurfacesReplaced(void* context)
     {
         if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
@@ -177,6 +193,10 @@ TKUserInterface TKWindowsWin::interface()
     ui.paletteChanged = TKWindowsCalls::PaletteChanged;
     ui.askRecovery = TKWindowsCalls::AskRecovery;
     ui.withdrawRecovery = TKWindowsCalls::WithdrawRecovery;
+    ui.focusMainWindow = TKWindowsCalls::FocusMainWindow;
+    ui.showAbout = TKWindowsCalls::ShowAbout;
+    ui.selectSettingsTab = TKWindowsCalls::SelectSettingsTab;
+    ui.selectRightPane = TKWindowsCalls::SelectRightPane;
     ui.surfacesReplaced = TKWindowsCalls::SurfacesReplaced;
     ui.pixelAspectChanged = TKWindowsCalls::PixelAspectChanged;
     ui.refreshSource = TKWindowsCalls::RefreshSource;

@@ -35,5 +35,4 @@ class TKWindowsWin {
     std::unique_ptr<TincturaMainWin> main_;
     std::unique_ptr<UIRecoverWin> recover_; // above main_, and gone before it
     QTimer timer_;
-    bool menusEnabled_ = true;
 };

@@ -3,6 +3,7 @@
 
 #include "src/UI/LayoutReportWin.h"
 #include "src/UI/MainMenu.h"
+#include "src/UI/UIAboutWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKCommands.h"
@@ -20,23 +21,20 @@ namespace {
 struct ButtonRow {
     const char* label;
     uint32_t command;
-    int distance; ///< from the right edge of the button before to its own
+    int distance;
 };
 
-// From the right edge leftwards.
-constexpr ButtonRow kButtons[] = {{"OK", 59001, 10}, {"Cancel", 59002, 73}, {"Reset All", 13201, 86}};
-constexpr int kButtonWidth = 66;
-constexpr int kWideButtonWidth = 78;
+// From the right edge leftwards; a distance is from the left edge of the button before.
+constexpr ButtonRow kButtons[] = {{"OK", kTKCommandOK, 73},
+                                  {"Cancel", kTKCommandCancel, 73},
+                                  {"Reset All", kTKCommandResetAll, 86},
+                                  {"Save...", kTKCommandSaveSettings, 86},
+                                  {"Load...", kTKCommandLoadSettings, 73}};
+constexpr int kButtonGap = 7;
 constexpr int kButtonHeight = 24;
 constexpr int kTopBarHeight = 34;
 constexpr int kEdge = 8;
-
-bool IsServed(uint32_t command)
-{
-    for (const TKCommandRow& row : TKCommands())
-        if (row.id == command) return true;
-    return false;
-}
+constexpr int kViewsWidth = 300;
 
 } // namespace
 
@@ -53,6 +51,7 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
         auto* button = new QPushButton(QString::fromLatin1(row.label), this);
         button->setObjectName(QString::fromLatin1(row.label));
         button->setFocusPolicy(Qt::TabFocus);
+        button->setEnabled(TKCommandIsEnabled(session, row.command));
         connect(button, &QPushButton::clicked, this, [this, &row] { DoMenuCommand(session_, row.command, nullptr); });
         buttons_.push_back(button);
     }
@@ -65,11 +64,14 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
     picture_ = new UIImagePaneWin(session, this);
     picture_->setObjectName(QStringLiteral("picture"));
     picture_->setSurface(&session->resultSurface);
-    session->imagePaneMode = tkImageResult;
+    views_->select(session->imagePaneMode); // the preference, when this window has that view
+    showView(views_->current());
     transport_ = new UITransportWin(session, this);
     transport_->setObjectName(QStringLiteral("transport"));
     session->transport[kTKTransportLeft].visible = true;
+    const int32_t wantedTab = session->settingsTab;
     tools_ = new ToolAreaWin(session, this, error);
+    tools_->selectPane(wantedTab);
     tools_->setObjectName(QStringLiteral("tools"));
     layoutTimer_.setSingleShot(true);
     layoutTimer_.setInterval(20);
@@ -79,42 +81,45 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
 
 void TincturaMainWin::buildMenus()
 {
-    QMenu* open[4] = {};
+    UIMenuWin* open[4] = {};
     for (const TKMenuRow& row : TKMenuRows()) {
-        if (row.depth == 0) {
-            open[0] = menus_->addMenu(QString::fromLatin1(row.text));
-            connect(open[0], &QMenu::aboutToShow, this, [this] { updateMenuState(); });
-            continue;
-        }
-        QMenu* parent = open[row.depth - 1];
-        if (!row.text) {
-            parent->addSeparator();
+        const QString text = QString::fromUtf8(TKMenuText(row));
+        if (row.title) {
+            auto* menu = new UIMenuWin(text, this);
+            open[row.depth] = menu;
+            menuList_.push_back(menu);
+            if (row.depth == 0) {
+                menus_->addMenu(menu);
+                connect(menu, &QMenu::aboutToShow, this, [this] { updateMenuState(); });
+            } else {
+                open[row.depth - 1]->addMenu(menu);
+            }
+            if (row.firstOfList != 0) lists_.emplace_back(row.firstOfList, menu);
             continue;
         }
         if (row.command == 0) {
-            open[row.depth] = parent->addMenu(QString::fromLatin1(row.text));
+            open[row.depth - 1]->addSeparator();
             continue;
         }
-        // The key is text in the shortcut column and no more: keys are routed by offerKey, once.
-        QString text = QString::fromLatin1(row.text);
-        if (row.keyText) text += u'\t' + QString::fromLatin1(row.keyText);
-        QAction* action = parent->addAction(text);
-        action->setEnabled(IsServed(row.command));
+        // The key in the text is text and no more: keys are routed by offerKey, once.
+        QAction* action = open[row.depth - 1]->addAction(text);
         const uint32_t command = row.command;
         connect(action, &QAction::triggered, this, [this, command] { DoMenuCommand(session_, command, nullptr); });
         actions_.emplace_back(command, action);
     }
+    for (UIMenuWin* menu : menuList_) menu->fitColumns();
+    updateMenuState();
 }
 
 void TincturaMainWin::updateMenuState()
 {
     const TKMenuState state = UpdateMenuState(session_);
-    for (auto& [command, action] : actions_) {
-        if (!IsServed(command)) continue;
-        if (command == kTKCommandUndo) action->setEnabled(state.undo);
-        if (command == kTKCommandRedo) action->setEnabled(state.redo);
-        if (command == kTKCommandCut) action->setEnabled(state.cut);
-        if (command == kTKCommandCopy) action->setEnabled(state.copy);
+    for (auto& [command, action] : actions_) action->setEnabled(menusEnabled_ && TKCommandIsEnabled(session_, command));
+    for (auto& [first, menu] : lists_) {
+        const bool served = first == kTKSecondaryTables  ? state.secondaryLUT
+                            : first == kTKExternalTables ? state.externalLUT
+                                                         : true;
+        menu->menuAction()->setEnabled(menusEnabled_ && served && !menu->isEmpty());
     }
 }
 
@@ -151,7 +156,22 @@ void TincturaMainWin::playingChanged()
 
 void TincturaMainWin::enableMenus(bool enable)
 {
-    menus_->setEnabled(enable);
+    menusEnabled_ = enable;
+    for (const QAction* top : menus_->actions()) {
+        const QList<QAction*> items = top->menu()->actions();
+        for (qsizetype i = 0; i < qMin<qsizetype>(items.size(), kTKMenuItemLimit); ++i) items[i]->setEnabled(enable);
+    }
+    updateMenuState();
+}
+
+void TincturaMainWin::selectView(int index)
+{
+    views_->select(index);
+}
+
+void TincturaMainWin::showAbout()
+{
+    UIAboutWin(this).exec();
 }
 
 void TincturaMainWin::applyPalette()
@@ -161,15 +181,19 @@ void TincturaMainWin::applyPalette()
 
 bool TincturaMainWin::offerKey(const QKeyEvent& event)
 {
-    const uint32_t key = TKVirtualKey(event);
-    if (key == 0) return false;
-    const uint32_t modifiers = TKModifiersOf(event.modifiers());
-    if (const uint32_t command = TKAcceleratorCommand(key, modifiers)) {
-        DoMenuCommand(session_, command, nullptr);
-        return true;
+    const uint32_t modifiers =
+        TKModifiersOf(event.modifiers()) | (session_->platform->keyboard.modifierWord() & bpCapsLock);
+    const TKKeyFocus focus = TKFocusOf(focusWidget());
+    if (const uint32_t key = TKVirtualKey(event)) {
+        if (const uint32_t command = TKAcceleratorCommand(key, modifiers)) {
+            // The key of a disabled item is dead, as its item is.
+            if (menusEnabled_ && TKCommandIsEnabled(session_, command)) DoMenuCommand(session_, command, nullptr);
+            return true;
+        }
+        if (TKKeyDown(session_, key, modifiers, focus)) return true;
     }
-    if (session_->controls.openSlider) return false; // the keys belong to the edit
-    return TKKeyDown(session_, key, modifiers | (session_->platform->keyboard.modifierWord() & bpCapsLock));
+    const uint32_t character = TKCharacterOf(event);
+    return character != 0 && TKShortcutKey(session_, character, modifiers, focus);
 }
 
 bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
@@ -201,11 +225,11 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
 {
     const int menuHeight = menus_->sizeHint().height();
     menus_->setGeometry(0, 0, width(), menuHeight);
-    int right = width();
+    int left = width() - kEdge + kButtonGap;
     for (size_t i = 0; i < buttons_.size(); ++i) {
-        right -= kButtons[i].distance;
-        const int span = kButtons[i].distance > 80 ? kWideButtonWidth : kButtonWidth;
-        buttons_[i]->setGeometry(right - span, menuHeight + (kTopBarHeight - kButtonHeight) / 2, span, kButtonHeight);
+        left -= kButtons[i].distance;
+        buttons_[i]->setGeometry(left, menuHeight + (kTopBarHeight - kButtonHeight) / 2,
+                                 kButtons[i].distance - kButtonGap, kButtonHeight);
     }
     const int top = menuHeight + kTopBarHeight;
     // A window lower than the screens that we are made for shares its height instead of losing the picture.
@@ -213,7 +237,8 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
     tools_->setGeometry(0, height() - toolHeight, width(), toolHeight);
     const int transportTop = height() - toolHeight - UITransportWin::kHeight;
     transport_->setGeometry(0, transportTop, width(), UITransportWin::kHeight);
-    views_->setGeometry(kEdge, menuHeight + (kTopBarHeight - UIHorizTabWin::kHeight), 300, UIHorizTabWin::kHeight);
+    views_->setGeometry(kEdge, menuHeight + (kTopBarHeight - UIHorizTabWin::kHeight),
+                        qMin(kViewsWidth, left - 2 * kEdge), UIHorizTabWin::kHeight);
     picture_->setGeometry(kEdge, top + 4, width() - 2 * kEdge, transportTop - top - 8);
 }
 

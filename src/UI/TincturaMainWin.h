@@ -3,6 +3,7 @@
 
 #include "src/UI/ToolPanesWin.h"
 #include "src/UI/UIImagePaneWin.h"
+#include "src/UI/UIMenuWin.h"
 #include "src/UI/UITransportWin.h"
 
 #include <QMenuBar>
@@ -20,10 +21,12 @@ class TincturaMainWin : public QWidget {
     void playingChanged();
     void enableMenus(bool enable);
     void applyPalette();
+    void selectView(int index); ///< of the image pane; a view that this window does not have changes nothing
+    void showAbout();
     UISliderWin* sliderOf(const TKSlider* slider) const { return tools_->sliderOf(slider); }
     ToolAreaWin* tools() const { return tools_; }
 
-    /// Offers a key press as the message loop does: accelerators, then transport keys. True when it is consumed.
+    /// Offers a key press as the message loop does: accelerators, keys of transport and slots, letters. True when it is consumed.
     bool offerKey(const QKeyEvent& event);
 
   protected:
@@ -41,7 +44,10 @@ class TincturaMainWin : public QWidget {
 
     TKSession* session_;
     QMenuBar* menus_;
+    bool menusEnabled_ = true;
+    std::vector<UIMenuWin*> menuList_;
     std::vector<std::pair<uint32_t, QAction*>> actions_; ///< by command
+    std::vector<std::pair<uint32_t, UIMenuWin*>> lists_; ///< filled at run time, by their first command
     std::vector<QPushButton*> buttons_;                  ///< from the right
     UIHorizTabWin* views_;
     UIImagePaneWin* picture_;

@@ -107,6 +107,12 @@ void ToolPaneWin::showPage(int index)
     layOut();
 }
 
+void ToolPaneWin::selectInner(int inner, int innermost)
+{
+    if (inner_) inner_->select(inner);
+    ranges_->select(inner_ ? innermost : inner);
+}
+
 void ToolPaneWin::layOut()
 {
     int x = 0;
@@ -164,6 +170,13 @@ UISliderWin* ToolAreaWin::sliderOf(const TKSlider* slider) const
 void ToolAreaWin::selectPane(int index)
 {
     tabs_->select(index);
+}
+
+void ToolAreaWin::selectTabs(int pane, int inner, int innermost)
+{
+    selectPane(pane);
+    if (pane >= 0 && static_cast<size_t>(pane) < panes_.size())
+        panes_[static_cast<size_t>(pane)]->selectInner(inner, innermost);
 }
 
 void ToolAreaWin::switchesChanged()

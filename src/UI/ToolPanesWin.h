@@ -32,6 +32,8 @@ class ToolPaneWin : public QWidget {
     ToolPaneWin(TKSession* session, const TKPaneRow& pane, QWidget* parent, BPStatus* error);
 
     UISliderWin* sliderOf(const TKSlider* slider) const;
+    /// The tab inside this one, and the one inside that; -1 leaves one alone.
+    void selectInner(int inner, int innermost);
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -55,7 +57,8 @@ class ToolAreaWin : public QWidget {
     ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error);
 
     UISliderWin* sliderOf(const TKSlider* slider) const;
-    void selectPane(int index);
+    void selectPane(int index); ///< a number without a pane changes nothing
+    void selectTabs(int pane, int inner, int innermost);
     void switchesChanged(); ///< the checkboxes of all tabs follow the live settings
 
   protected:

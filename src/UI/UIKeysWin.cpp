@@ -1,7 +1,28 @@
 // Key codes.
 #include "src/UI/UIKeysWin.h"
 
-#include "src/support/TKCommands.h"
+#include "src/UI/UISliderWin.h"
+
+#include <QLineEdit>
+
+namespace {
+
+/// Letters and digits by the place of their key, as the X server and Wayland number them.
+struct KeyRow {
+    quint32 first;
+    const char* keys;
+};
+constexpr KeyRow kKeyRows[] = {{10, "1234567890"}, {24, "QWERTYUIOP"}, {38, "ASDFGHJKL"}, {52, "ZXCVBNM"}};
+
+uint32_t KeyByPlace(quint32 place)
+{
+    for (const KeyRow& row : kKeyRows)
+        for (quint32 i = 0; row.keys[i] != 0; ++i)
+            if (row.first + i == place) return static_cast<uint32_t>(row.keys[i]);
+    return 0;
+}
+
+} // namespace
 
 uint32_t TKVirtualKey(const QKeyEvent& event)
 {
@@ -23,7 +44,7 @@ uint32_t TKVirtualKey(const QKeyEvent& event)
     case Qt::Key_Backtab: return kTKKeyTab;
     case Qt::Key_Escape: return kTKKeyEscape;
     case Qt::Key_Backspace: return kTKKeyBack;
-    default: return 0;
+    default: return KeyByPlace(event.nativeScanCode());
     }
 }
 
@@ -34,4 +55,19 @@ uint32_t TKModifiersOf(Qt::KeyboardModifiers modifiers)
     if (modifiers & Qt::AltModifier) word |= bpAltKey;
     if (modifiers & Qt::ControlModifier) word |= bpControlKey;
     return word;
+}
+
+uint32_t TKCharacterOf(const QKeyEvent& event)
+{
+    const QString text = event.text();
+    return text.size() == 1 ? text.at(0).unicode() : 0;
+}
+
+TKKeyFocus TKFocusOf(const QWidget* widget)
+{
+    if (!widget) return tkFocusElsewhere;
+    if (widget->property(kUITakesArrows).toBool()) return tkFocusArrows;
+    // The edit of a slider is known to the session, which lets the keys of slots and of playing through.
+    const bool ofSlider = widget->parentWidget() && dynamic_cast<const UISliderWin*>(widget->parentWidget());
+    return dynamic_cast<const QLineEdit*>(widget) && !ofSlider ? tkFocusText : tkFocusElsewhere;
 }

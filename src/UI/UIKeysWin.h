@@ -1,12 +1,23 @@
 // From Qt's keys and modifiers to the codes that the logic knows.
 #pragma once
 
-#include "src/platform/BPKeyboard.h"
+#include "src/support/TKKeys.h"
 
 #include <QKeyEvent>
+#include <QWidget>
 
-/// The virtual key code of an event, or 0 for a key that the logic does not know.
+/// The virtual key code of an event, or 0 for a key that the logic does not know. On a layout without Latin letters the
+/// place of the key tells the letter.
 uint32_t TKVirtualKey(const QKeyEvent& event);
 
 /// Shift, control and alt of an event, without caps lock.
 uint32_t TKModifiersOf(Qt::KeyboardModifiers modifiers);
+
+/// The one character that the key gives, or 0.
+uint32_t TKCharacterOf(const QKeyEvent& event);
+
+/// A control that moves by arrow keys, Home and End sets this property to true.
+inline constexpr char kUITakesArrows[] = "takesArrowKeys";
+
+/// What the keys have to know about the widget that has the focus; null is nothing.
+TKKeyFocus TKFocusOf(const QWidget* widget);

@@ -11,6 +11,7 @@
 #include "src/platform/BPProcess.h"
 #include "src/platform/BPScreen.h"
 #include "src/platform/BPSharedMemory.h"
+#include "src/platform/BPShell.h"
 #include "src/platform/BPStateFile.h"
 
 struct BPPlatform {
@@ -24,6 +25,7 @@ struct BPPlatform {
     BPAlertOps alert;
     BPClipboardOps clipboard;
     BPScreenOps screen;
+    BPShellOps shell;
 };
 
 /// Fills the operations that need no window system: shared memory, frame channel, process, clock, keyed

@@ -1,194 +1,114 @@
-// The command table, the accelerators and the keys of the transport.
+// What the commands do.
 #include "src/support/TKCommands.h"
 
+#include "src/platform/BPFiles.h"
+#include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
+#include "src/support/TKCommandActions.h"
 #include "src/support/TKStartup.h"
 #include "src/support/TKTransport.h"
 
-#include <algorithm>
+#include <string>
 
 namespace {
 
-void RunResetGroup(TKSession* session, const TKCommandSource* source)
+constexpr char kProductName[] = "Ochrine 3 UI";
+constexpr char kDefaultFolder[] = "/usr/share/ochrine";
+
+/// The settings on the clipboard, from BPAllocate, or null when it holds none: the format, the exact size and the
+/// signature must be right. The values inside are as foreign as those of a host, and are checked where they are used.
+OCSettings* SettingsOfClipboard(const BPClipboardOps& clipboard)
 {
-    if (!source) return;
-    (void)CommitOpenEdit(session, true);
-    TKResetGroups(session, source->toolMask, source->curveMask);
+    auto* block = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
+    if (!block) return nullptr;
+    uint32_t byteCount = 0;
+    const BPStatus status = clipboard.get(kTKSettingsFormat, block, sizeof *block, &byteCount);
+    if (status == bpNoErr && byteCount == sizeof *block && block->signature == kOCSettingsSignature) return block;
+    BPFree(block);
+    return nullptr;
 }
 
-void RunResetAll(TKSession* session, const TKCommandSource*)
+void SetViewMode(TKSession* session, uint32_t mode)
 {
-    (void)CommitOpenEdit(session, true);
-    TKResetGroups(session, kOCResetAll, kOCResetAll);
-}
-
-void RunOK(TKSession* session, const TKCommandSource*)
-{
-    TKEndSession(session, kTKCommandOK);
-}
-
-void RunCancel(TKSession* session, const TKCommandSource*)
-{
-    TKEndSession(session, kTKCommandCancel);
-}
-
-void RunExit(TKSession* session, const TKCommandSource*)
-{
-    TKEndSession(session, kTKCommandExit);
-}
-
-void RunUndo(TKSession* session, const TKCommandSource*)
-{
-    TKUndoStepBack(session);
-}
-
-void RunRedo(TKSession* session, const TKCommandSource*)
-{
-    TKUndoStepForward(session);
-}
-
-void RunCopy(TKSession* session, const TKCommandSource*)
-{
-    (void)session->platform->clipboard.put(kTKSettingsFormat, &session->liveSettings, sizeof session->liveSettings);
-}
-
-constexpr TKCommandRow kCommands[] = {
-    {kTKCommandResetGroup, "Reset", RunResetGroup},
-    {kTKCommandResetAll, "Reset All", RunResetAll},
-    {kTKCommandOK, "OK", RunOK},
-    {kTKCommandCancel, "Cancel", RunCancel},
-    {kTKCommandExit, "Exit", RunExit},
-    {kTKCommandUndo, "Undo", RunUndo},
-    {kTKCommandRedo, "Redo", RunRedo},
-    {kTKCommandCut, "Cut", RunCopy}, // Deliberate: Cut leaves the settings as they are.
-    {kTKCommandCopy, "Copy", RunCopy},
-};
-
-constexpr TKCommandRange kSilentCommands[] = {
-    {3, 3},                                                         // reset all tabs of the tool pane
-    {5, 8},                                                         // load and save settings and curves
-    {14, 15},                                                       // automatic exposure and colour
-    {12902, 12902},                                                 // leads to nothing
-    {13101, 13103},                                                 // views; the last leads to nothing
-    {13202, 13206},                                                 // settings, presets and decision lists
-    {13304, 13304},                                                 // reference image
-    {13601, 13602},                                                 // guide and knowledge base
-    {14105, 14105},                                                 // tables
-    {14107, 14114}, {14501, 14557},                                 // preview tables
-    {14601, 14657}, {14701, 14757}, {14901, 14904}, {59008, 59009}, // paste; clear, which leads to nothing
-    {59014, 59014},                                                 // preferences
-    {59025, 59030},                                                 // about; the rest leads to nothing
-};
-
-constexpr bool TablesAreSound()
-{
-    for (size_t i = 1; i < std::size(kCommands); ++i)
-        if (kCommands[i].id <= kCommands[i - 1].id) return false;
-    for (const TKCommandRange& range : kSilentCommands)
-        for (const TKCommandRow& row : kCommands)
-            if (range.last < range.first || (row.id >= range.first && row.id <= range.last)) return false;
-    return true;
-}
-static_assert(TablesAreSound());
-
-constexpr uint32_t kControl = bpControlKey, kShiftControl = bpShiftKey | bpControlKey;
-constexpr uint32_t kControlAlt = bpControlKey | bpAltKey, kAll = bpShiftKey | bpControlKey | bpAltKey;
-constexpr TKAccelerator kAccelerators[] = {
-    {'Q', kControl, kTKCommandExit},
-    {'Z', kControl, kTKCommandUndo},
-    {'Z', kShiftControl, kTKCommandRedo},
-    {'X', kControl, kTKCommandCut},
-    {'C', kControl, kTKCommandCopy},
-    {'V', kControl, 59008},
-    {'R', kAll, kTKCommandResetAll},
-    {'L', kAll, 13202},
-    {'S', kAll, 13203},
-    {'P', kAll, 13204},
-    {'R', kControlAlt, 13304},
-    {'1', kControl, 13101},
-    {'2', kControl, 13102},
-    {kTKKeyF1, 0, 13601},
-};
-
-struct TransportKey {
-    uint32_t virtualKey;
-    bool consumed;
-    void (*run)(TKSession* session, TKTransport* transport);
-};
-
-constexpr TransportKey kTransportKeys[] = {
-    {kTKKeySpace, false, TKTogglePlay}, // goes on to the window
-    {kTKKeyEnd, true, [](TKSession* session, TKTransport*) { TKGoToLastFrame(session); }},
-    {kTKKeyHome, true, [](TKSession* session, TKTransport*) { TKGoToFirstFrame(session); }},
-    {kTKKeyLeft, true, [](TKSession* session, TKTransport*) { TKStepFrames(session, -1); }},
-    {kTKKeyRight, true, [](TKSession* session, TKTransport*) { TKStepFrames(session, 1); }},
-};
-
-bool SlotKey(TKSession* session, uint32_t slot, uint32_t modifiers)
-{
-    if (modifiers != 0 && modifiers != bpShiftKey) return false;
-    if (!SlotStoreOrRecall(session, slot, modifiers == bpShiftKey)) session->platform->alert.beep();
-    TK_UI(session, refreshDisplays, true);
-    return true;
-}
-
-uint32_t HeldKeys(uint32_t modifiers)
-{
-    return modifiers & (bpShiftKey | bpAltKey | bpControlKey);
+    session->viewMode = mode;
+    TK_UI(session, showViewMode, mode);
 }
 
 } // namespace
 
-std::span<const TKCommandRow> TKCommands()
-{
-    return kCommands;
-}
-
-std::span<const TKCommandRange> TKSilentCommands()
-{
-    return kSilentCommands;
-}
-
 void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource* source)
 {
-    for (const TKCommandRow& row : kCommands) {
-        if (row.id != commandID) continue;
-        row.run(session, source);
-        return;
-    }
+    const TKCommandRow* row = TKFindCommand(commandID);
+    if (!row || !row->run) return;
+    if (row->before & kTKStopsPreview) TKPreviewOff(session);
+    if (row->before & kTKFocusesMain) TK_UI(session, focusMainWindow);
+    if (row->before & kTKCommits) (void)CommitOpenEdit(session, true);
+    row->run(session, source);
 }
 
-std::span<const TKAccelerator> TKAccelerators()
+bool TKCommandIsEnabled(const TKSession* session, uint32_t commandID)
 {
-    return kAccelerators;
-}
-
-uint32_t TKAcceleratorCommand(uint32_t virtualKey, uint32_t modifiers)
-{
-    for (const TKAccelerator& row : kAccelerators)
-        if (row.virtualKey == virtualKey && row.modifiers == HeldKeys(modifiers)) return row.command;
-    return 0;
-}
-
-bool TKKeyDown(TKSession* session, uint32_t virtualKey, uint32_t modifiers)
-{
-    TKTransport* transport = TKActiveTransport(session);
-    if (session->fullScreenPreview || !transport || virtualKey < kTKKeySpace || virtualKey > kTKKeyF8) return false;
-    if (virtualKey >= kTKKeyF1) return SlotKey(session, virtualKey - kTKKeyF1 + 1, HeldKeys(modifiers));
-    if (HeldKeys(modifiers) != 0) return false;
-    for (const TransportKey& key : kTransportKeys) {
-        if (key.virtualKey != virtualKey) continue;
-        key.run(session, transport);
-        return key.consumed;
+    const TKCommandRow* row = TKFindCommand(commandID);
+    if (!row || !row->run) return false;
+    switch (row->enabled) {
+    case tkEnabledAlways: return true;
+    case tkEnabledWithUndo: return UndoCanStepBack(session->undoRing);
+    case tkEnabledWithRedo: return UndoCanStepForward(session->undoRing);
+    case tkEnabledWithPaste: return session->sourceFrame && session->platform->clipboard.has(kTKSettingsFormat);
+    case tkEnabledWithViews: return session->ui.showViewMode != nullptr;
     }
     return false;
+}
+
+TKMenuState UpdateMenuState(const TKSession* session)
+{
+    const uint32_t device = session->prefs.externalPreviewDevice;
+    return {.undo = TKCommandIsEnabled(session, kTKCommandUndo),
+            .redo = TKCommandIsEnabled(session, kTKCommandRedo),
+            .cut = true,
+            .copy = true,
+            .paste = TKCommandIsEnabled(session, kTKCommandPaste),
+            .clear = true,
+            .secondaryLUT = session->prefs.secondaryPreviewMonitor != 0 && session->secondarySurface.pixels &&
+                            session->secondaryPaneExists,
+            .externalLUT = session->externalDeviceOpen && device != kTKDeviceNone && device != kTKDeviceBeaconline};
+}
+
+void TKPreviewOff(TKSession* session)
+{
+    TKStopPlayback(session);
+}
+
+// Steps ----------------------------------------------------------------------------------------------------------------
+
+OCSettings* TKBeginCommandStep(TKSession* session)
+{
+    TKCommandUndo(session);
+    auto* previous = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
+    if (previous) *previous = session->liveSettings;
+    return previous;
+}
+
+void TKEndCommandStep(TKSession* session, OCSettings* previous)
+{
+    UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, previous, false);
+    BPFree(previous);
+    RecomputeAndRefresh(session, true);
+    TKStoreUndo(session);
+}
+
+void TKResetGroups(TKSession* session, uint32_t toolMask, uint32_t curveMask)
+{
+    TKChangeAsOneStep(session, [&](OCSettings* settings) {
+        OCResetSettings(settings, toolMask, curveMask, PrefsResetDefaults(session->prefs));
+    });
 }
 
 bool SlotStoreOrRecall(TKSession* session, uint32_t slot, bool store)
 {
     if (slot < 1 || slot > kTKSlotCount) return false;
     TKSavedSlot& saved = session->prefs.savedSettings[slot - 1];
-    if (!store && !saved.used) return false;
+    if (!store && (!saved.used || saved.settings.signature != kOCSettingsSignature)) return false;
     (void)CommitOpenEdit(session, true);
     if (store) {
         saved.settings = session->liveSettings;
@@ -204,24 +124,102 @@ bool SlotStoreOrRecall(TKSession* session, uint32_t slot, bool store)
     return true;
 }
 
-TKMenuState UpdateMenuState(const TKSession* session)
+// The functions of the table -------------------------------------------------------------------------------------------
+
+void TKRunNothing(TKSession*, const TKCommandSource*) {}
+
+void TKRunResetPane(TKSession* session, const TKCommandSource*)
 {
-    return {.undo = UndoCanStepBack(session->undoRing),
-            .redo = UndoCanStepForward(session->undoRing),
-            .cut = true,
-            .copy = true,
-            .paste = session->platform->clipboard.has(kTKSettingsFormat),
-            .clear = true};
+    TKResetGroups(session, kOCResetAll, kOCResetAll);
 }
 
-void TKResetGroups(TKSession* session, uint32_t toolMask, uint32_t curveMask)
+void TKRunResetGroup(TKSession* session, const TKCommandSource* source)
 {
+    if (source) TKResetGroups(session, source->toolMask, source->curveMask);
+}
+
+void TKRunResetAll(TKSession* session, const TKCommandSource*)
+{
+    TKResetGroups(session, kOCResetAll, kOCResetAll);
+}
+
+void TKRunViewSingle(TKSession* session, const TKCommandSource*)
+{
+    SetViewMode(session, 1);
+}
+
+void TKRunViewNormal(TKSession* session, const TKCommandSource*)
+{
+    SetViewMode(session, 2);
+}
+
+void TKOpenUsersGuide(TKSession* session, const char* programFolder)
+{
+    std::string path = programFolder && programFolder[0] ? programFolder : kDefaultFolder;
+    if (path.back() != '/') path += '/';
+    path += kTKUsersGuideName;
+    BPDebugLog("Loading Users Guide from \"%s\"\n", path.c_str());
+    if (session->platform->shell.openFile(path.c_str()) == bpNoErr) return;
+    session->platform->alert.messageBox(kProductName,
+                                        "Unable to locate Ochrine 3 documentation -- try reinstalling Ochrine 3");
+}
+
+void TKRunUsersGuide(TKSession* session, const TKCommandSource*)
+{
+    TKOpenUsersGuide(session, BPProgramFolder().c_str());
+}
+
+void TKRunKnowledgeBase(TKSession* session, const TKCommandSource*)
+{
+    (void)session->platform->shell.openAddress(kTKKnowledgeBaseAddress);
+}
+
+void TKRunOK(TKSession* session, const TKCommandSource*)
+{
+    TKEndSession(session, kTKCommandOK);
+}
+
+void TKRunCancel(TKSession* session, const TKCommandSource*)
+{
+    TKEndSession(session, kTKCommandCancel);
+}
+
+void TKRunExit(TKSession* session, const TKCommandSource*)
+{
+    TKEndSession(session, kTKCommandExit);
+}
+
+void TKRunUndo(TKSession* session, const TKCommandSource*)
+{
+    TKUndoStepBack(session);
+}
+
+void TKRunRedo(TKSession* session, const TKCommandSource*)
+{
+    TKUndoStepForward(session);
+}
+
+void TKRunCopy(TKSession* session, const TKCommandSource*)
+{
+    (void)session->platform->clipboard.put(kTKSettingsFormat, &session->liveSettings, sizeof session->liveSettings);
+}
+
+void TKRunPaste(TKSession* session, const TKCommandSource*)
+{
+    if (!session->sourceFrame) return;
+    OCSettings* block = SettingsOfClipboard(session->platform->clipboard);
+    if (!block) return;
+    (void)CommitOpenEdit(session, true);
     TKCommandUndo(session);
-    auto* previous = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
-    if (previous) *previous = session->liveSettings;
-    OCResetSettings(&session->liveSettings, toolMask, curveMask, PrefsResetDefaults(session->prefs));
-    UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, previous, false);
-    BPFree(previous);
+    OCResetSettings(&session->liveSettings, kOCResetAll, kOCResetAll, PrefsResetDefaults(session->prefs));
+    session->liveSettings = *block;
+    BPFree(block);
+    UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
     RecomputeAndRefresh(session, true);
-    TKStoreUndo(session);
+    // Deliberate: no TKStoreUndo. The slot keeps its older content, and a redo of the paste brings that back.
+}
+
+void TKRunAbout(TKSession* session, const TKCommandSource*)
+{
+    TK_UI(session, showAbout);
 }

@@ -1,11 +1,22 @@
-// Commands: what menus, accelerators, buttons and keys carry out.
+// Commands: what menus, accelerators, buttons and keys carry out. The table is in TKCommandTable.cpp.
 #pragma once
 
+#include "src/support/TKKeys.h"
 #include "src/support/TKSession.h"
 
 enum : uint32_t {
+    kTKCommandResetPane = 3,
     kTKCommandResetGroup = 4,
+    kTKCommandViewSingle = 13101,
+    kTKCommandViewNormal = 13102,
     kTKCommandResetAll = 13201,
+    kTKCommandLoadSettings = 13202,
+    kTKCommandSaveSettings = 13203,
+    kTKCommandUsersGuide = 13601,
+    kTKCommandKnowledgeBase = 13602,
+    kTKPrimaryTables = 14501, ///< first of the list for preview tables; so are the next two
+    kTKSecondaryTables = 14601,
+    kTKExternalTables = 14701,
     kTKCommandOK = 59001,
     kTKCommandCancel = 59002,
     kTKCommandExit = 59003,
@@ -13,73 +24,97 @@ enum : uint32_t {
     kTKCommandRedo = 59005,
     kTKCommandCut = 59006,
     kTKCommandCopy = 59007,
+    kTKCommandPaste = 59008,
+    kTKCommandClear = 59009,
+    kTKCommandAbout = 59025,
 };
 
 inline constexpr char kTKSettingsFormat[] = "org.brindlepath.OC3SettingsFormat";
+inline constexpr char kTKProductVersion[] = "3.0.9(286)"; ///< as dialogs and files tell it
+inline constexpr char kTKUsersGuideName[] = "Ochrine 3 Plug-in Users Guide.pdf";
+/// Whoever distributes the product sets this to a site of theirs.
+inline constexpr char kTKKnowledgeBaseAddress[] = "https://ochrine.example/knowledge-base";
 
 /// The control that sent a command, as far as commands want to know: the group that it stands in.
 struct TKCommandSource {
     uint32_t toolMask, curveMask;
 };
 
-struct TKCommandRow {
-    uint32_t id;
-    const char* name;
-    void (*run)(TKSession* session, const TKCommandSource* source);
+/// What is done before a command is carried out.
+enum : uint32_t {
+    kTKStopsPreview = 1, ///< playback and any preview end
+    kTKCommits = 2,      ///< an open edit is committed
+    kTKFocusesMain = 4,  ///< the focus goes to the main window first
 };
 
-/// The commands that are carried out, in the order of their numbers.
+/// When the item of a command is enabled.
+enum TKEnabledRule : uint8_t {
+    tkEnabledAlways,
+    tkEnabledWithUndo,  ///< a step can be undone
+    tkEnabledWithRedo,  ///< a step can be redone
+    tkEnabledWithPaste, ///< the clipboard holds settings, and a picture is there to show them
+    tkEnabledWithViews, ///< the window has both layouts
+};
+
+struct TKCommandRow {
+    uint32_t first, last; ///< the numbers; more than one for the lists of tables
+    const char* text;     ///< of the menu item, exactly; null when no menu of the table shows it
+    uint32_t virtualKey;  ///< of its accelerator, 0 without
+    uint32_t modifiers;   ///< of its accelerator
+    uint32_t before;      ///< kTKStopsPreview and its like
+    TKEnabledRule enabled;
+    void (*run)(TKSession* session, const TKCommandSource* source); ///< null: its tool is not here yet
+};
+
+/// Every known number, in order.
 std::span<const TKCommandRow> TKCommands();
+
+/// The row of a number, or null.
+const TKCommandRow* TKFindCommand(uint32_t commandID);
 
 struct TKCommandRange {
     uint32_t first, last;
 };
 
-/// Known numbers that do nothing yet; numbers that are in neither table do nothing either.
+/// The one list of what is still to come: commands whose tools are not here yet. They do nothing, and their menu items
+/// are disabled. Numbers in no row of the table do nothing either.
 std::span<const TKCommandRange> TKSilentCommands();
 
 /// Carries out a command; `source` may be null. An unknown number does nothing.
 void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource* source);
 
-/// A key of the accelerator table.
-struct TKAccelerator {
-    uint32_t virtualKey; ///< letters and digits by their upper-case character
-    uint32_t modifiers;  ///< must match exactly; caps lock does not count
-    uint32_t command;
-};
-std::span<const TKAccelerator> TKAccelerators();
+/// Whether the menu item and the accelerator of a command act now. A silent or unknown command is never enabled.
+bool TKCommandIsEnabled(const TKSession* session, uint32_t commandID);
 
-/// The command of a key, or 0.
-uint32_t TKAcceleratorCommand(uint32_t virtualKey, uint32_t modifiers);
-
-/// Virtual key codes that the logic knows.
-enum : uint32_t {
-    kTKKeyBack = 8,
-    kTKKeyTab = 9,
-    kTKKeyReturn = 13,
-    kTKKeyEscape = 27,
-    kTKKeySpace = 32,
-    kTKKeyEnd = 35,
-    kTKKeyHome = 36,
-    kTKKeyLeft = 37,
-    kTKKeyUp = 38,
-    kTKKeyRight = 39,
-    kTKKeyDown = 40,
-    kTKKeyF1 = 112,
-    kTKKeyF8 = 119,
-};
-
-/// Offers a key that was pressed. True when it is consumed; Space is carried out but goes on to the window.
-bool TKKeyDown(TKSession* session, uint32_t virtualKey, uint32_t modifiers);
-
-/// Stores the live settings in a slot, or recalls one. False for a slot outside 1 to 8 and for recalling an unused one.
-bool SlotStoreOrRecall(TKSession* session, uint32_t slot, bool store);
-
+/// What of the menus is enabled.
 struct TKMenuState {
     bool undo, redo, cut, copy, paste, clear;
+    bool secondaryLUT, externalLUT; ///< the submenus of their preview tables
 };
-/// What of the Edit menu is enabled.
 TKMenuState UpdateMenuState(const TKSession* session);
 
-/// A reset of the selected groups as one undo step: controls and picture follow.
+/// Stores the live settings in a slot, or recalls one as an undo step of its own. False for a slot outside 1 to 8 and
+/// for recalling one that is unused or holds no settings.
+bool SlotStoreOrRecall(TKSession* session, uint32_t slot, bool store);
+
+/// Stops playback and every preview that runs outside the panes.
+void TKPreviewOff(TKSession* session);
+
+/// The two halves of TKChangeAsOneStep: the first gives a copy of the live settings, or null; the second releases it.
+OCSettings* TKBeginCommandStep(TKSession* session);
+void TKEndCommandStep(TKSession* session, OCSettings* previous);
+
+/// A change of the live settings by a command as one undo step: the state before, the change, then controls and picture
+/// follow, then the state after. Without memory for a copy of the settings every control is redrawn.
+template <class Change> void TKChangeAsOneStep(TKSession* session, Change change)
+{
+    OCSettings* previous = TKBeginCommandStep(session);
+    change(&session->liveSettings);
+    TKEndCommandStep(session, previous);
+}
+
+/// A reset of the selected groups as one undo step.
 void TKResetGroups(TKSession* session, uint32_t toolMask, uint32_t curveMask);
+
+/// Opens the user's guide beside the program with the system's viewer; a box tells when it cannot be had.
+void TKOpenUsersGuide(TKSession* session, const char* programFolder);

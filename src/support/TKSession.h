@@ -39,6 +39,14 @@ struct TKUserInterface {
     void (*restoreForeground)(void* context);  ///< gives it the foreground back
     void (*setCursor)(void* context, uint32_t resource);
     void (*paletteChanged)(void* context);
+    void (*focusMainWindow)(void* context);
+    void (*showAbout)(void* context);                   ///< the box with name and version; waits for the user
+    void (*showViewMode)(void* context, uint32_t mode); ///< 1 the single view, 2 the normal layout; null without them
+    /// Tabs of the settings: tab, the one inside it, the one inside that; -1 leaves one alone, and so does a number that
+    /// is not there. The window keeps settingsTab.
+    void (*selectSettingsTab)(void* context, int32_t tab, int32_t inner, int32_t innermost);
+    void (*selectRightPane)(void* context, int32_t mode); ///< of imagePaneMode's list
+    void (*selectLeftPane)(void* context, int32_t tab);   ///< of the analysis pane
 
     /// Puts the question whether a grade is to be recovered, and returns at once; ticks go on. The answer comes later by
     /// TKRecoveryAnswer.
@@ -152,6 +160,8 @@ struct TKSession {
     uint32_t viewMode;
     TKTransport transport[kTKTransportLimit];
     bool fullScreenPreview;
+    bool secondaryPaneExists; ///< the window of the second monitor
+    bool externalDeviceOpen;  ///< the video output of the preferences
     bool interfaceReady;
     bool quitting;       ///< the main window has been asked to close; no host is served any more
     uint32_t updateFlag; ///< a preset scan is running; read and written atomically

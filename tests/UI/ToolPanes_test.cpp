@@ -2,15 +2,12 @@
 #include "src/UI/ToolPanes.h"
 
 #include "src/OCCatalogue.h"
-#include "src/UI/MainMenu.h"
 #include "src/UI/UIImagePane.h"
-#include "src/support/TKCommands.h"
 
 #include <QRect>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -97,21 +94,6 @@ TEST(ToolPanes, OnASmallScreenAllSlidersOfAPageAreInSightAtOnce)
     constexpr int width = 1024 - 16;
     constexpr int height = kTKLeastToolHeight - 70;
     for (const TKPaneRow& pane : TKToolPanes()) EXPECT_LE(TKPageHeight(pane, width), height) << pane.label;
-}
-
-TEST(MainMenu, CommandsAreUniqueAndKeysAreThoseOfTheAccelerators)
-{
-    std::set<uint32_t> seen;
-    for (const TKMenuRow& row : TKMenuRows()) {
-        if (row.command == 0) continue;
-        EXPECT_TRUE(seen.insert(row.command).second) << row.text;
-        bool hasKey = false;
-        for (const TKAccelerator& key : TKAccelerators()) hasKey = hasKey || key.command == row.command;
-        if (row.keyText) {
-            EXPECT_TRUE(hasKey) << row.text;
-        }
-    }
-    EXPECT_EQ(seen.size(), 33u);
 }
 
 TEST(UIImagePane, APictureIsFittedWithItsShape)

@@ -47,7 +47,12 @@ TEST_F(BPPlatformTable, WithoutAWindowSystemTheLogSpeaks)
     EXPECT_EQ(platform_.clipboard.get("a", nullptr, 0, &byteCount), bpNotFoundErr);
     EXPECT_EQ(byteCount, 0u);
     EXPECT_FALSE(platform_.clipboard.has("a"));
+    EXPECT_EQ(platform_.clipboard.put("a", "b", 1), bpNotFoundErr);
+    EXPECT_EQ(platform_.shell.openFile("/etc/passwd"), bpNotFoundErr);
+    EXPECT_EQ(platform_.shell.openAddress("https://ochrine.example"), bpNotFoundErr);
+    platform_.alert.beep();
     platform_.alert.alert(bpStop, "No data passed to UI.");
     platform_.alert.messageBox("Ochrine 3 UI", "text");
-    EXPECT_EQ(log_, "Alert (2): No data passed to UI.\nOchrine 3 UI: text\n");
+    EXPECT_EQ(log_, "There is no clipboard\nThere is no desktop to open it\nThere is no desktop to open it\nBeep\n"
+                    "Alert (2): No data passed to UI.\nOchrine 3 UI: text\n");
 }

@@ -1,5 +1,7 @@
-// Commands, accelerators, keys and slots.
+// Commands, the clipboard, undo by command, slots and the state of the menus.
 #include "tests/support/TKTestSession.h"
+
+#include <utility>
 
 namespace {
 
@@ -91,67 +93,334 @@ TEST_F(TKCommandsTest, NumbersWithoutACommandDoNothing)
     EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
 }
 
-TEST_F(TKCommandsTest, AcceleratorsWantTheirModifiersExactly)
+TEST_F(TKCommandsTest, TheTableHoldsTheseNumbersAndNoOthers)
 {
-    constexpr uint32_t all = bpShiftKey | bpControlKey | bpAltKey;
-    EXPECT_EQ(TKAcceleratorCommand('Q', bpControlKey), 59003u);
-    EXPECT_EQ(TKAcceleratorCommand('Z', bpControlKey), 59004u);
-    EXPECT_EQ(TKAcceleratorCommand('Z', bpControlKey | bpCapsLock), 59004u);
-    EXPECT_EQ(TKAcceleratorCommand('Z', bpControlKey | bpShiftKey), 59005u);
-    EXPECT_EQ(TKAcceleratorCommand('Z', 0), 0u);
-    EXPECT_EQ(TKAcceleratorCommand('Z', all), 0u);
-    EXPECT_EQ(TKAcceleratorCommand('X', bpControlKey), 59006u);
-    EXPECT_EQ(TKAcceleratorCommand('C', bpControlKey), 59007u);
-    EXPECT_EQ(TKAcceleratorCommand('V', bpControlKey), 59008u);
-    EXPECT_EQ(TKAcceleratorCommand('R', all), 13201u);
-    EXPECT_EQ(TKAcceleratorCommand('L', all), 13202u);
-    EXPECT_EQ(TKAcceleratorCommand('S', all), 13203u);
-    EXPECT_EQ(TKAcceleratorCommand('P', all), 13204u);
-    EXPECT_EQ(TKAcceleratorCommand('R', bpControlKey | bpAltKey), 13304u);
-    EXPECT_EQ(TKAcceleratorCommand('1', bpControlKey), 13101u);
-    EXPECT_EQ(TKAcceleratorCommand('2', bpControlKey), 13102u);
-    EXPECT_EQ(TKAcceleratorCommand(kTKKeyF1, 0), 13601u);
-    EXPECT_EQ(TKAccelerators().size(), 14u);
-}
-
-TEST_F(TKCommandsTest, TransportKeysWorkWithoutModifiersOnly)
-{
-    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
-    const auto time = [this] { return host_.Block()->frameTime; };
-    EXPECT_TRUE(TKKeyDown(session_, kTKKeyRight, 0));
-    EXPECT_EQ(time(), 100);
-    EXPECT_TRUE(TKKeyDown(session_, kTKKeyRight, bpCapsLock));
-    EXPECT_EQ(time(), 200);
-    EXPECT_TRUE(TKKeyDown(session_, kTKKeyLeft, 0));
-    EXPECT_EQ(time(), 100);
-    EXPECT_TRUE(TKKeyDown(session_, kTKKeyEnd, 0));
-    EXPECT_EQ(time(), 900);
-    EXPECT_TRUE(TKKeyDown(session_, kTKKeyHome, 0));
-    EXPECT_EQ(time(), 0);
-    EXPECT_FALSE(TKKeyDown(session_, kTKKeySpace, 0)); // carried out, but it goes on
-    EXPECT_TRUE(TKIsPlaying(session_));
-    EXPECT_FALSE(TKKeyDown(session_, kTKKeySpace, 0));
-    EXPECT_FALSE(TKIsPlaying(session_));
-    for (const uint32_t modifier : {uint32_t{bpShiftKey}, uint32_t{bpAltKey}, uint32_t{bpControlKey}})
-        for (const uint32_t key : {kTKKeySpace, kTKKeyEnd, kTKKeyHome, kTKKeyLeft, kTKKeyRight}) {
-            EXPECT_FALSE(TKKeyDown(session_, key, modifier));
-            EXPECT_EQ(time(), 0);
-            EXPECT_FALSE(TKIsPlaying(session_));
+    struct Span {
+        uint32_t first, last;
+        bool served;
+    };
+    constexpr Span kSpans[] = {
+        {3, 4, true},          {5, 8, false},         {14, 15, false},       {12902, 12902, true},
+        {13101, 13103, true},  {13201, 13201, true},  {13202, 13206, false}, {13304, 13304, false},
+        {13601, 13602, true},  {14105, 14105, false}, {14107, 14114, false}, {14501, 14557, false},
+        {14601, 14657, false}, {14701, 14757, false}, {14901, 14904, false}, {59001, 59009, true},
+        {59014, 59014, false}, {59025, 59030, true},
+    };
+    for (uint32_t id = 0; id < 70000; ++id) {
+        const Span* expected = nullptr;
+        for (const Span& span : kSpans)
+            if (id >= span.first && id <= span.last) expected = &span;
+        const TKCommandRow* row = TKFindCommand(id);
+        ASSERT_EQ(row != nullptr, expected != nullptr) << id;
+        if (!row) continue;
+        EXPECT_EQ(row->run != nullptr, expected->served) << id;
+        bool listed = false;
+        for (const TKCommandRange& range : TKSilentCommands())
+            listed = listed || (id >= range.first && id <= range.last);
+        EXPECT_EQ(listed, !expected->served) << id;
+        if (!expected->served) {
+            EXPECT_FALSE(TKCommandIsEnabled(session_, id)) << id;
         }
+    }
 }
 
-TEST_F(TKCommandsTest, KeysAreLeftAloneWithoutATransportAndInFullScreen)
+TEST_F(TKCommandsTest, NumbersThatLeadToNothingForGoodAreNoGap)
 {
-    session_->fullScreenPreview = true;
-    EXPECT_FALSE(TKKeyDown(session_, kTKKeyEnd, 0));
-    session_->fullScreenPreview = false;
-    session_->transport[kTKTransportLeft].visible = false;
-    EXPECT_FALSE(TKKeyDown(session_, kTKKeyEnd, 0));
-    EXPECT_EQ(host_.Block()->frameTime, 0);
-    session_->transport[kTKTransportLeft].visible = true;
-    for (const uint32_t key : {0u, 13u, 31u, 33u, 38u, 40u, 65u, 111u, 120u, 0xFFFFFFFFu})
-        EXPECT_FALSE(TKKeyDown(session_, key, 0)) << key;
+    const OCSettings before = Live();
+    for (const uint32_t id : {12902u, 13103u, 59009u, 59026u, 59027u, 59028u, 59029u, 59030u}) {
+        EXPECT_TRUE(TKCommandIsEnabled(session_, id)) << id;
+        DoMenuCommand(session_, id, nullptr);
+    }
+    EXPECT_EQ(std::memcmp(&Live(), &before, sizeof before), 0);
+    EXPECT_TRUE(windows_.calls.empty());
+    EXPECT_EQ(session_->undoRing->undoHead, 0u);
 }
+
+TEST_F(TKCommandsTest, ResetOfAPaneMovesTheFocusCommitsAndResetsEveryTab)
+{
+    (void)TKSliderDrag(session_, &redGain_, 0);
+    OpenEdit(session_, &gain_);
+    TKSetEditText(&gain_, "2");
+    windows_.calls.clear();
+    DoMenuCommand(session_, kTKCommandResetPane, nullptr);
+    ASSERT_GE(windows_.calls.size(), 2u);
+    EXPECT_EQ(windows_.calls[0], "focusMainWindow");
+    EXPECT_EQ(windows_.calls[1], "close RGB Gain");
+    const OCSettings neutral = TKNeutralSettings();
+    EXPECT_EQ(std::memcmp(&Live(), &neutral, sizeof neutral), 0);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 2.0f); // the typed value was a step of its own
+    EXPECT_EQ(Live().rgb.highlights.channel[0].gain, 0.0f);
+}
+
+TEST_F(TKCommandsTest, ResetAllLetsThePlaybackRun)
+{
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    EXPECT_TRUE(TKIsPlaying(session_));
+}
+
+TEST_F(TKCommandsTest, ViewsStopThePlaybackCommitAndAreRemembered)
+{
+    EXPECT_EQ(session_->viewMode, 2u);
+    for (const auto& [command, mode] : {std::pair{kTKCommandViewSingle, 1u}, std::pair{kTKCommandViewNormal, 2u}}) {
+        TKTogglePlay(session_, TKActiveTransport(session_));
+        OpenEdit(session_, &gain_);
+        TKSetEditText(&gain_, mode == 1 ? "2" : "3");
+        DoMenuCommand(session_, command, nullptr);
+        EXPECT_EQ(session_->viewMode, mode);
+        EXPECT_FALSE(TKIsPlaying(session_));
+        EXPECT_EQ(session_->controls.openSlider, nullptr);
+        EXPECT_EQ(Live().hsl.master.gain, mode == 1 ? 2.0f : 3.0f);
+        EXPECT_EQ(windows_.calls.back(), "view " + std::to_string(mode));
+    }
+    EXPECT_TRUE(TKCommandIsEnabled(session_, kTKCommandViewSingle));
+    session_->ui.showViewMode = nullptr; // a window with one layout
+    EXPECT_FALSE(TKCommandIsEnabled(session_, kTKCommandViewSingle));
+}
+
+TEST_F(TKCommandsTest, AboutStopsThePlaybackAndLeavesAnOpenEdit)
+{
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    OpenEdit(session_, &gain_);
+    DoMenuCommand(session_, kTKCommandAbout, nullptr);
+    EXPECT_FALSE(TKIsPlaying(session_));
+    EXPECT_EQ(session_->controls.openSlider, &gain_);
+    EXPECT_EQ(windows_.calls.back(), "showAbout");
+}
+
+TEST_F(TKCommandsTest, TheGuideStandsBesideTheProgram)
+{
+    TKOpenUsersGuide(session_, "/opt/ochrine/bin");
+    TKOpenUsersGuide(session_, "");
+    TKOpenUsersGuide(session_, "/");
+    EXPECT_EQ(gBPFake.opened, (std::vector<std::string>{"/opt/ochrine/bin/Ochrine 3 Plug-in Users Guide.pdf",
+                                                        "/usr/share/ochrine/Ochrine 3 Plug-in Users Guide.pdf",
+                                                        "/Ochrine 3 Plug-in Users Guide.pdf"}));
+    EXPECT_TRUE(gBPFake.alerts.empty());
+    EXPECT_TRUE(TKLogHas({"Loading Users Guide from \"/opt/ochrine/bin/Ochrine 3 Plug-in Users Guide.pdf\"\n"}));
+}
+
+TEST_F(TKCommandsTest, AGuideThatIsMissingIsTold)
+{
+    gBPFake.failFrom[bpFakeShellOpenFile] = 1;
+    DoMenuCommand(session_, kTKCommandUsersGuide, nullptr);
+    ASSERT_EQ(gBPFake.alerts.size(), 1u);
+    EXPECT_EQ(gBPFake.alerts[0].title, "Ochrine 3 UI");
+    EXPECT_EQ(gBPFake.alerts[0].text, "Unable to locate Ochrine 3 documentation -- try reinstalling Ochrine 3");
+    EXPECT_EQ(TKLogCount("Loading Users Guide from \""), 1u);
+}
+
+TEST_F(TKCommandsTest, TheKnowledgeBaseOpensInTheBrowserAndFailsInSilence)
+{
+    DoMenuCommand(session_, kTKCommandKnowledgeBase, nullptr);
+    EXPECT_EQ(gBPFake.opened, std::vector<std::string>{kTKKnowledgeBaseAddress});
+    gBPFake.failFrom[bpFakeShellOpenAddress] = 1;
+    DoMenuCommand(session_, kTKCommandKnowledgeBase, nullptr);
+    EXPECT_TRUE(gBPFake.alerts.empty());
+}
+
+// The clipboard ---------------------------------------------------------------------------------------------------------
+
+TEST_F(TKCommandsTest, PasteTakesTheClipboardAndStoresNothingAfterIt)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    DoMenuCommand(session_, kTKCommandCopy, nullptr); // gain 0
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    const uint32_t rendered = session_->renderCount;
+    windows_.calls.clear();
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 0.0f);
+    EXPECT_EQ(session_->renderCount, rendered + 1);
+    EXPECT_EQ(windows_.Count("slider RGB Gain"), 1u);
+    EXPECT_EQ(windows_.Count("slider Saturation"), 1u); // all of them
+    const TKUndoRing* ring = session_->undoRing;
+    EXPECT_EQ(ring->undoHead, 3u);
+    EXPECT_NE(std::memcmp(&ring->undoRecords[3], &Live(), sizeof(OCSettings)), 0); // no state after it
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    // A redo of the paste brings back what the slot held before: here what the ring was filled with.
+    const OCSettings older = ring->undoRecords[3];
+    DoMenuCommand(session_, kTKCommandRedo, nullptr);
+    EXPECT_EQ(std::memcmp(&Live(), &older, sizeof older), 0);
+}
+
+TEST_F(TKCommandsTest, AnEditAfterAPasteKeepsThePastedStateForItsUndo)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    (void)TKSliderDrag(session_, &saturation_, 0);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 0.0f);
+    EXPECT_EQ(Live().hsl.master.saturation, 100.0f);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+}
+
+TEST_F(TKCommandsTest, ADragThatIsHeldWhileAPasteComesDoesNotStoreIntoItsSlot)
+{
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    gBPFake.mouseButtonDown = true;
+    (void)TKSliderDrag(session_, &gain_, 0);
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    const OCSettings slot = session_->undoRing->undoRecords[session_->undoRing->undoHead];
+    gBPFake.mouseButtonDown = false;
+    TKTick(session_);
+    EXPECT_EQ(std::memcmp(&slot, &session_->undoRing->undoRecords[session_->undoRing->undoHead], sizeof slot), 0);
+}
+
+TEST_F(TKCommandsTest, APasteCommitsAnOpenEditFirst)
+{
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    OpenEdit(session_, &gain_);
+    TKSetEditText(&gain_, "2");
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 2.0f);
+}
+
+TEST_F(TKCommandsTest, ForeignClipboardBlocksAreLeftAloneWithoutAWord)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    const OCSettings before = Live();
+    const uint32_t head = session_->undoRing->undoHead;
+    const OCSettings sound = TKNeutralSettings();
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&sound);
+    windows_.calls.clear();
+    const auto expectNothing = [&](const char* what) {
+        DoMenuCommand(session_, kTKCommandPaste, nullptr);
+        EXPECT_EQ(std::memcmp(&Live(), &before, sizeof before), 0) << what;
+        EXPECT_EQ(session_->undoRing->undoHead, head) << what;
+        EXPECT_TRUE(windows_.calls.empty()) << what;
+        EXPECT_TRUE(gBPFake.alerts.empty()) << what;
+    };
+    expectNothing("an empty clipboard");
+    for (const size_t size : {size_t{0}, size_t{4}, size_t{33552}, size_t{33555}, size_t{33557}, size_t{1} << 20}) {
+        gBPFake.clipboardFormat = kTKSettingsFormat;
+        gBPFake.clipboard.assign(size, 0x32);
+        if (size >= sizeof sound) std::memcpy(gBPFake.clipboard.data(), bytes, sizeof sound);
+        expectNothing(std::to_string(size).c_str());
+    }
+    gBPFake.clipboard.assign(bytes, bytes + sizeof sound);
+    gBPFake.clipboardFormat = "text/plain";
+    expectNothing("another format");
+    gBPFake.clipboardFormat = kTKSettingsFormat;
+    gBPFake.clipboard[0] ^= 1;
+    expectNothing("a wrong signature");
+    std::reverse(gBPFake.clipboard.begin(), gBPFake.clipboard.begin() + 4);
+    gBPFake.clipboard[3] ^= 1;
+    expectNothing("the other byte order");
+    gBPFake.clipboard.assign(bytes, bytes + sizeof sound);
+    gBPFake.failFrom[bpFakeClipboardGet] = gBPFake.calls[bpFakeClipboardGet] + 1;
+    expectNothing("a clipboard that cannot be opened");
+    gBPFake.failFrom[bpFakeClipboardGet] = 0;
+    BPFailAllocation(1);
+    expectNothing("no memory for the block");
+    BPFailAllocation(0);
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f); // the sound one
+}
+
+TEST_F(TKCommandsTest, ACopyThatFailsLeavesTheClipboardEmpty)
+{
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    gBPFake.failFrom[bpFakeClipboardPut] = gBPFake.calls[bpFakeClipboardPut] + 1;
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    EXPECT_FALSE(TKCommandIsEnabled(session_, kTKCommandPaste));
+    EXPECT_TRUE(gBPFake.clipboard.empty());
+    EXPECT_TRUE(gBPFake.alerts.empty());
+}
+
+TEST_F(TKCommandsTest, PasteWantsAPicture)
+{
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    EXPECT_TRUE(TKCommandIsEnabled(session_, kTKCommandPaste));
+    FBFrame* frame = std::exchange(session_->sourceFrame, nullptr);
+    EXPECT_FALSE(TKCommandIsEnabled(session_, kTKCommandPaste));
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    EXPECT_EQ(session_->undoRing->undoHead, 0u);
+    session_->sourceFrame = frame;
+}
+
+// Undo ------------------------------------------------------------------------------------------------------------------
+
+TEST_F(TKCommandsTest, UndoThrowsAnOpenEditAwayWithoutAStep)
+{
+    (void)TKSliderDrag(session_, &saturation_, 0);
+    OpenEdit(session_, &gain_);
+    TKSetEditText(&gain_, "2");
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+    EXPECT_EQ(Live().hsl.master.saturation, 100.0f);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    EXPECT_EQ(session_->undoRing->undoTop, 1u);
+    DoMenuCommand(session_, kTKCommandRedo, nullptr);
+    EXPECT_EQ(Live().hsl.master.saturation, 0.0f);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+}
+
+TEST_F(TKCommandsTest, WithoutMemoryForTheCopyUndoRedrawsEveryControl)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    windows_.calls.clear();
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(windows_.Count("slider Saturation"), 0u); // only what differs
+    EXPECT_EQ(windows_.Count("slider RGB Gain"), 1u);
+    windows_.calls.clear();
+    BPFailAllocation(1);
+    DoMenuCommand(session_, kTKCommandRedo, nullptr);
+    BPFailAllocation(0);
+    EXPECT_EQ(windows_.Count("slider Saturation"), 1u);
+    EXPECT_EQ(Live().hsl.master.gain, 0.0f);
+}
+
+TEST_F(TKCommandsTest, UndoRendersEvenWithCapsLockOn)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    gBPFake.modifierWord = bpCapsLock;
+    const uint32_t rendered = session_->renderCount;
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(session_->renderCount, rendered + 1);
+}
+
+TEST_F(TKCommandsTest, WithoutARingUndoAndRedoAreOffAndEditsWork)
+{
+    UndoDispose(std::exchange(session_->undoRing, nullptr));
+    (void)TKSliderDrag(session_, &gain_, 0);
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    DoMenuCommand(session_, kTKCommandRedo, nullptr);
+    DoMenuCommand(session_, kTKCommandCopy, nullptr);
+    DoMenuCommand(session_, kTKCommandPaste, nullptr);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 1, true));
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 1, false));
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    EXPECT_FALSE(UpdateMenuState(session_).undo);
+    EXPECT_FALSE(UpdateMenuState(session_).redo);
+}
+
+TEST_F(TKCommandsTest, WithCapsLockAResetStoresItsValuesAndOneUpdateFollows)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    gBPFake.modifierWord = bpCapsLock;
+    const uint32_t rendered = session_->renderCount;
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    (void)TKSliderDrag(session_, &saturation_, 0);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    EXPECT_EQ(session_->renderCount, rendered);
+    TKTick(session_);
+    EXPECT_EQ(session_->renderCount, rendered);
+    gBPFake.modifierWord = 0;
+    TKTick(session_);
+    TKTick(session_);
+    EXPECT_EQ(session_->renderCount, rendered + 1);
+}
+
+// Slots -----------------------------------------------------------------------------------------------------------------
 
 TEST_F(TKCommandsTest, SlotsStoreWithShiftAndRecallWithout)
 {
@@ -178,7 +447,48 @@ TEST_F(TKCommandsTest, SlotsStoreWithShiftAndRecallWithout)
         EXPECT_FALSE(SlotStoreOrRecall(session_, slot, false));
     }
     EXPECT_TRUE(SlotStoreOrRecall(session_, 8, true));
+    EXPECT_EQ(session_->lastSlot, 8u);
 }
+
+TEST_F(TKCommandsTest, ARecalledSlotIsStoredAfterItsChangeUnlikeAPaste)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 5, true));
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 5, false));
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
+    DoMenuCommand(session_, kTKCommandRedo, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 0.0f);
+}
+
+TEST_F(TKCommandsTest, ASlotWithoutASettingsRecordInItIsNotRecalled)
+{
+    TKSavedSlot& slot = session_->prefs.savedSettings[3];
+    slot.used = 1; // as a damaged store may give it
+    std::memset(&slot.settings, 0x5A, sizeof slot.settings);
+    const OCSettings before = Live();
+    EXPECT_FALSE(SlotStoreOrRecall(session_, 4, false));
+    EXPECT_EQ(std::memcmp(&Live(), &before, sizeof before), 0);
+    EXPECT_EQ(session_->undoRing->undoHead, 0u);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 4, true)); // needs no confirmation
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 4, false));
+}
+
+TEST_F(TKCommandsTest, SlotsLiveInTheStoreBetweenSessions)
+{
+    (void)TKSliderDrag(session_, &gain_, 0);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 8, true));
+    ASSERT_EQ(PrefsWrite(session_->prefs, platform_), bpNoErr);
+    session_->prefs.savedSettings[7] = {};
+    PrefsRead(&session_->prefs, platform_);
+    DoMenuCommand(session_, kTKCommandResetAll, nullptr);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 8, false));
+    EXPECT_EQ(Live().hsl.master.gain, 0.0f);
+    EXPECT_FALSE(SlotStoreOrRecall(session_, 7, false));
+}
+
+// Menu state ------------------------------------------------------------------------------------------------------------
 
 TEST_F(TKCommandsTest, TheMenuFollowsTheRingAndTheClipboard)
 {
@@ -192,6 +502,29 @@ TEST_F(TKCommandsTest, TheMenuFollowsTheRingAndTheClipboard)
     TKUndoStepBack(session_);
     state = UpdateMenuState(session_);
     EXPECT_TRUE(!state.undo && state.redo);
+}
+
+TEST_F(TKCommandsTest, ThePreviewListsWantTheirMonitorAndTheirDevice)
+{
+    EXPECT_FALSE(UpdateMenuState(session_).secondaryLUT);
+    EXPECT_FALSE(UpdateMenuState(session_).externalLUT);
+    session_->prefs.secondaryPreviewMonitor = 1;
+    session_->secondaryPaneExists = true;
+    EXPECT_EQ(UpdateMenuState(session_).secondaryLUT, session_->secondarySurface.pixels != nullptr);
+    if (!session_->secondarySurface.pixels) {
+        ASSERT_EQ(ScopeSurfaceCreate(4, 4, &session_->secondarySurface), bpNoErr);
+    }
+    EXPECT_TRUE(UpdateMenuState(session_).secondaryLUT);
+    session_->secondaryPaneExists = false;
+    EXPECT_FALSE(UpdateMenuState(session_).secondaryLUT);
+    session_->externalDeviceOpen = true;
+    for (const auto& [device, enabled] :
+         {std::pair{kTKDeviceNone, false}, std::pair{kTKDeviceBeaconline, false}, std::pair{0x636F6D70u, true}}) {
+        session_->prefs.externalPreviewDevice = device;
+        EXPECT_EQ(UpdateMenuState(session_).externalLUT, enabled);
+    }
+    session_->externalDeviceOpen = false;
+    EXPECT_FALSE(UpdateMenuState(session_).externalLUT);
 }
 
 } // namespace

@@ -52,6 +52,14 @@ TKUserInterface TKTestInterface(TKTestWindows* windows)
         TKRecoveryAnswer(W(c)->session, answer);
     };
     ui.withdrawRecovery = [](void* c) { W(c)->calls.push_back("withdrawRecovery"); };
+    ui.focusMainWindow = [](void* c) { W(c)->calls.push_back("focusMainWindow"); };
+    ui.showAbout = [](void* c) { W(c)->calls.push_back("showAbout"); };
+    ui.showViewMode = [](void* c, uint32_t mode) { W(c)->calls.push_back("view " + std::to_string(mode)); };
+    ui.selectSettingsTab = [](void* c, int32_t a, int32_t b, int32_t d) {
+        W(c)->calls.push_back("tab " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(d));
+    };
+    ui.selectRightPane = [](void* c, int32_t mode) { W(c)->calls.push_back("right " + std::to_string(mode)); };
+    ui.selectLeftPane = [](void* c, int32_t tab) { W(c)->calls.push_back("left " + std::to_string(tab)); };
     ui.surfacesReplaced = [](void* c) { W(c)->calls.push_back("surfacesReplaced"); };
     ui.pixelAspectChanged = [](void* c, float aspect) { W(c)->aspect = aspect; };
     ui.refreshSource = [](void* c) { W(c)->calls.push_back("refreshSource"); };

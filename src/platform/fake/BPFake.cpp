@@ -571,11 +571,12 @@ void Beep()
 
 BPStatus ClipboardPut(const char* format, const void* bytes, uint32_t byteCount)
 {
+    gBPFake.clipboardFormat.clear();
+    gBPFake.clipboard.clear();
     if (BPStatus err = Enter(bpFakeClipboardPut, bpMemFullErr); err != bpNoErr) return err;
     if (format == nullptr || format[0] == 0 || (bytes == nullptr && byteCount > 0)) return bpParamErr;
     const uint8_t* first = static_cast<const uint8_t*>(bytes);
     gBPFake.clipboardFormat = format;
-    gBPFake.clipboard.clear();
     if (byteCount > 0) gBPFake.clipboard.assign(first, first + byteCount);
     return bpNoErr;
 }
@@ -625,6 +626,23 @@ void AllowForeground(uint32_t processId)
 {
     Enter(bpFakeAllowForeground);
     gBPFake.allowedForeground.push_back(processId);
+}
+
+BPStatus Opened(BPFakeOp op, BPStatus usualError, const char* what)
+{
+    if (BPStatus err = Enter(op, usualError); err != bpNoErr) return err;
+    gBPFake.opened.emplace_back(what);
+    return bpNoErr;
+}
+
+BPStatus ShellOpenFile(const char* path)
+{
+    return Opened(bpFakeShellOpenFile, bpFileNotFoundErr, path);
+}
+
+BPStatus ShellOpenAddress(const char* address)
+{
+    return Opened(bpFakeShellOpenAddress, bpNotFoundErr, address);
 }
 
 // The log.
@@ -729,4 +747,5 @@ void BPFillFakePlatform(BPPlatform* platform)
     platform->clipboard = {.put = ClipboardPut, .has = ClipboardHas, .get = ClipboardGet};
     platform->screen = {
         .count = ScreenCount, .bounds = ScreenBounds, .workArea = ScreenWorkArea, .allowForeground = AllowForeground};
+    platform->shell = {.openFile = ShellOpenFile, .openAddress = ShellOpenAddress};
 }

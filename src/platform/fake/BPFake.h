@@ -76,6 +76,8 @@ enum BPFakeOp : uint32_t {
     bpFakeScreenBounds,
     bpFakeScreenWorkArea,
     bpFakeAllowForeground,
+    bpFakeShellOpenFile,
+    bpFakeShellOpenAddress,
     bpFakeOpCount,
 };
 
@@ -173,7 +175,7 @@ struct BPFakeState {
     std::vector<BPFakeShownAlert> alerts;
     uint32_t beeps = 0;
 
-    // Clipboard: one block.
+    // Clipboard: one block. A put that fails leaves it empty.
     std::string clipboardFormat; ///< empty when the clipboard is
     std::vector<uint8_t> clipboard;
 
@@ -181,6 +183,9 @@ struct BPFakeState {
     std::vector<BPRect> screens = {{.left = 0, .top = 0, .right = 1920, .bottom = 1080}};
     BPRect workArea = {.left = 0, .top = 0, .right = 1920, .bottom = 1080};
     std::vector<uint32_t> allowedForeground; ///< process ids
+
+    // The desktop: files and addresses that were opened, in order.
+    std::vector<std::string> opened;
 
     // The log, when BPFakeCaptureLog was called: all lines, and the reports of assertions and fatal errors.
     std::string log;

@@ -66,6 +66,12 @@ BPStatus NoWorkArea(BPRect* area)
 
 void AllowNobody(uint32_t) {}
 
+BPStatus NoViewer(const char*)
+{
+    BPDebugLog("There is no desktop to open it\n");
+    return bpNotFoundErr;
+}
+
 } // namespace
 
 void BPFillLinuxPlatform(BPPlatform* platform)
@@ -80,4 +86,5 @@ void BPFillLinuxPlatform(BPPlatform* platform)
     platform->alert = {.alert = LogAlert, .messageBox = LogMessageBox, .beep = LogBeep};
     platform->clipboard = {.put = NoPut, .has = NothingThere, .get = NoGet};
     platform->screen = {.count = NoScreens, .bounds = NoBounds, .workArea = NoWorkArea, .allowForeground = AllowNobody};
+    platform->shell = {.openFile = NoViewer, .openAddress = NoViewer};
 }

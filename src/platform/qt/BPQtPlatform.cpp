@@ -5,10 +5,14 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDesktopServices>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QScreen>
+#include <QUrl>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -63,7 +67,9 @@ void Beep()
 
 BPStatus PutOnClipboard(const char* format, const void* bytes, uint32_t byteCount)
 {
-    auto* data = new QMimeData; // the clipboard takes it over
+    QGuiApplication::clipboard()->clear();
+    auto* data = new (std::nothrow) QMimeData; // the clipboard takes it over
+    if (!data) return bpMemFullErr;
     data->setData(QString::fromLatin1(format), QByteArray(static_cast<const char*>(bytes), qsizetype{byteCount}));
     QGuiApplication::clipboard()->setMimeData(data);
     return bpNoErr;
@@ -118,6 +124,20 @@ BPStatus WorkArea(BPRect* area)
     return bpNoErr;
 }
 
+BPStatus OpenFile(const char* path)
+{
+    const QString name = QString::fromLocal8Bit(path);
+    if (!QFileInfo(name).isFile()) return bpFileNotFoundErr;
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(name)) ? bpNoErr : bpNotFoundErr;
+}
+
+BPStatus OpenAddress(const char* address)
+{
+    const QUrl url(QString::fromUtf8(address), QUrl::StrictMode);
+    if (!url.isValid() || (url.scheme() != u"https" && url.scheme() != u"http")) return bpParamErr;
+    return QDesktopServices::openUrl(url) ? bpNoErr : bpNotFoundErr;
+}
+
 /// Nothing to do: here the window manager alone decides who comes to the front.
 void AllowForeground(uint32_t) {}
 
@@ -130,4 +150,5 @@ void BPFillQtPlatform(BPPlatform* platform)
     platform->clipboard = {.put = PutOnClipboard, .has = ClipboardHas, .get = GetFromClipboard};
     platform->screen = {
         .count = ScreenCount, .bounds = ScreenBounds, .workArea = WorkArea, .allowForeground = AllowForeground};
+    platform->shell = {.openFile = OpenFile, .openAddress = OpenAddress};
 }

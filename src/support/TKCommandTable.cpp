@@ -1,0 +1,168 @@
+// The command table: every number with its text, key, rule and function.
+//
+// A command whose tool is not here yet has no function: it does nothing, and TKSilentCommands lists it. When the tool
+// comes, its row gets the function and nothing else has to change.
+#include "src/support/TKCommandActions.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr uint32_t kControl = bpControlKey, kShiftControl = bpShiftKey | bpControlKey;
+constexpr uint32_t kControlAlt = bpControlKey | bpAltKey, kAll = bpShiftKey | bpControlKey | bpAltKey;
+constexpr uint32_t kBoth = kTKStopsPreview | kTKCommits;
+constexpr void (*kLater)(TKSession*, const TKCommandSource*) = nullptr; // the tool comes later
+
+/// A command that a menu shows.
+constexpr TKCommandRow Item(uint32_t id, const char* text, uint32_t before,
+                            void (*run)(TKSession*, const TKCommandSource*), TKEnabledRule enabled = tkEnabledAlways)
+{
+    return {.first = id,
+            .last = id,
+            .text = text,
+            .virtualKey = 0,
+            .modifiers = 0,
+            .before = before,
+            .enabled = enabled,
+            .run = run};
+}
+
+/// The same with an accelerator, which the text names.
+constexpr TKCommandRow Keyed(uint32_t id, const char* text, uint32_t virtualKey, uint32_t modifiers, uint32_t before,
+                             void (*run)(TKSession*, const TKCommandSource*), TKEnabledRule enabled = tkEnabledAlways)
+{
+    TKCommandRow row = Item(id, text, before, run, enabled);
+    row.virtualKey = virtualKey;
+    row.modifiers = modifiers;
+    return row;
+}
+
+/// Numbers that no menu of the table shows: buttons, lists that are filled at run time.
+constexpr TKCommandRow Hidden(uint32_t first, uint32_t last, uint32_t before,
+                              void (*run)(TKSession*, const TKCommandSource*))
+{
+    TKCommandRow row = Item(first, nullptr, before, run);
+    row.last = last;
+    return row;
+}
+
+constexpr TKCommandRow kCommands[] = {
+    Hidden(3, 3, kTKFocusesMain | kTKCommits, TKRunResetPane),
+    Hidden(4, 4, kTKCommits, TKRunResetGroup),
+    Hidden(5, 5, kBoth, kLater),           // Load settings, of a pane
+    Hidden(6, 6, kTKStopsPreview, kLater), // Save settings, of a pane
+    Hidden(7, 7, 0, kLater),               // Load curves
+    Hidden(8, 8, 0, kLater),               // Save curves
+    Hidden(14, 14, kTKCommits, kLater),    // Auto Exposure
+    Hidden(15, 15, kTKCommits, kLater),    // Auto Color
+    Hidden(12902, 12902, 0, TKRunNothing),
+    Keyed(13101, "Single Ctrl+1", '1', kControl, kBoth, TKRunViewSingle, tkEnabledWithViews),
+    Keyed(13102, "Normal Ctrl+2", '2', kControl, kBoth, TKRunViewNormal, tkEnabledWithViews),
+    Hidden(13103, 13103, 0, TKRunNothing),
+    Keyed(13201, "Reset All      Shift+Ctrl+Alt+R", 'R', kAll, kTKCommits, TKRunResetAll),
+    Keyed(13202, "Load Settings...       Shift+Ctrl+Alt+L", 'L', kAll, kBoth, kLater),
+    Keyed(13203, "Save Settings...       Shift+Ctrl+Alt+S", 'S', kAll, kTKStopsPreview, kLater),
+    Keyed(13204, "Save User Preset...    Shift+Ctrl+Alt+P", 'P', kAll, kBoth, kLater),
+    Item(13205, "Load ASC CDL...", kTKCommits, kLater),
+    Item(13206, "Save ASC CDL...", 0, kLater),
+    Keyed(13304, "Save Reference Image   Ctrl+Alt+R", 'R', kControlAlt, kBoth, kLater),
+    Keyed(13601, "View Ochrine User's Guide...", kTKKeyF1, 0, 0, TKRunUsersGuide),
+    Item(13602, "View Ochrine Online Knowledge Base...", 0, TKRunKnowledgeBase),
+    Item(14105, "Settings to Academy 3D LUT...", kBoth, kLater),
+    Item(14107, "Settings to Cinetal 3D LUT...", kBoth, kLater),
+    Item(14108, "Settings to Ochrine Preview LUT...", kBoth, kLater),
+    Item(14109, "Settings to HDLink Pro 3D LUT...", kBoth, kLater),
+    Item(14110, "Settings to LUTher 3D LUT...", kBoth, kLater),
+    Item(14111, "Settings to Panavision GDP 3D LUT...", kBoth, kLater),
+    Item(14112, "Settings to Pogle 3D LUT...", kBoth, kLater),
+    Item(14113, "Settings to Scratch 3D LUT...", kBoth, kLater),
+    Item(14114, "Settings to Truelight 3D LUT...", kBoth, kLater),
+    Hidden(14501, 14557, 0, kLater), // primary preview tables
+    Hidden(14601, 14657, 0, kLater), // secondary preview tables
+    Hidden(14701, 14757, 0, kLater), // external preview tables
+    Item(14901, "Lustre...", kBoth, kLater),
+    Item(14902, "Flame...", kBoth, kLater),
+    Item(14903, "Smoke...", kBoth, kLater),
+    Item(14904, "Generic .3dl...", kBoth, kLater),
+    Hidden(59001, 59001, 0, TKRunOK), // the end of a session stops and commits in an order of its own
+    Hidden(59002, 59002, 0, TKRunCancel),
+    Keyed(59003, "Exit   Ctrl+Q", 'Q', kControl, 0, TKRunExit),
+    Keyed(59004, "Undo   Ctrl+Z", 'Z', kControl, 0, TKRunUndo, tkEnabledWithUndo),
+    Keyed(59005, "Redo   Shift+Ctrl+Z", 'Z', kShiftControl, 0, TKRunRedo, tkEnabledWithRedo),
+    Keyed(59006, "Cut    Ctrl+X", 'X', kControl, 0, TKRunCopy), // Deliberate: Cut leaves the settings as they are.
+    Keyed(59007, "Copy   Ctrl+C", 'C', kControl, 0, TKRunCopy),
+    Keyed(59008, "Paste  Ctrl+V", 'V', kControl, 0, TKRunPaste, tkEnabledWithPaste),
+    Item(59009, "Clear", 0, TKRunNothing), // Deliberate: enabled, and without effect.
+    Item(59014, "Preferences...", kBoth, kLater),
+    Item(59025, "About Ochrine...", kTKStopsPreview, TKRunAbout),
+    Hidden(59026, 59030, 0, TKRunNothing),
+};
+
+constexpr bool TableIsSound()
+{
+    for (size_t i = 0; i < std::size(kCommands); ++i) {
+        if (kCommands[i].last < kCommands[i].first) return false;
+        if (i > 0 && kCommands[i].first <= kCommands[i - 1].last) return false;
+        if (kCommands[i].text && kCommands[i].first != kCommands[i].last) return false;
+    }
+    return true;
+}
+static_assert(TableIsSound());
+
+constexpr size_t kKeyCount = static_cast<size_t>(
+    std::count_if(std::begin(kCommands), std::end(kCommands), [](const TKCommandRow& r) { return r.virtualKey != 0; }));
+constexpr auto kAccelerators = [] {
+    std::array<TKAccelerator, kKeyCount> keys = {};
+    size_t count = 0;
+    for (const TKCommandRow& row : kCommands)
+        if (row.virtualKey != 0) keys[count++] = {row.virtualKey, row.modifiers, row.first};
+    return keys;
+}();
+static_assert([] {
+    for (const TKAccelerator& a : kAccelerators)
+        for (const TKAccelerator& b : kAccelerators)
+            if (a.command != b.command && a.virtualKey == b.virtualKey && a.modifiers == b.modifiers) return false;
+    return true;
+}());
+
+constexpr size_t kSilentCount = static_cast<size_t>(
+    std::count_if(std::begin(kCommands), std::end(kCommands), [](const TKCommandRow& r) { return !r.run; }));
+constexpr auto kSilentCommands = [] {
+    std::array<TKCommandRange, kSilentCount> ranges = {};
+    size_t count = 0;
+    for (const TKCommandRow& row : kCommands)
+        if (!row.run) ranges[count++] = {row.first, row.last};
+    return ranges;
+}();
+
+} // namespace
+
+std::span<const TKCommandRow> TKCommands()
+{
+    return kCommands;
+}
+
+const TKCommandRow* TKFindCommand(uint32_t commandID)
+{
+    for (const TKCommandRow& row : kCommands)
+        if (commandID >= row.first && commandID <= row.last) return &row;
+    return nullptr;
+}
+
+std::span<const TKCommandRange> TKSilentCommands()
+{
+    return kSilentCommands;
+}
+
+std::span<const TKAccelerator> TKAccelerators()
+{
+    return kAccelerators;
+}
+
+uint32_t TKAcceleratorCommand(uint32_t virtualKey, uint32_t modifiers)
+{
+    for (const TKAccelerator& row : kAccelerators)
+        if (row.virtualKey == virtualKey && row.modifiers == (modifiers & kTKHeldKeys)) return row.command;
+    return 0;
+}
