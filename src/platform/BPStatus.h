@@ -5,6 +5,7 @@
 
 enum [[nodiscard]] BPStatus : int16_t{
     bpNoErr = 0,
+    bpOpenErr = -23, ///< a preview table that cannot be written
     bpDiskFullErr = -34,
     bpEndOfFileErr = -39,
     bpFileNotFoundErr = -43,
