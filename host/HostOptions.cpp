@@ -24,9 +24,16 @@ Without CLIP the host makes a scene of its own: two seconds, 1920 x 1080.
   --app PATH          the application   [beside this program, in ../app, or on the PATH]
   --timeout SECONDS   how long the application may take to attach   [30]
   --sessions N        sessions one after the other, each with the grade of the last   [1]
+  --serve             keep the clip open: after each session wait for a line on standard input;
+                      "open" or an empty line begins the next one, "quit" or the end of input ends
+  --no-render         write the grade only, not the graded clip
   --make-sample FILE  write the host's own scene as a movie and end
-  --misbehave MODE    break the protocol, for tests: version6, late-header, short-object, wrong-sizes,
-                      clips250, status11, die-pending, never-answer, stale-block
+  --misbehave MODE    break the protocol, for tests.
+                      The block: version6, wrong-signature, swapped, late-header, too-late-header, short-object,
+                      wrong-sizes, clips250, clips-negative, no-process, no-grade, stale-block.
+                      Frames: die-chunks, status11, die-pending, never-answer, late-answer, wrong-word,
+                      two-frames, short-frame, long-frame, strange-status.
+                      In the middle: unlink, truncate, die-idle
   --verbose           show the debug log
   --help, --version
 
@@ -43,11 +50,31 @@ struct ModeName {
 };
 
 constexpr ModeName kModes[] = {
-    {"version6", Misbehave::version6},        {"late-header", Misbehave::lateHeader},
-    {"short-object", Misbehave::shortObject}, {"wrong-sizes", Misbehave::wrongSizes},
-    {"clips250", Misbehave::clips250},        {"status11", Misbehave::status11},
-    {"die-pending", Misbehave::diePending},   {"never-answer", Misbehave::neverAnswer},
+    {"version6", Misbehave::version6},
+    {"wrong-signature", Misbehave::wrongSignature},
+    {"swapped", Misbehave::swapped},
+    {"late-header", Misbehave::lateHeader},
+    {"too-late-header", Misbehave::tooLateHeader},
+    {"short-object", Misbehave::shortObject},
+    {"wrong-sizes", Misbehave::wrongSizes},
+    {"clips250", Misbehave::clips250},
+    {"clips-negative", Misbehave::clipsNegative},
+    {"no-process", Misbehave::noProcess},
+    {"no-grade", Misbehave::noGrade},
     {"stale-block", Misbehave::staleBlock},
+    {"die-chunks", Misbehave::dieChunks},
+    {"status11", Misbehave::status11},
+    {"die-pending", Misbehave::diePending},
+    {"never-answer", Misbehave::neverAnswer},
+    {"late-answer", Misbehave::lateAnswer},
+    {"wrong-word", Misbehave::wrongWord},
+    {"two-frames", Misbehave::twoFrames},
+    {"short-frame", Misbehave::shortFrame},
+    {"long-frame", Misbehave::longFrame},
+    {"strange-status", Misbehave::strangeStatus},
+    {"unlink", Misbehave::unlinkBlock},
+    {"truncate", Misbehave::truncateBlock},
+    {"die-idle", Misbehave::dieIdle},
 };
 
 bool ReadNumber(const std::string& text, uint32_t low, uint32_t high, uint32_t* number)
@@ -92,6 +119,8 @@ bool SetSwitch(const std::string& name, HostOptions* options)
 {
     if (name == "--render-only") return options->renderOnly = true;
     if (name == "--always-render") return options->alwaysRender = true;
+    if (name == "--serve") return options->serve = true;
+    if (name == "--no-render") return options->noRender = true;
     if (name == "--verbose") return options->isVerbose = true;
     if (name == "--help" || name == "-h") return options->showHelp = true;
     if (name == "--version") return options->showVersion = true;

@@ -15,7 +15,6 @@ static_assert(sizeof(OCSettings) == kOchrineGradeBytes && kOCSettingsSignature =
 namespace {
 
 constexpr uint32_t kStepMs = 2;
-constexpr uint64_t kNeverAnswerMs = 1000;
 /// A resident application looks for a block every 10 ms. One that does not is in a session with a host that died.
 constexpr uint64_t kResidentMs = 3000;
 
@@ -29,8 +28,7 @@ struct Session {
     uint32_t application = 0; // its process
     bool isChild = false;     // started by us, not found
     uint64_t startedAtMs = 0;
-    uint64_t pendingAtMs = 0; // the first request, for neverAnswer
-    LateHeader late;
+    MisbehaveState misbehaviour;
 
     Session(const BPPlatform& p, const HostOptions& o, ClipSource* c) : platform(p), options(o), clip(c) {}
     ~Session()
@@ -157,43 +155,29 @@ int MakeBlock(Session* session, const OCSettings& grade)
 /// The frame that the application wants, or 11.
 void ServeFrame(Session* session, const OchrineEvent& event)
 {
-    switch (session->options.misbehave) {
-    case Misbehave::status11: OchrineHostRefuse(session->host); return;
-    case Misbehave::diePending: std::_Exit(9);
-    case Misbehave::neverAnswer: {
-        const uint64_t now = session->platform.clock.monotonicMs();
-        if (session->pendingAtMs == 0) session->pendingAtMs = now;
-        if (now - session->pendingAtMs >= kNeverAnswerMs) std::_Exit(9);
-        return;
-    }
-    case Misbehave::none:
-    case Misbehave::version6:
-    case Misbehave::lateHeader:
-    case Misbehave::shortObject:
-    case Misbehave::wrongSizes:
-    case Misbehave::clips250:
-    case Misbehave::staleBlock: break;
-    }
     if (session->clip->ReadFrame(event.frameNumber, session->pixels.data()) != bpNoErr) {
         HostComplain("frame %d cannot be decoded", event.frameNumber);
         OchrineHostRefuse(session->host);
         return;
     }
+    if (MisbehaveInRequest(session->options.misbehave, session->host, &session->pixels, &session->misbehaviour)) return;
     const OchrineResult err =
         OchrineHostAnswer(session->host, session->pixels.data(), static_cast<uint32_t>(session->pixels.size()));
     if (err != ochrineOk) HostComplain("frame %d cannot be sent (error %d)", event.frameNumber, err);
 }
 
-int TakeGrade(Session* session, OCSettings* grade, bool* changed)
+using Keep = std::function<int(const OCSettings& grade, bool changed)>;
+
+int TakeGrade(Session* session, OCSettings* grade, const Keep& keep)
 {
     OCSettings result = {};
     if (OchrineHostReadGrade(session->host, &result) != ochrineOk) {
         HostComplain("the application left no grade in the block");
         return hostRefused;
     }
-    *changed = std::memcmp(&result, grade, sizeof(result)) != 0;
+    const bool changed = std::memcmp(&result, grade, sizeof(result)) != 0;
     *grade = result;
-    return hostDone;
+    return keep(result, changed);
 }
 
 /// Tells of an application that ended; gives the exit code of the host.
@@ -212,7 +196,7 @@ int TellOfDeath(Session* session, const OchrineEvent& event)
     return hostApplicationDied;
 }
 
-int Loop(Session* session, OCSettings* grade, bool* changed)
+int Loop(Session* session, OCSettings* grade, const Keep& keep)
 {
     const uint64_t limitMs = uint64_t{session->options.timeoutSeconds} * 1000;
     for (;;) {
@@ -221,7 +205,7 @@ int Loop(Session* session, OCSettings* grade, bool* changed)
         switch (event.kind) {
         case ochrineEventAttached: HostSay("the application has taken the clip"); break;
         case ochrineEventFrameWanted: ServeFrame(session, event); break;
-        case ochrineEventDone: return TakeGrade(session, grade, changed);
+        case ochrineEventDone: return TakeGrade(session, grade, keep);
         case ochrineEventFailed: HostComplain("the application could not take the clip"); return hostRefused;
         case ochrineEventDied:
             if (event.status != kTKUIStatusDataReady || session->isChild) return TellOfDeath(session, event);
@@ -240,9 +224,7 @@ int Loop(Session* session, OCSettings* grade, bool* changed)
             }
             break;
         }
-        if (session->options.misbehave == Misbehave::lateHeader) {
-            WriteLateHeader(session->platform, session->application, OchrineHostBlock(session->host), &session->late);
-        }
+        MisbehaveInStep(session->options.misbehave, session->host, session->application, event, &session->misbehaviour);
         if (HostIsInterrupted()) {
             HostComplain("interrupted by signal %d", HostInterruptingSignal());
             return hostInterrupted;
@@ -281,12 +263,11 @@ int RunShortObject(Session* session)
 } // namespace
 
 int RunHostSession(const BPPlatform& platform, const HostOptions& options, ClipSource* clip, OCSettings* grade,
-                   bool* changed)
+                   const Keep& keep)
 {
-    *changed = false;
     Session session(platform, options, clip);
     if (options.misbehave == Misbehave::shortObject) return RunShortObject(&session);
     if (int exit = MakeBlock(&session, *grade); exit != hostDone) return exit;
     if (int exit = FindOrStartApplication(&session); exit != hostDone) return exit;
-    return Loop(&session, grade, changed);
+    return Loop(&session, grade, keep);
 }

@@ -4,6 +4,7 @@
 #include "host/HostProgress.h"
 #include "host/HostRender.h"
 #include "host/HostRun.h"
+#include "host/HostServe.h"
 #include "host/SampleScene.h"
 #include "src/platform/BPLog.h"
 
@@ -109,18 +110,39 @@ int MakeSample(const HostOptions& options)
 int Session(const BPPlatform& platform, const HostOptions& options, ClipSource* clip, OCSettings* grade)
 {
     const Outputs outputs = OutputsOf(options, clip->Info());
-    bool isChanged = false;
-    if (int exit = RunHostSession(platform, options, clip, grade, &isChanged); exit != hostDone) return exit;
-    if (!isChanged) {
-        HostSay("the grade is as it was: cancelled");
-        if (!options.alwaysRender) return hostDone;
-    }
-    if (WriteGradeFile(outputs.grade, *grade) != bpNoErr) {
-        HostComplain("cannot write %s", outputs.grade.c_str());
-        return hostNoOutput;
-    }
-    HostSay("wrote %s", outputs.grade.c_str());
+    bool isWanted = false;
+    const auto keep = [&](const OCSettings& result, bool isChanged) -> int {
+        if (!isChanged) HostSay("the grade is as it was: cancelled");
+        isWanted = isChanged || options.alwaysRender;
+        if (!isWanted) return hostDone;
+        if (WriteGradeFile(outputs.grade, result) != bpNoErr) {
+            HostComplain("cannot write %s", outputs.grade.c_str());
+            return hostNoOutput;
+        }
+        HostSay("wrote %s", outputs.grade.c_str());
+        return hostDone;
+    };
+    if (int exit = RunHostSession(platform, options, clip, grade, keep); exit != hostDone) return exit;
+    if (!isWanted || options.noRender) return hostDone;
     return Render(clip, *grade, outputs.clip, options.threads);
+}
+
+/// Sessions as long as somebody asks for them. A session that fails ends itself, not the others.
+int Serve(const BPPlatform& platform, const HostOptions& options, ClipSource* clip, OCSettings* grade)
+{
+    for (;;) {
+        const int exit = Session(platform, options, clip, grade);
+        if (HostIsInterrupted()) return hostInterrupted;
+        if (exit != hostDone) HostSay("the session failed with code %d", exit);
+        HostSay("waiting: an empty line opens the clip again, \"quit\" ends");
+        switch (HostAwaitCommand()) {
+        case HostCommand::open: break;
+        case HostCommand::quit: return hostDone;
+        case HostCommand::interrupted:
+            HostComplain("interrupted by signal %d", HostInterruptingSignal());
+            return hostInterrupted;
+        }
+    }
 }
 
 int Run(const HostOptions& options)
@@ -150,6 +172,7 @@ int Run(const HostOptions& options)
 
     BPPlatform platform = {};
     BPFillLinuxPlatform(&platform);
+    if (options.serve) return Serve(platform, options, clip.get(), &grade);
     for (uint32_t session = 0; session < options.sessions; ++session) {
         if (int exit = Session(platform, options, clip.get(), &grade); exit != hostDone) return exit;
         if (HostIsInterrupted()) return hostInterrupted;

@@ -1,7 +1,9 @@
 // The command line of ochrine-host.
 #include "host/HostOptions.h"
+#include "host/HostServe.h"
 
 #include <gtest/gtest.h>
+#include <set>
 
 namespace {
 
@@ -56,6 +58,8 @@ TEST(HostOptions, ReadsAllOfThem)
     ASSERT_TRUE(Parse({"--", "--strange name.mov"}, &options));
     EXPECT_EQ(options.clip, "--strange name.mov");
     ASSERT_TRUE(Parse({"--render-only", "--grade", "g"}, &options));
+    ASSERT_TRUE(Parse({"--serve", "--no-render"}, &options));
+    EXPECT_TRUE(options.serve && options.noRender);
     ASSERT_TRUE(Parse({"-h"}, &options));
     EXPECT_TRUE(options.showHelp);
 }
@@ -84,10 +88,34 @@ TEST(HostOptions, RefusesWhatItDoesNotKnow)
 TEST(HostOptions, KnowsEveryWayToMisbehave)
 {
     HostOptions options;
-    for (const char* mode : {"version6", "late-header", "short-object", "wrong-sizes", "clips250", "status11",
-                             "die-pending", "never-answer", "stale-block"}) {
+    std::set<Misbehave> seen;
+    for (const char* mode : {"version6",     "wrong-signature", "swapped",    "late-header",    "too-late-header",
+                             "short-object", "wrong-sizes",     "clips250",   "clips-negative", "no-process",
+                             "no-grade",     "stale-block",     "die-chunks", "status11",       "die-pending",
+                             "never-answer", "late-answer",     "wrong-word", "two-frames",     "short-frame",
+                             "long-frame",   "strange-status",  "unlink",     "truncate",       "die-idle"}) {
         EXPECT_TRUE(Parse({"--misbehave", mode}, &options)) << mode;
         EXPECT_NE(options.misbehave, Misbehave::none);
+        EXPECT_TRUE(seen.insert(options.misbehave).second) << mode;
         EXPECT_NE(std::string(kHostHelp).find(mode), std::string::npos) << mode;
+    }
+}
+
+TEST(HostServe, ReadsCommands)
+{
+    for (const char* line : {"", "  ", "open", " open\t\r"}) {
+        HostCommand command = HostCommand::interrupted;
+        EXPECT_TRUE(ReadHostCommand(line, &command)) << line;
+        EXPECT_EQ(command, HostCommand::open) << line;
+    }
+    for (const char* line : {"q", "quit", " quit "}) {
+        HostCommand command = HostCommand::interrupted;
+        EXPECT_TRUE(ReadHostCommand(line, &command)) << line;
+        EXPECT_EQ(command, HostCommand::quit) << line;
+    }
+    for (const char* line : {"openx", "open x", "Q", "quit!", "\x01"}) {
+        HostCommand command = HostCommand::interrupted;
+        EXPECT_FALSE(ReadHostCommand(line, &command)) << line;
+        EXPECT_EQ(command, HostCommand::interrupted) << line;
     }
 }

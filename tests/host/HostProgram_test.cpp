@@ -1,6 +1,7 @@
 // The program ochrine-host from the outside, with a program that stands for Ochrine.
 #include "host/HostMisbehave.h"
 #include "host/HostOptions.h"
+#include "host/HostRun.h"
 #include "host/HostSession.h"
 #include "src/OCSettings.h"
 #include "tests/host/ClipTest.h"
@@ -37,9 +38,11 @@ class HostProgram : public testing::Test {
     }
 
     /// Runs the program on the clip and returns its exit code; what it says goes to said_.
-    int Run(const std::string& mode, const std::string& options, const std::string& clip = "clip.mov")
+    int Run(const std::string& mode, const std::string& options, const std::string& clip = "clip.mov",
+            const std::string& input = "")
     {
-        const std::string command = "cd " + folder_.path + " && OC_FAKE_OUT=" + folder_.Path("frames") +
+        const std::string pipe = input.empty() ? "" : "printf '" + input + "' | ";
+        const std::string command = "cd " + folder_.path + " && " + pipe + "OC_FAKE_OUT=" + folder_.Path("frames") +
                                     " OC_FAKE_MODE=" + mode + " " + std::getenv("OC_HOST_PROGRAM") + " --app " +
                                     std::getenv("OC_FAKE_APPLICATION") + " --out-dir out " + options + " " + clip +
                                     " > log 2>&1";
@@ -174,6 +177,57 @@ TEST_F(HostProgram, FindsAResidentApplication)
     for (int i = 0; i < 200 && std::filesystem::exists(resident); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_FALSE(std::filesystem::exists(resident));
+}
+
+TEST_F(HostProgram, KeepsTheClipOpenUntilItIsToldEnough)
+{
+    for (const char* input : {"open\\n\\nnonsense\\nquit\\nopen\\n", "\\n  open \\n"}) {
+        std::filesystem::remove_all(folder_.Path("out"));
+        ASSERT_EQ(Run("ok", "--serve --no-render", "clip.mov", input), hostDone);
+        OCSettings read = {};
+        std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+        EXPECT_EQ(read.hsl.master.saturation, 125.0f * 1.25f * 1.25f); // three sessions, each with the last one's grade
+        EXPECT_FALSE(Has("out/clip_graded.mov"));
+    }
+    ASSERT_EQ(Run("ok", "--serve --no-render", "clip.mov", std::string(1000, 'x') + "\\nq\\n"), hostDone);
+    EXPECT_NE(said_.find("is no command"), std::string::npos);
+    // A session that fails does not end the host.
+    ASSERT_EQ(Run("die", "--serve", "clip.mov", "\\n\\n"), hostDone);
+    size_t failures = 0;
+    for (size_t at = said_.find("failed with code 5"); at != std::string::npos;
+         at = said_.find("failed with code 5", at + 1))
+        ++failures;
+    EXPECT_EQ(failures, 3u);
+}
+
+TEST_F(HostProgram, TheGradeIsKeptBeforeTheBlockGoes)
+{
+    // Once the block is gone the application takes the grade for safe.
+    std::string error;
+    std::unique_ptr<ClipSource> clip = OpenClip(folder_.Path("clip.mov"), {}, &error);
+    ASSERT_NE(clip, nullptr);
+    BPPlatform platform = {};
+    BPFillLinuxPlatform(&platform);
+    HostOptions options;
+    options.application = std::getenv("OC_FAKE_APPLICATION");
+    OCSettings grade = {};
+    OCResetSettings(&grade, kOCResetAll, kOCResetAll, kOCResetDefaults);
+    for (const char* mode : {"ok", "cancel"}) {
+        setenv("OC_FAKE_MODE", mode, 1);
+        int calls = 0;
+        const auto keep = [&](const OCSettings& result, bool changed) -> int {
+            ++calls;
+            EXPECT_TRUE(IsBlockLeft());
+            EXPECT_EQ(changed, std::string(mode) == "ok");
+            EXPECT_EQ(result.hsl.master.saturation, 125.0f);
+            return calls == 1 ? hostNoOutput : hostDone;
+        };
+        EXPECT_EQ(RunHostSession(platform, options, clip.get(), &grade, keep),
+                  hostNoOutput); // its code is the session's
+        EXPECT_EQ(calls, 1);
+        EXPECT_FALSE(IsBlockLeft());
+    }
+    unsetenv("OC_FAKE_MODE");
 }
 
 TEST_F(HostProgram, MisbehavesAsAsked)

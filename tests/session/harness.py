@@ -12,12 +12,15 @@ import struct
 import subprocess
 import sys
 import unittest
+import zlib
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools"))
 from headless import Desktop, Failure, is_running, wait_until   # noqa: E402, F401
 
 GRADE_BYTES = 33556
 GRADE_SIGNATURE = 0x12343210
+# A journal: a header, then records that each end in a checksum.
+JOURNAL_HEADER_BYTES, JOURNAL_RECORD_BYTES, JOURNAL_GRADE_AT = 304, 33576, 16
 # Offsets in a grade.
 PRIMARY_ON, HSL_ON, HSL_MASTER_ON, HSL_MASTER_SATURATION = 4, 8, 12, 20
 # Offsets in the block of a host, and values of its status.
@@ -125,6 +128,33 @@ class Session(unittest.TestCase):
     @staticmethod
     def saturation_of(grade):
         return struct.unpack_from("<f", grade, HSL_MASTER_SATURATION)[0]
+
+    # Journals.
+
+    def journals(self):
+        return sorted(glob.glob(self.path("state", "ochrine", "*.ocjournal")))
+
+    def journaled(self):
+        """The newest sound grade of the only journal, or None."""
+        names = self.journals()
+        if not names:
+            return None
+        self.assertEqual(len(names), 1, names)
+        with open(names[0], "rb") as file:
+            data = file.read()
+        newest, grade = 0, None
+        for at in range(JOURNAL_HEADER_BYTES, len(data) - JOURNAL_RECORD_BYTES + 1, JOURNAL_RECORD_BYTES):
+            record = data[at:at + JOURNAL_RECORD_BYTES]
+            number = struct.unpack_from("<I", record, 4)[0]
+            if number > newest and zlib.crc32(record[:-4]) == struct.unpack_from("<I", record, JOURNAL_RECORD_BYTES - 4)[0]:
+                newest, grade = number, record[JOURNAL_GRADE_AT:JOURNAL_GRADE_AT + GRADE_BYTES]
+        return grade
+
+    def grade(self, slider, percent, saturation):
+        """Drags the slider of the saturation and waits until the journal holds the value."""
+        self.desktop.drag_slider(slider, percent)
+        wait_until(lambda: (self.journaled() or b"") and
+                           abs(self.saturation_of(self.journaled()) - saturation) < 5, 10, "the journal")
 
     # Programs.
 

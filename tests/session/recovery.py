@@ -1,45 +1,16 @@
 """Nothing is lost: what a session left that ended badly is offered to the next one on the same clip."""
-import glob
 import os
-import struct
 import time
 import unittest
-import zlib
 
 import harness
 
 SLIDER = "hsl_master_saturation"
-HEADER_BYTES, RECORD_BYTES, GRADE_AT = 304, 33576, 16
 OFFERED = "A grade of an earlier session is offered"
 TOOK_BACK = "The host took its block back"
 
 
 class Recovery(harness.Session):
-    def journals(self):
-        return sorted(glob.glob(self.path("state", "ochrine", "*.ocjournal")))
-
-    def journaled(self):
-        """The newest sound grade of the only journal, or None."""
-        names = self.journals()
-        if not names:
-            return None
-        self.assertEqual(len(names), 1, names)
-        with open(names[0], "rb") as file:
-            data = file.read()
-        newest, grade = 0, None
-        for at in range(HEADER_BYTES, len(data) - RECORD_BYTES + 1, RECORD_BYTES):
-            record = data[at:at + RECORD_BYTES]
-            number = struct.unpack_from("<I", record, 4)[0]
-            if number > newest and zlib.crc32(record[:-4]) == struct.unpack_from("<I", record, RECORD_BYTES - 4)[0]:
-                newest, grade = number, record[GRADE_AT:GRADE_AT + harness.GRADE_BYTES]
-        return grade
-
-    def grade(self, percent, saturation):
-        """Drags the saturation and waits until the journal holds it."""
-        self.desktop.drag_slider(SLIDER, percent)
-        harness.wait_until(lambda: (self.journaled() or b"") and
-                           abs(self.saturation_of(self.journaled()) - saturation) < 5, 10, "the journal")
-
     def begin(self, *options, clip=None, name="host"):
         self.clip = clip or self.make_clip()
         host = self.start_host(*options, self.clip, name=name)
@@ -72,7 +43,7 @@ class Recovery(harness.Session):
 
     def test_a_killed_application_loses_no_grade(self):
         host = self.begin()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.desktop.kill(self.application())
         self.assertNotEqual(self.wait_ended(host), 0)
         host = self.begin_again(name="second")
@@ -82,7 +53,7 @@ class Recovery(harness.Session):
 
     def test_a_declined_grade_is_gone(self):
         host = self.begin()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.lose_both(host)
         host = self.begin_again(name="second")
         self.answer("recover_no")
@@ -93,7 +64,7 @@ class Recovery(harness.Session):
 
     def test_the_question_can_be_left_open_by_a_second_loss(self):
         host = self.begin()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.lose_both(host)
         host = self.begin_again(name="second")
         self.desktop.wait_for("recover_yes")
@@ -104,12 +75,12 @@ class Recovery(harness.Session):
 
     def test_ok_and_cancel_leave_no_journal(self):
         host = self.begin("--sessions", "2")
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.desktop.click("OK")
         self.wait_hidden(host)
         self.wait_for_window(host, session=2)
         harness.wait_until(lambda: not self.journals(), 10, "the removal of the journal")
-        self.grade(25, 75)
+        self.grade(SLIDER, 25, 75)
         self.desktop.click("Cancel")
         self.assertEqual(self.wait_ended(host), 0)
         harness.wait_until(lambda: not self.journals(), 10, "the removal of the journal")
@@ -117,7 +88,7 @@ class Recovery(harness.Session):
 
     def test_closing_the_window_keeps_the_grade(self):
         host = self.begin()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.desktop.key("ctrl+q")
         self.assertEqual(self.wait_ended(host), 0)
         host = self.begin_again(name="second")
@@ -127,7 +98,7 @@ class Recovery(harness.Session):
     def test_a_grade_given_to_a_dead_host_is_kept(self):
         host = self.begin()
         application = self.application()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         self.desktop.kill(host.pid)
         self.wait_ended(host)
         self.desktop.click("OK")
@@ -139,7 +110,7 @@ class Recovery(harness.Session):
     def take_back(self, spoil):
         host = self.begin()
         application = self.application()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         spoil(self.path("runtime", "ochrine", "Ochrine3CommBlock"))
         harness.wait_until(lambda: TOOK_BACK in self.desktop.log("host"), 10, "the line of the log")
         time.sleep(0.7)
@@ -164,7 +135,7 @@ class Recovery(harness.Session):
     def test_an_interrupted_host_ends_the_session_with_a_message(self):
         host = self.begin()
         application = self.application()
-        self.grade(75, 225)
+        self.grade(SLIDER, 75, 225)
         host.terminate()   # it removes its block
         self.assertEqual(self.wait_ended(host), 130)
         harness.wait_until(lambda: TOOK_BACK in self.desktop.log("host"), 10, "the line of the log")
