@@ -1,38 +1,39 @@
 // The render loop: read, bring in, grade, write.
 #include "host/HostRender.h"
 
+#include "host/FrameRenderer.h"
+#include "src/MPTasks.h"
+
 namespace {
 
 /// What one render owns.
 struct Bench {
-    OCEngine* engine = nullptr;
-    FBFrame* source = nullptr;
+    FrameRenderer* renderer = nullptr;
     FBFrame* graded = nullptr;
-    MPTask* tasks = nullptr;
-    uint32_t taskCount = 0;
 
     ~Bench()
     {
-        MPDisposeTasks(taskCount, &tasks);
-        if (source != nullptr) FBDisposeFrameBuffer(source);
         if (graded != nullptr) FBDisposeFrameBuffer(graded);
-        if (engine != nullptr) OCDisposeEngine(engine);
+        DisposeFrameRenderer(renderer);
     }
 
     BPStatus Prepare(const ClipInfo& info, const OCSettings& grade, int threads)
     {
-        if (BPStatus err = OCCreateEngine(&engine); err != bpNoErr) return err;
-        OCUpdateParameters(engine, &grade);
-        if (BPStatus err = FBCreateRGBFrameBuffer(info.width, info.height, &source, pixFormatRGBYPlanar_Float);
-            err != bpNoErr) {
-            return err;
-        }
-        if (BPStatus err = FBCreateRGBFrameBuffer(info.width, info.height, &graded, pixFormatRGBYPlanar_Float);
-            err != bpNoErr) {
-            return err;
-        }
-        taskCount = threads > 0 ? MPStartTaskCount(&tasks, static_cast<uint32_t>(threads)) : MPStartTasks(&tasks, true);
-        return bpNoErr;
+        const uint32_t count = threads > 0 ? static_cast<uint32_t>(threads) : MPGetProcessorCount();
+        if (BPStatus err = CreateFrameRenderer(count, &renderer); err != bpNoErr) return err;
+        SetRendererGrade(renderer, grade);
+        return FBCreateRGBFrameBuffer(info.width, info.height, &graded, pixFormatRGBYPlanar_Float);
+    }
+
+    BPStatus Render(const ClipInfo& info, uint8_t* pixels) const
+    {
+        const RenderImage source = {
+            .firstRow = pixels, .step = info.rowBytes, .planeBytes = 0, .format = info.pixelFormat};
+        const RenderImage target = {.firstRow = graded->baseAddr,
+                                    .step = graded->rowBytes,
+                                    .planeBytes = graded->planeBytes,
+                                    .format = pixFormatRGBYPlanar_Float};
+        return RenderFrame(renderer, info.width, info.height, source, target, false);
     }
 };
 
@@ -66,9 +67,10 @@ BPStatus RenderClip(ClipSource* clip, const OCSettings& grade, ClipWriter* write
         } else {
             ++result->framesReplaced;
         }
-        FBTransferPixToFBFrame(pixels.data(), info.rowBytes, 0, info.pixelFormat, bench.source, bench.taskCount,
-                               bench.tasks);
-        ProcessImage(bench.engine, bench.source, bench.graded, &grade, 0, bench.taskCount, bench.tasks);
+        if (BPStatus err = bench.Render(info, pixels.data()); err != bpNoErr) {
+            *error = "out of memory";
+            return err;
+        }
         if (BPStatus err = writer->WriteFrame(*bench.graded); err != bpNoErr) {
             *error = writer->Error();
             return err;

@@ -3,7 +3,6 @@
 
 #include "host/ClipSource.h"
 #include "host/ClipWriter.h"
-#include "src/MPTasks.h"
 #include "src/OCSettings.h"
 
 struct HostRenderResult {

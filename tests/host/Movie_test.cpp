@@ -3,6 +3,7 @@
 #include "host/GradeFile.h"
 #include "host/HostRender.h"
 #include "host/SampleScene.h"
+#include "src/MPTasks.h"
 #include "tests/host/ClipTest.h"
 
 #include <cstring>
