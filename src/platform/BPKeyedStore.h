@@ -9,11 +9,12 @@ struct BPKeyedStore {
 };
 
 /// Errors besides those told below: bpParamErr for a closed store or a null; bpFileBusyErr when another process held
-/// the store for two seconds; bpDiskFullErr; bpPermissionErr; bpInvalidSettingsErr when the file turned out damaged
-/// after it was opened. Only bpNotFoundErr means that a value is missing.   Thread: one at a time for each store.
+/// the store for two seconds; bpDiskFullErr; bpPermissionErr; bpIOErr; bpInvalidSettingsErr when the file turned out
+/// damaged after it was opened. Only bpNotFoundErr means that a value is missing.   Thread: one at a time for each store.
 struct BPKeyedStoreOps {
     /// Opens, and where needed makes, the store `name` (at most 63 characters, no slash) of the current user. A damaged
-    /// file is put aside under another name and replaced by an empty store; the log tells both names.
+    /// file is put aside under another name and replaced by an empty store; the log tells both names. Where nothing can
+    /// be written, an existing store opens for reading alone, and the log tells that.
     BPStatus (*open)(const char* name, BPKeyedStore* store);
     /// Closes; what was begun and not committed is undone.
     void (*close)(BPKeyedStore* store);

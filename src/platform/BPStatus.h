@@ -7,6 +7,7 @@ enum [[nodiscard]] BPStatus : int16_t{
     bpNoErr = 0,
     bpOpenErr = -23, ///< a preview table that cannot be written
     bpDiskFullErr = -34,
+    bpIOErr = -36, ///< the device fails
     bpEndOfFileErr = -39,
     bpFileNotFoundErr = -43,
     bpFileBusyErr = -47, ///< another process holds it longer than we wait

@@ -86,7 +86,7 @@ constexpr TKPreferenceRow kRows[] = {
     TK_NUMBER("Control Surface Interface", controlSurfaceInterface, 2),
     TK_TEXT("Control Surface IP", controlSurfaceIP, "192.168.1.100"),
     TK_NUMBER("Control Surface Port", controlSurfacePort, 23),
-    {"Rapid Preview Cache Path", tkPrefText, TK_FIELD(rapidPreviewCachePath), 0, "/tmp", tkDefaultTempFolder},
+    {"Rapid Preview Cache Path", tkPrefText, TK_FIELD(rapidPreviewCachePath), 0, "", tkDefaultTempFolder},
     TK_NUMBER("Preview Image Scaling", previewImageScaling, 3),
     TK_NUMBER("Preview Aspect Ratio Conversion", previewAspectRatioConversion, 1),
     TK_NUMBER("Clip Info Window V Pos", clipInfoWindowV, kNowhere),

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,7 +14,8 @@ namespace {
 constexpr uint32_t kDepths[] = {0, 1, 5, 10, 20, 50, 99};
 constexpr uint32_t kDefaultDepth = 20, kDefaultDepthIndex = 5;
 constexpr const char* kSystemNames[] = {"NTSC", "PAL", "709", "240M"}; // codes 1 to 4
-constexpr int32_t kSmallWidth = 721, kSmallHeight = 577;               // below both: a standard-definition monitor
+constexpr char kNoTempFolder[] = "/tmp/";
+constexpr int32_t kSmallWidth = 721, kSmallHeight = 577; // below both: a standard-definition monitor
 
 struct VideoRange {
     int32_t maximum, black, white;
@@ -58,7 +60,7 @@ float FloatFromText(const char* text)
     if (*text == '+') ++text;
     float value = 0;
     std::from_chars(text, text + std::strlen(text), value);
-    return value;
+    return std::isfinite(value) ? value : 0.0f;
 }
 
 uint32_t WholeFloat(float value)
@@ -79,6 +81,16 @@ uint32_t DefaultMonitor(const BPScreenOps& screen)
         if (running == 1 || (width < kSmallWidth && height < kSmallHeight)) chosen = running;
     }
     return chosen;
+}
+
+/// The user's temporary folder with a separator at its end.
+void TempFolder(uint8_t* field, uint32_t capacity)
+{
+    const char* named = std::getenv("TMPDIR");
+    const size_t length = named ? std::strlen(named) : 0;
+    const bool usable = length > 0 && named[0] == '/' && length + 2 <= capacity;
+    CopyText(field, capacity, usable ? named : kNoTempFolder);
+    if (usable && named[length - 1] != '/') field[length] = '/';
 }
 
 void SetDefault(TKPreferences* record, const TKPreferenceRow& row, const BPPlatform& platform)
@@ -102,11 +114,12 @@ void SetDefault(TKPreferences* record, const TKPreferenceRow& row, const BPPlatf
         std::memcpy(field, &value, sizeof value);
         return;
     }
-    case tkPrefText: {
-        const char* folder = row.source == tkDefaultTempFolder ? std::getenv("TMPDIR") : nullptr;
-        CopyText(field, row.capacity, folder && folder[0] ? folder : row.text);
+    case tkPrefText:
+        if (row.source == tkDefaultTempFolder)
+            TempFolder(field, row.capacity);
+        else
+            CopyText(field, row.capacity, row.text);
         return;
-    }
     case tkPrefTable:
         for (uint32_t i = 0; i < row.capacity; ++i) field[i] = static_cast<uint8_t>(i); // straight
         return;
@@ -143,54 +156,62 @@ BPStatus WriteRow(const TKPreferences& record, const TKPreferenceRow& row, const
     return bpNoErr;
 }
 
-void ReadSlot(TKSavedSlot* slot, const char* name, const BPKeyedStoreOps& ops, BPKeyedStore* store)
+BPStatus ReadSlot(TKSavedSlot* slot, const char* name, const BPKeyedStoreOps& ops, BPKeyedStore* store)
 {
     uint32_t byteCount = 0;
     slot->used = 0;
-    if (ops.readBlock(store, name, nullptr, 0, &byteCount) != bpNoErr || byteCount != sizeof slot->settings) return;
-    if (ops.readBlock(store, name, &slot->settings, sizeof slot->settings, &byteCount) != bpNoErr) return;
+    if (BPStatus err = ops.readBlock(store, name, nullptr, 0, &byteCount); err != bpNoErr) return err;
+    if (byteCount != sizeof slot->settings) return bpNoErr;
+    if (BPStatus err = ops.readBlock(store, name, &slot->settings, sizeof slot->settings, &byteCount); err != bpNoErr)
+        return err;
     slot->used = byteCount == sizeof slot->settings;
+    return bpNoErr;
 }
 
-/// False when the value is missing and has to be written back.
-bool ReadRow(TKPreferences* record, const TKPreferenceRow& row, const BPKeyedStoreOps& ops, BPKeyedStore* store)
+/// For values that are not written back when they are missing.
+BPStatus Exempt(BPStatus err)
+{
+    return err == bpNotFoundErr ? bpNoErr : err;
+}
+
+/// bpNotFoundErr when the value is missing and has to be written back; another error when the store cannot be read.
+BPStatus ReadRow(TKPreferences* record, const TKPreferenceRow& row, const BPKeyedStoreOps& ops, BPKeyedStore* store)
 {
     uint8_t* field = FieldOf(record, row);
     uint32_t number = 0, byteCount = 0;
     char text[64] = {};
+    BPStatus err = bpNoErr;
     switch (row.kind) {
-    case tkPrefVersion: return ops.readNumber(store, row.name, &number) == bpNoErr; // not kept
+    case tkPrefVersion: return ops.readNumber(store, row.name, &number); // not kept
     case tkPrefNumber:
-        if (ops.readNumber(store, row.name, &number) != bpNoErr) return false;
-        std::memcpy(field, &number, sizeof number);
-        return true;
+        if (err = ops.readNumber(store, row.name, &number); err == bpNoErr) std::memcpy(field, &number, sizeof number);
+        return err;
     case tkPrefWholeFloat: {
-        if (ops.readNumber(store, row.name, &number) != bpNoErr) return false;
+        if (err = ops.readNumber(store, row.name, &number); err != bpNoErr) return err;
         const auto value = static_cast<float>(number);
         std::memcpy(field, &value, sizeof value);
-        return true;
+        return bpNoErr;
     }
     case tkPrefVideoSystem:
-        if (ops.readString(store, row.name, text, sizeof text) != bpNoErr) return false;
+        if (err = ops.readString(store, row.name, text, sizeof text); err != bpNoErr) return err;
         if (std::strcmp(text, "ATSC") == 0) std::strcpy(text, "709"); // the name of older versions
         for (uint32_t i = 0; i < std::size(kSystemNames); ++i)
             if (std::strcmp(text, kSystemNames[i]) == 0) number = i + 1;
         if (number != 0) std::memcpy(field, &number, sizeof number);
-        return true;
-    case tkPrefText: return ops.readString(store, row.name, reinterpret_cast<char*>(field), row.capacity) == bpNoErr;
+        return bpNoErr;
+    case tkPrefText: return ops.readString(store, row.name, reinterpret_cast<char*>(field), row.capacity);
     case tkPrefFloatText: {
         // Deliberate: without a value the field is 0, not the default, and nothing is written back.
-        const bool found = ops.readString(store, row.name, text, sizeof text) == bpNoErr;
-        const float value = found ? FloatFromText(text) : 0.0f;
+        err = ops.readString(store, row.name, text, sizeof text);
+        const float value = err == bpNoErr ? FloatFromText(text) : 0.0f;
         std::memcpy(field, &value, sizeof value);
-        return true;
+        return Exempt(err);
     }
-    case tkPrefTable:
-        (void)ops.readBlock(store, row.name, field, row.capacity, &byteCount); // a missing table is the default's
-        return true;
-    case tkPrefSlot: ReadSlot(reinterpret_cast<TKSavedSlot*>(field), row.name, ops, store); return true;
+    case tkPrefTable: // a missing table is the default's
+        return Exempt(ops.readBlock(store, row.name, field, row.capacity, &byteCount));
+    case tkPrefSlot: return Exempt(ReadSlot(reinterpret_cast<TKSavedSlot*>(field), row.name, ops, store));
     }
-    return true;
+    return bpNoErr;
 }
 
 } // namespace
@@ -210,11 +231,23 @@ void PrefsRead(TKPreferences* record, const BPPlatform& platform)
     PrefsSetDefaults(record, platform);
     const BPKeyedStoreOps& ops = platform.keyedStore;
     BPKeyedStore store = {};
-    if (ops.open(kTKPreferencesStore, &store) != bpNoErr) return;
-    const bool together = ops.begin(&store) == bpNoErr;
-    for (const TKPreferenceRow& row : TKPreferenceRows())
-        if (!ReadRow(record, row, ops, &store)) (void)WriteRow(*record, row, ops, &store);
-    if (together) (void)ops.commit(&store);
+    if (BPStatus err = ops.open(kTKPreferencesStore, &store); err != bpNoErr) {
+        BPDebugLog("PrefsRead: the store cannot be opened, error %d; the defaults are in force\n", err);
+        return;
+    }
+    // One step: two processes that start at once do not see each other's half-filled store. A store that only can be
+    // read is read, and nothing is written back.
+    const BPStatus begun = ops.begin(&store);
+    for (const TKPreferenceRow& row : TKPreferenceRows()) {
+        const BPStatus err = ReadRow(record, row, ops, &store);
+        if (err == bpNotFoundErr && begun == bpNoErr) (void)WriteRow(*record, row, ops, &store);
+        if (err == bpNoErr || err == bpNotFoundErr) continue;
+        // Each further value would wait as long as this one did.
+        BPDebugLog("PrefsRead: \"%s\" cannot be read, error %d; what follows has its default\n", row.name, err);
+        break;
+    }
+    const BPStatus stored = begun == bpNoErr ? ops.commit(&store) : begun;
+    if (stored != bpNoErr) BPDebugLog("PrefsRead: missing values cannot be stored, error %d\n", stored);
     ops.close(&store);
     PrefsDeriveUndoDepth(record);
     PrefsDeriveVideoRange(record);
@@ -224,14 +257,17 @@ BPStatus PrefsWrite(const TKPreferences& record, const BPPlatform& platform)
 {
     const BPKeyedStoreOps& ops = platform.keyedStore;
     BPKeyedStore store = {};
-    if (BPStatus err = ops.open(kTKPreferencesStore, &store); err != bpNoErr) return err;
-    const bool together = ops.begin(&store) == bpNoErr;
-    BPDebugLog("Saving window position = %d, %d, selected tab %d\n", record.preferencesWindowH,
-               record.preferencesWindowV, record.preferencesWindowSelectedTab);
-    for (const TKPreferenceRow& row : TKPreferenceRows()) (void)WriteRow(record, row, ops, &store);
-    if (together) (void)ops.commit(&store);
-    ops.close(&store);
-    return bpNoErr;
+    BPStatus err = ops.open(kTKPreferencesStore, &store);
+    if (err == bpNoErr) err = ops.begin(&store);
+    if (err == bpNoErr) {
+        BPDebugLog("Saving window position = %d, %d, selected tab %d\n", record.preferencesWindowH,
+                   record.preferencesWindowV, record.preferencesWindowSelectedTab);
+        for (const TKPreferenceRow& row : TKPreferenceRows()) (void)WriteRow(record, row, ops, &store);
+        err = ops.commit(&store);
+    }
+    if (store.handle != 0) ops.close(&store);
+    if (err != bpNoErr) BPDebugLog("PrefsWrite: nothing was stored, error %d; the store keeps what it held\n", err);
+    return err;
 }
 
 bool PrefsApplyVideoLevels(const TKPreferences& record, OCSettings* settings)

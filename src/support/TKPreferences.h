@@ -1,6 +1,6 @@
 // The user's preferences: one flat record, filled from a keyed store at the start and written back at the end.
 //
-// kTKPreferences, one row a value in the order of the record, drives the defaults, the reading and the writing. A value
+// TKPreferenceRows, one row a value in the order of the record, drives the defaults, the reading and the writing. A value
 // that is missing when the record is read is written back with its default, so that a first run fills the store.
 #pragma once
 
@@ -97,10 +97,11 @@ std::span<const TKPreferenceRow> TKPreferenceRows();
 void PrefsSetDefaults(TKPreferences* record, const BPPlatform& platform);
 
 /// Sets the defaults, then reads every value that the store has and writes back those that are missing. A store that
-/// cannot be opened leaves the defaults.   Thread: main.
+/// cannot be opened leaves the defaults; one that fails while it is read leaves them to the values not yet read; one
+/// that only can be read is read. The log tells each.   Thread: main.
 void PrefsRead(TKPreferences* record, const BPPlatform& platform);
 
-/// Writes every value. Returns the error of opening the store (with nothing written); nothing else is checked.
+/// Writes every value, all or none: after an error, which the log tells too, the store holds what it held.
 /// Thread: main.
 BPStatus PrefsWrite(const TKPreferences& record, const BPPlatform& platform);
 

@@ -4,6 +4,7 @@
 #include "src/platform/fake/BPFake.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
@@ -217,7 +218,216 @@ TEST_F(TKPreferencesTest, AStoreThatCannotBeOpenedLeavesTheDefaultsAndAnError)
     EXPECT_EQ(Read().undoDepth, 20u);
     EXPECT_EQ(prefs_->autoLumaTrim, 0.001f);
     EXPECT_EQ(PrefsWrite(*prefs_, platform_), bpPermissionErr);
-    EXPECT_EQ(gBPFake.log, "");
+    EXPECT_EQ(gBPFake.log, "PrefsRead: the store cannot be opened, error -54; the defaults are in force\n"
+                           "PrefsWrite: nothing was stored, error -54; the store keeps what it held\n");
+}
+
+TEST_F(TKPreferencesTest, AStoreThatCanOnlyBeReadIsRead)
+{
+    PutNumber("Undo Depth", 50);
+    PutNumber("UI Timeout Duration", 3);
+    gBPFake.failFrom[bpFakeBegin] = 1;
+    gBPFake.failStatus[bpFakeBegin] = bpPermissionErr;
+    const TKPreferences& prefs = Read();
+    EXPECT_EQ(prefs.undoDepth, 50u);
+    EXPECT_EQ(prefs.uiTimeoutDuration, 3u);
+    EXPECT_EQ(prefs.uiBrightness, 22282u);
+    EXPECT_EQ(Store().size(), 2u); // nothing written back
+    EXPECT_EQ(gBPFake.calls[bpFakeWriteNumber], 0u);
+    EXPECT_EQ(gBPFake.log, "PrefsRead: missing values cannot be stored, error -54\n");
+    EXPECT_EQ(PrefsWrite(prefs, platform_), bpPermissionErr);
+    EXPECT_EQ(Store().size(), 2u);
+}
+
+TEST_F(TKPreferencesTest, AStoreThatFailsInTheMiddleEndsTheReadingAtOnce)
+{
+    for (const TKPreferenceRow& row : TKPreferenceRows())
+        if (row.kind == tkPrefNumber) PutNumber(row.name, 5);
+    gBPFake.failFrom[bpFakeReadNumber] = 6;
+    gBPFake.failStatus[bpFakeReadNumber] = bpFileBusyErr;
+    const TKPreferences& prefs = Read();
+    EXPECT_EQ(prefs.toolTipsEnable, 5u);
+    EXPECT_EQ(prefs.undoDepth, 5u);
+    EXPECT_EQ(prefs.undoPopupIndex, 3u); // derived from what was read
+    EXPECT_EQ(prefs.multiprocessorEnable, 5u);
+    EXPECT_EQ(prefs.uiTimeoutEnable, 1u); // the sixth number
+    EXPECT_EQ(prefs.uiBrightness, 22282u);
+    EXPECT_EQ(gBPFake.calls[bpFakeReadNumber], 6u);
+    EXPECT_EQ(gBPFake.log,
+              "PrefsRead: \"UI Timeout Enable\" cannot be read, error -47; what follows has its default\n");
+}
+
+TEST_F(TKPreferencesTest, AFullDiskKeepsTheStoreAndIsTold)
+{
+    ASSERT_EQ(PrefsWrite(Read(), platform_), bpNoErr);
+    const BPFakeStore before = Store();
+    TKPreferences changed = *prefs_;
+    changed.undoDepth = 99;
+    changed.savedSettings[0].used = 1;
+    for (const BPFakeOp op : {bpFakeWriteNumber, bpFakeWriteString, bpFakeWriteBlock, bpFakeCommit, bpFakeBegin}) {
+        gBPFake.log.clear();
+        gBPFake.failStatus[op] = bpDiskFullErr;
+        gBPFake.failFrom[op] = gBPFake.calls[op] + 2;
+        if (op == bpFakeCommit || op == bpFakeBegin) gBPFake.failFrom[op] = gBPFake.calls[op] + 1;
+        EXPECT_EQ(PrefsWrite(changed, platform_), bpDiskFullErr) << op;
+        gBPFake.failFrom[op] = 0;
+        EXPECT_EQ(Store(), before) << op;
+        EXPECT_NE(gBPFake.log.find("PrefsWrite: nothing was stored, error -34; the store keeps what it held\n"),
+                  std::string::npos)
+            << op;
+    }
+    EXPECT_EQ(PrefsWrite(changed, platform_), bpNoErr);
+    EXPECT_EQ(Store()["Undo Depth"].number, 99u);
+}
+
+TEST_F(TKPreferencesTest, TheTemporaryFolderEndsInASeparator)
+{
+    const char* const kept = std::getenv("TMPDIR");
+    const std::string before = kept ? kept : "";
+    const std::string longest(257, 'd');
+    struct Folder {
+        std::string named, expected;
+    };
+    for (const Folder& folder :
+         {Folder{"/var/tmp", "/var/tmp/"}, Folder{"/var/tmp/", "/var/tmp/"}, Folder{"", "/tmp/"},
+          Folder{"relative", "/tmp/"}, Folder{"/" + longest, "/" + longest + "/"}, Folder{"/" + longest + "d", "/tmp/"},
+          Folder{"/" + std::string(5000, 'd'), "/tmp/"}, Folder{"/", "/"}}) {
+        setenv("TMPDIR", folder.named.c_str(), 1);
+        PrefsSetDefaults(prefs_.get(), platform_);
+        EXPECT_EQ(prefs_->rapidPreviewCachePath, folder.expected);
+    }
+    unsetenv("TMPDIR");
+    PrefsSetDefaults(prefs_.get(), platform_);
+    EXPECT_STREQ(prefs_->rapidPreviewCachePath, "/tmp/");
+    if (kept) setenv("TMPDIR", before.c_str(), 1);
+}
+
+TEST_F(TKPreferencesTest, OddNumbersInTheTrimAreZeroAndItsTextFollowsTheCLocale)
+{
+    for (const char* text : {"nan", "inf", "-inf", "1e39", "", "x", ","}) {
+        PutText("Auto Luma Trim", text);
+        EXPECT_EQ(Read().autoLumaTrim, 0.0f) << text;
+    }
+    PutText("Auto Luma Trim", " \t+0.125rest");
+    EXPECT_EQ(Read().autoLumaTrim, 0.125f);
+    prefs_->autoLumaTrim = 3.4e38f;
+    ASSERT_EQ(PrefsWrite(*prefs_, platform_), bpNoErr);
+    EXPECT_EQ(Read().autoLumaTrim, 3.4e38f);
+    prefs_->autoLumaTrim = 0.001f;
+    ASSERT_EQ(PrefsWrite(*prefs_, platform_), bpNoErr);
+    EXPECT_EQ(Store()["Auto Luma Trim"].text, "0.001000");
+}
+
+/// Every value with its kind and its default, as the store has them after a first run and a first end.
+TEST_F(TKPreferencesTest, EveryValueOfTheTableHasItsNameKindAndDefault)
+{
+    struct Value {
+        const char* name;
+        BPFakeKind kind;
+        uint32_t number;
+        const char* text;
+    };
+    constexpr uint32_t kMinusOne = 0xFFFFFFFF;
+    constexpr Value kValues[] = {
+        {"Preferences Version", bpFakeNumber, 1, ""},
+        {"Tool Tips Enable", bpFakeNumber, 1, ""},
+        {"Undo Depth", bpFakeNumber, 20, ""},
+        {"Beaconline Enable", bpFakeNumber, 1, ""},
+        {"Multiprocessor Enable", bpFakeNumber, 1, ""},
+        {"UI Timeout Enable", bpFakeNumber, 1, ""},
+        {"UI Timeout Duration", bpFakeNumber, 10, ""},
+        {"Limiter Default", bpFakeNumber, 0, ""},
+        {"Left Pane Default", bpFakeNumber, 1, ""},
+        {"Right Pane Default", bpFakeNumber, 1, ""},
+        {"Settings Pane Default", bpFakeNumber, 1, ""},
+        {"UI Brightness", bpFakeNumber, 22282, ""},
+        {"UI Saturation", bpFakeNumber, 26214, ""},
+        {"Secondary Preview Monitor", bpFakeNumber, 0, ""},
+        {"External Preview Device", bpFakeNumber, 0x4E6F4E45, ""},
+        {"External Preview Mode", bpFakeNumber, 0x4E6F4E45, ""},
+        {"External Preview Codec", bpFakeNumber, 0, ""},
+        {"External Preview Width", bpFakeNumber, 0, ""},
+        {"External Preview Height", bpFakeNumber, 0, ""},
+        {"External Preview Frame Rate", bpFakeNumber, 0, ""},
+        {"External Preview Pixel Format", bpFakeNumber, 0, ""},
+        {"WFM Color", bpFakeNumber, 0, ""},
+        {"WFM Units mV", bpFakeNumber, 0, ""},
+        {"VS Calibration 100 Percent", bpFakeNumber, 0, ""},
+        {"Video System", bpFakeString, 0, "NTSC"},
+        {"Video Black Level", bpFakeNumber, 0, ""},
+        {"Video White Level", bpFakeNumber, 255, ""},
+        {"Video Min Level", bpFakeNumber, 0, ""},
+        {"Video Max Level", bpFakeNumber, 255, ""},
+        {"Video Black Setup Present", bpFakeNumber, 0, ""},
+        {"Gallery Col Width 0", bpFakeNumber, 140, ""},
+        {"Gallery Col Width 1", bpFakeNumber, 85, ""},
+        {"Gallery Col Width 2", bpFakeNumber, 110, ""},
+        {"Gallery Col Width 3", bpFakeNumber, 132, ""},
+        {"Gallery Col Width 4", bpFakeNumber, 170, ""},
+        {"Gallery Col Width 5", bpFakeNumber, 0, ""},
+        {"Gallery Col ID 0", bpFakeNumber, 0, ""},
+        {"Gallery Col ID 1", bpFakeNumber, 1, ""},
+        {"Gallery Col ID 2", bpFakeNumber, 2, ""},
+        {"Gallery Col ID 3", bpFakeNumber, 3, ""},
+        {"Gallery Col ID 4", bpFakeNumber, 4, ""},
+        {"Gallery Col ID 5", bpFakeNumber, 5, ""},
+        {"Gallery Sort Col", bpFakeNumber, 0, ""},
+        {"Gallery Sort Order", bpFakeNumber, 1, ""},
+        {"Combo Upper Left", bpFakeNumber, 1, ""},
+        {"Combo Upper Right", bpFakeNumber, 8, ""},
+        {"Combo Lower Left", bpFakeNumber, 10, ""},
+        {"Combo Lower Right", bpFakeNumber, 9, ""},
+        {"Use Old Style Gamma", bpFakeNumber, 0, ""},
+        {"Auto Luma Trim", bpFakeString, 0, "0.000000"}, // a first run has none
+        {"Primary LUT", bpFakeBlob, 768, ""},
+        {"Secondary LUT", bpFakeBlob, 768, ""},
+        {"External LUT", bpFakeBlob, 768, ""},
+        {"Primary LUT Index", bpFakeNumber, 50, ""},
+        {"Secondary LUT Index", bpFakeNumber, 50, ""},
+        {"External LUT Index", bpFakeNumber, 50, ""},
+        {"Control Surface Mode", bpFakeNumber, 1, ""},
+        {"Control Surface Interface", bpFakeNumber, 2, ""},
+        {"Control Surface IP", bpFakeString, 0, "192.168.1.100"},
+        {"Control Surface Port", bpFakeNumber, 23, ""},
+        {"Rapid Preview Cache Path", bpFakeString, 0, "/tmp/"},
+        {"Preview Image Scaling", bpFakeNumber, 3, ""},
+        {"Preview Aspect Ratio Conversion", bpFakeNumber, 1, ""},
+        {"Clip Info Window V Pos", bpFakeNumber, kMinusOne, ""},
+        {"Clip Info Window H Pos", bpFakeNumber, kMinusOne, ""},
+        {"Marker Edit Window V Pos", bpFakeNumber, kMinusOne, ""},
+        {"Marker Edit Window H Pos", bpFakeNumber, kMinusOne, ""},
+        {"User Preset Name Window V Pos", bpFakeNumber, kMinusOne, ""},
+        {"User Preset Name Window H Pos", bpFakeNumber, kMinusOne, ""},
+        {"Adjust Host Pixels", bpFakeString, 0, "FXTC"},
+        {"Preferences Window Selected Tab", bpFakeNumber, kMinusOne, ""},
+        {"Preferences Window H Pos", bpFakeNumber, kMinusOne, ""},
+        {"Preferences Window V Pos", bpFakeNumber, kMinusOne, ""},
+        {"Control Surface Definition Window H Pos", bpFakeNumber, kMinusOne, ""},
+        {"Control Surface Definition Window V Pos", bpFakeNumber, kMinusOne, ""},
+    };
+    unsetenv("TMPDIR");
+    ASSERT_EQ(PrefsWrite(Read(), platform_), bpNoErr);
+    EXPECT_EQ(Store().size(), std::size(kValues));
+    for (const Value& value : kValues) {
+        ASSERT_EQ(Store().count(value.name), 1u) << value.name;
+        const BPFakeValue& stored = Store()[value.name];
+        EXPECT_EQ(stored.kind, value.kind) << value.name;
+        if (value.kind == bpFakeNumber) {
+            EXPECT_EQ(stored.number, value.number) << value.name;
+        }
+        if (value.kind == bpFakeString) {
+            EXPECT_EQ(stored.text, value.text) << value.name;
+        }
+        if (value.kind == bpFakeBlob) {
+            EXPECT_EQ(stored.block.size(), value.number) << value.name;
+        }
+    }
+    // The rows stand in this order, the eight slots behind them.
+    const std::span<const TKPreferenceRow> rows = TKPreferenceRows();
+    ASSERT_EQ(rows.size(), std::size(kValues) + kTKSlotCount);
+    for (size_t i = 0; i < std::size(kValues); ++i) EXPECT_STREQ(rows[i].name, kValues[i].name);
+    for (uint32_t slot = 1; slot <= kTKSlotCount; ++slot)
+        EXPECT_EQ(rows[std::size(kValues) + slot - 1].name, "Saved Settings " + std::to_string(slot));
 }
 
 TEST_F(TKPreferencesTest, ValuesOfWrongKindsAndLongTextsDoNoHarm)

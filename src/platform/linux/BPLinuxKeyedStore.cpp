@@ -56,6 +56,7 @@ BPStatus StatusFromSqlite(int result)
     case SQLITE_AUTH:
     case SQLITE_READONLY:
     case SQLITE_CANTOPEN: return bpPermissionErr;
+    case SQLITE_IOERR: return bpIOErr;
     default: return bpInvalidSettingsErr;
     }
 }
@@ -99,9 +100,10 @@ int RunQuickCheck(sqlite3* database)
 }
 
 /// Opens the file, checks it and prepares the statements. An SQLite result; the caller closes in each case.
-int OpenDatabase(const char* path, Store* store)
+int OpenDatabase(const char* path, bool forWriting, Store* store)
 {
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+    const int flags =
+        SQLITE_OPEN_FULLMUTEX | (forWriting ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
     int result = sqlite3_open_v2(path, &store->database, flags, nullptr);
     if (result != SQLITE_OK) return result;
     sqlite3_busy_handler(store->database, OnBusy, store);
@@ -113,7 +115,8 @@ int OpenDatabase(const char* path, Store* store)
     if (result = RunQuickCheck(store->database); result != SQLITE_OK) return result;
     const char* schema = "CREATE TABLE IF NOT EXISTS value ("
                          "name TEXT NOT NULL PRIMARY KEY, kind INTEGER NOT NULL, content NOT NULL)";
-    if (result = sqlite3_exec(store->database, schema, nullptr, nullptr, nullptr); result != SQLITE_OK) return result;
+    if (forWriting) result = sqlite3_exec(store->database, schema, nullptr, nullptr, nullptr);
+    if (result != SQLITE_OK) return result;
     const char* select = "SELECT content FROM value WHERE name = ?1 AND kind = ?2";
     result = sqlite3_prepare_v3(store->database, select, -1, SQLITE_PREPARE_PERSISTENT, &store->select, nullptr);
     if (result != SQLITE_OK) return result;
@@ -181,7 +184,7 @@ BPStatus OpenLocked(const std::string& path, BPKeyedStore* store)
         MakePrivate(path);
         Store* made = new (std::nothrow) Store{};
         if (made == nullptr) return bpMemFullErr;
-        const int result = OpenDatabase(path.c_str(), made);
+        const int result = OpenDatabase(path.c_str(), true, made);
         if (result == SQLITE_OK) {
             store->handle = reinterpret_cast<uintptr_t>(made);
             return bpNoErr;
@@ -192,6 +195,21 @@ BPStatus OpenLocked(const std::string& path, BPKeyedStore* store)
     }
 }
 
+/// In a folder that cannot be written, such as that of a full or read-only disk, a sound store can still be read.
+BPStatus OpenForReading(const std::string& path, BPKeyedStore* store)
+{
+    Store* made = new (std::nothrow) Store{};
+    if (made == nullptr) return bpMemFullErr;
+    const int result = OpenDatabase(path.c_str(), false, made);
+    if (result == SQLITE_OK) {
+        store->handle = reinterpret_cast<uintptr_t>(made);
+        BPDebugLog("The settings store %s can only be read\n", path.c_str());
+        return bpNoErr;
+    }
+    CloseStore(made);
+    return StatusFromSqlite(result);
+}
+
 BPStatus Open(const char* name, BPKeyedStore* store)
 {
     store->handle = 0;
@@ -200,8 +218,15 @@ BPStatus Open(const char* name, BPKeyedStore* store)
     if (folder.empty()) return bpFileNotFoundErr;
     const std::string path = folder + "/" + name + ".db";
     const int lock = LockOpening(path);
-    if (lock < 0) return errno == EWOULDBLOCK ? bpFileBusyErr : BPStatusFromErrno(errno);
-    const BPStatus status = OpenLocked(path, store);
+    if (lock < 0) {
+        if (errno == EWOULDBLOCK) return bpFileBusyErr;
+        const BPStatus refused = BPStatusFromErrno(errno);
+        return OpenForReading(path, store) == bpNoErr ? bpNoErr : refused;
+    }
+    BPStatus status = OpenLocked(path, store);
+    if (status == bpDiskFullErr || status == bpPermissionErr) {
+        if (OpenForReading(path, store) == bpNoErr) status = bpNoErr;
+    }
     close(lock);
     return status;
 }
