@@ -1,0 +1,299 @@
+// Fast kernels against readable ones: the same bytes over pictures, sizes, settings and instruction sets.
+#include "src/TincturaUIDispVectorscope.h"
+#include "src/TincturaUIDispWaveform.h"
+#include "tests/ScopesTest.h"
+
+#include "src/platform/BPMemory.h"
+
+#include <cstring>
+
+namespace {
+
+int32_t Within(Random& random, int32_t low, int32_t high)
+{
+    return low + static_cast<int32_t>(random() % static_cast<uint32_t>(high - low + 1));
+}
+
+/// Noise, flat, bars, a scene, or few colours.
+void FillAny(Surface* surface, Random& random)
+{
+    switch (random() % 5) {
+    case 0: surface->FillNoise(random); break;
+    case 1: {
+        const Surface::Pixel color = {static_cast<uint8_t>(random()), static_cast<uint8_t>(random()),
+                                      static_cast<uint8_t>(random()), static_cast<uint8_t>(random())};
+        surface->Fill([=](int32_t, int32_t) { return color; });
+        break;
+    }
+    case 2: FillBars(surface, static_cast<uint8_t>(random())); break;
+    case 3: FillScene(surface); break;
+    default:
+        surface->Fill([&](int32_t, int32_t) {
+            const auto grey = static_cast<uint8_t>(random() % 3 * 90);
+            return random() % 4 == 0 ? Opaque(grey, 10, 200) : Opaque(grey, grey, grey);
+        });
+    }
+}
+
+WaveformParams AnyMonitor(Random& random, Surface* target, const ScopeRect* bounds, const Surface& source)
+{
+    WaveformParams p = {};
+    p.target = target;
+    p.bounds = bounds;
+    p.sourcePixels = source.pixels;
+    p.sourceWidth = static_cast<int32_t>(source.width);
+    p.sourceHeight = static_cast<int32_t>(source.height);
+    p.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+    p.flags = waveformTrace;
+    for (const uint32_t flag : {waveformYC, waveformPictureColor, waveformAlphaFirst, waveformIRE})
+        if (random() % 2 != 0) p.flags |= flag;
+    p.mode = Within(random, 1, 6);
+    p.videoSystem = Within(random, 1, 3);
+    p.matrix = Within(random, 0, 2);
+    p.penSize = Within(random, 1, 2);
+    p.lineCount = random() % 3 == 0 ? Within(random, -1, 40) : 0;
+    p.singleLine = Within(random, -1, p.sourceHeight);
+    p.blackLevel = random() % 2 != 0 ? 0 : Within(random, -300, 300);
+    p.whiteLevel = random() % 2 != 0 ? 255 : Within(random, -300, 600);
+    p.setup = random() % 2 != 0 ? 200 : 0;
+    p.traceGain = 0x10000;
+    p.uiSaturation = Within(random, 0, 0x12000);
+    return p;
+}
+
+ScopeRect AnyBounds(Random& random, int32_t width, int32_t height)
+{
+    if (random() % 3 == 0) return ScopeRectOf(0, 0, height, width);
+    const int32_t left = Within(random, -40, width - 1), top = Within(random, -40, height - 1);
+    return ScopeRectOf(top, left, Within(random, top, height + 40), Within(random, left, width + 40));
+}
+
+} // namespace
+
+TEST(WaveformLight, IsTheSameAsSingleHitsOnEveryInstructionSet)
+{
+    ASSERT_FALSE(WaveformLightKernels().empty());
+    for (const WaveformLightKernel& kernel : WaveformLightKernels()) {
+        Random random(11);
+        for (size_t count = 0; count <= 67; ++count) {
+            std::vector<uint8_t> seen(count * 4 + 32), expected;
+            for (uint8_t& byte : seen) byte = static_cast<uint8_t>(random());
+            expected = seen;
+            std::vector<uint16_t> counts(count);
+            for (uint16_t& each : counts)
+                each = static_cast<uint16_t>(random() % 3 == 0 ? 0 : random() % 3 == 0 ? random() : random() % 5);
+            uint8_t increment[3], ceiling[3];
+            for (int i = 0; i < 3; ++i) {
+                increment[i] = static_cast<uint8_t>(random() % 4 == 0 ? 0 : random());
+                ceiling[i] = static_cast<uint8_t>(random() % 4 == 0 ? 255 : random());
+            }
+            for (size_t i = 0; i < count; ++i)
+                for (uint32_t hit = 0; hit < counts[i]; ++hit) {
+                    uint8_t* pixel = expected.data() + 16 + i * 4;
+                    pixel[0] = 0xFF;
+                    for (int c = 0; c < 3; ++c)
+                        pixel[c + 1] = static_cast<uint8_t>(std::min<int>(pixel[c + 1] + increment[c], ceiling[c]));
+                }
+            kernel.run(seen.data() + 16, counts.data(), count, increment, ceiling);
+            ASSERT_EQ(seen, expected) << kernel.name << ", " << count << " pixels";
+        }
+    }
+}
+
+TEST(WaveformTrace, OfTheFastKernelHasTheReadableOnesBytes)
+{
+    Random random(1);
+    int drawn = 0;
+    for (int round = 0; round < 1500; ++round) {
+        const auto width = static_cast<uint32_t>(Within(random, 1, 330)),
+                   height = static_cast<uint32_t>(Within(random, 1, 200));
+        Surface source(static_cast<uint32_t>(Within(random, 1, 400)), static_cast<uint32_t>(Within(random, 1, 90)));
+        FillAny(&source, random);
+        Surface fast(width, height), readable(width, height);
+        const ScopeRect bounds = AnyBounds(random, static_cast<int32_t>(width), static_cast<int32_t>(height));
+        WaveformParams params = AnyMonitor(random, &fast, &bounds, source);
+        if (random() % 2 != 0) {
+            fast.FillNoise(random);
+            std::memcpy(readable.pixels, fast.pixels, size_t{fast.rowBytes} * height);
+        }
+        // The trace alone over whatever is there, and the whole monitor.
+        WaveformTrace trace;
+        if (WaveformTraceOf(params, bounds, &trace)) {
+            ++drawn;
+            DrawWaveformTrace(trace);
+            trace.target = readable;
+            DrawWaveformTraceScalar(trace);
+            ASSERT_TRUE(SameSurface(readable, fast))
+                << "trace of round " << round << ", mode " << params.mode << ", flags " << params.flags;
+        }
+        ScopeContext context = ScopeDefaultContext();
+        DrawWaveformMonitor(params, context);
+        context.readable = true;
+        params.target = &readable;
+        DrawWaveformMonitor(params, context);
+        ASSERT_TRUE(SameSurface(readable, fast)) << "round " << round << ", mode " << params.mode;
+    }
+    EXPECT_GT(drawn, 500);
+}
+
+TEST(WaveformTrace, OfTheFastKernelCountsMoreLinesThanACountHolds)
+{
+    // 65,536 equal lines: a count of 16 bits would come round to none.
+    Surface source(3, 65535), fast(330, 100), readable(330, 100);
+    source.Fill([](int32_t, int32_t y) { return y % 2 != 0 ? Opaque(10, 10, 10) : Opaque(200, 10, 40); });
+    const ScopeRect bounds = ScopeBoundsOf(fast);
+    for (const int32_t mode : {1, 2, 3, 5}) {
+        WaveformParams params = {};
+        params.target = &fast;
+        params.bounds = &bounds;
+        // The same line again and again, more often than there are rows.
+        params.sourcePixels = source.pixels;
+        params.sourceRowBytes = 0;
+        params.sourceWidth = 3;
+        params.sourceHeight = 65536 + 7;
+        params.flags = waveformTrace | waveformAlphaFirst | waveformIRE;
+        params.mode = mode;
+        params.videoSystem = 2;
+        params.whiteLevel = 255;
+        params.penSize = 1;
+        params.uiSaturation = 0x6666;
+        ScopeContext context = ScopeDefaultContext();
+        DrawWaveformMonitor(params, context);
+        context.readable = true;
+        params.target = &readable;
+        DrawWaveformMonitor(params, context);
+        EXPECT_TRUE(SameSurface(readable, fast)) << mode;
+    }
+}
+
+TEST(WaveformTrace, WithoutMemoryForCountsIsDrawnAllTheSame)
+{
+    Surface source(64, 64), fast(330, 200), poor(330, 200);
+    FillScene(&source);
+    const ScopeRect bounds = ScopeBoundsOf(fast);
+    Random random(3);
+    WaveformParams params = AnyMonitor(random, &fast, &bounds, source);
+    params.mode = waveformRGB;
+    params.blackLevel = 0;
+    params.whiteLevel = 255;
+    params.lineCount = 0;
+    DrawWaveformMonitor(params, ScopeDefaultContext());
+    params.target = &poor;
+    BPFailAllocation(1);
+    DrawWaveformMonitor(params, ScopeDefaultContext());
+    EXPECT_GE(BPAllocationCount(), 1u);
+    BPFailAllocation(0);
+    EXPECT_TRUE(SameSurface(fast, poor));
+}
+
+TEST(WaveformTrace, OfPanelsThatRunIntoEachOtherHasTheReadableOnesBytes)
+{
+    // One pixel over thousands of columns: the rounded step makes more columns than the panel has.
+    Surface source(1, 3), fast(32000, 16), readable(32000, 16);
+    source.Fill([](int32_t, int32_t y) { return Opaque(static_cast<uint8_t>(80 * y), 128, 255); });
+    const ScopeRect bounds = ScopeBoundsOf(fast);
+    for (const int32_t mode : {2, 3, 4, 5, 6}) {
+        WaveformParams params = {};
+        params.target = &fast;
+        params.bounds = &bounds;
+        params.sourcePixels = source.pixels;
+        params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+        params.sourceWidth = 1;
+        params.sourceHeight = 3;
+        params.flags = waveformTrace | waveformAlphaFirst | waveformIRE;
+        params.mode = mode;
+        params.videoSystem = 2;
+        params.whiteLevel = 255;
+        params.penSize = 1;
+        params.uiSaturation = 0x6666;
+        WaveformLayout layout;
+        ASSERT_TRUE(WaveformLayoutOf(params, 32000, &layout));
+        EXPECT_TRUE(mode == 4 || layout.columnCount > layout.panelWidth);
+        ScopeContext context = ScopeDefaultContext();
+        DrawWaveformMonitor(params, context);
+        context.readable = true;
+        params.target = &readable;
+        DrawWaveformMonitor(params, context);
+        EXPECT_TRUE(SameSurface(readable, fast)) << mode;
+    }
+}
+
+TEST(VectorscopeTrace, OfTheFastKernelHasTheReadableOnesBytes)
+{
+    Random random(2);
+    int drawn = 0;
+    for (int round = 0; round < 1000; ++round) {
+        const auto width = static_cast<uint32_t>(Within(random, 1, 330)),
+                   height = static_cast<uint32_t>(Within(random, 1, 250));
+        Surface source(static_cast<uint32_t>(Within(random, 1, 900)), static_cast<uint32_t>(Within(random, 1, 60)));
+        FillAny(&source, random);
+        Surface fast(width, height), readable(width, height);
+        const ScopeRect bounds = AnyBounds(random, static_cast<int32_t>(width), static_cast<int32_t>(height));
+        VectorscopeParams p = {};
+        p.target = &fast;
+        p.bounds = &bounds;
+        p.sourcePixels = source.pixels;
+        p.sourceWidth = static_cast<int32_t>(source.width);
+        p.sourceHeight = static_cast<int32_t>(source.height);
+        p.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+        p.flags = vectorscopeTrace | (random() % 2 != 0 ? vectorscopeAlphaFirst : 0u);
+        p.matrix = Within(random, 0, 2);
+        p.zoom = Within(random, 1, 10);
+        p.lineCount = random() % 3 == 0 ? Within(random, -1, 40) : 0;
+        p.singleLine = Within(random, -1, p.sourceHeight);
+        p.blackLevel = random() % 2 != 0 ? 0 : Within(random, -300, 300);
+        p.whiteLevel = random() % 2 != 0 ? 255 : Within(random, -300, 600);
+        p.calibration75 = Within(random, 0, 1);
+        p.uiSaturation = Within(random, 0, 0x12000);
+        VectorscopeTrace trace;
+        if (VectorscopeTraceOf(p, bounds, &trace)) {
+            ++drawn;
+            if (random() % 2 != 0) {
+                fast.FillNoise(random);
+                std::memcpy(readable.pixels, fast.pixels, size_t{fast.rowBytes} * height);
+            }
+            DrawVectorscopeTrace(trace);
+            trace.target = readable;
+            DrawVectorscopeTraceScalar(trace);
+            ASSERT_TRUE(SameSurface(readable, fast)) << "round " << round << ", zoom " << p.zoom;
+        }
+    }
+    EXPECT_GT(drawn, 300);
+}
+
+TEST(Histograms, OfTheFastKernelHaveTheReadableOnesCounts)
+{
+    Random random(4);
+    for (int round = 0; round < 300; ++round) {
+        Surface source(static_cast<uint32_t>(random() % 20 == 0 ? Within(random, 715, 730) : Within(random, 1, 70)),
+                       static_cast<uint32_t>(random() % 20 == 0 ? Within(random, 570, 580) : Within(random, 1, 40)));
+        FillAny(&source, random);
+        GetLumaTable(Within(random, 0, 2));
+        for (const uint32_t binCount : {128u, 256u, 512u, 768u, 1024u}) {
+            std::vector<uint32_t> fast(binCount * 4, 3), readable(binCount * 4, 3);
+            const auto setOf = [&](std::vector<uint32_t>& bins) {
+                return HistogramSet{binCount,
+                                    binCount - 1,
+                                    bins.data(),
+                                    bins.data() + binCount,
+                                    bins.data() + 2 * binCount,
+                                    bins.data() + 3 * binCount};
+            };
+            AccumulateHistograms(source, setOf(fast));
+            AccumulateHistogramsScalar(source, setOf(readable));
+            ASSERT_EQ(fast, readable) << source.width << " x " << source.height << ", " << binCount;
+        }
+    }
+}
+
+TEST(ReadableAndFast, DifferWhenAKernelIsBroken)
+{
+    // The comparison itself: one byte is enough.
+    Surface a(20, 20), b(20, 20);
+    EXPECT_TRUE(SameSurface(a, b));
+    b.Set(19, 19, Opaque(0, 0, 1));
+    EXPECT_FALSE(SameSurface(a, b));
+    Surface c(20, 20), d(20, 20);
+    d.pixels[size_t{d.rowBytes} * 20 - 1] = 1;
+    EXPECT_FALSE(SameSurface(c, d));
+}
