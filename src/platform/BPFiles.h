@@ -28,5 +28,12 @@ std::string BPConfigFolder();
 /// $XDG_STATE_HOME/ochrine, or ~/.local/state/ochrine without that variable. Empty when it cannot be had.
 std::string BPStateFolder();
 
+/// The user's folder for documents, as the desktop tells ($XDG_CONFIG_HOME/user-dirs.dirs), else ~/Documents. It need
+/// not be there. Empty when there is no home.
+std::string BPDocumentsFolder();
+
+/// Makes a folder and those above it, private to the user. Existing ones stay as they are. False when it cannot be had.
+bool BPMakeFolder(const std::string& path);
+
 /// The folder of the running program.
 std::string BPProgramFolder();

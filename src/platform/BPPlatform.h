@@ -5,6 +5,7 @@
 #include "src/platform/BPAlert.h"
 #include "src/platform/BPClipboard.h"
 #include "src/platform/BPClock.h"
+#include "src/platform/BPFileDialog.h"
 #include "src/platform/BPFrameChannel.h"
 #include "src/platform/BPKeyboard.h"
 #include "src/platform/BPKeyedStore.h"
@@ -26,6 +27,7 @@ struct BPPlatform {
     BPClipboardOps clipboard;
     BPScreenOps screen;
     BPShellOps shell;
+    BPFileDialogOps fileDialog;
 };
 
 /// Fills the operations that need no window system: shared memory, frame channel, process, clock, keyed

@@ -50,22 +50,22 @@ constexpr TKCommandRow Hidden(uint32_t first, uint32_t last, uint32_t before,
 constexpr TKCommandRow kCommands[] = {
     Hidden(3, 3, kTKFocusesMain | kTKCommits, TKRunResetPane),
     Hidden(4, 4, kTKCommits, TKRunResetGroup),
-    Hidden(5, 5, kBoth, kLater),           // Load settings, of a pane
-    Hidden(6, 6, kTKStopsPreview, kLater), // Save settings, of a pane
-    Hidden(7, 7, 0, kLater),               // Load curves
-    Hidden(8, 8, 0, kLater),               // Save curves
-    Hidden(14, 14, kTKCommits, kLater),    // Auto Exposure
-    Hidden(15, 15, kTKCommits, kLater),    // Auto Color
+    Hidden(5, 5, kBoth, TKRunLoadSettings), // of a pane
+    Hidden(6, 6, kTKStopsPreview, TKRunSaveSettings),
+    Hidden(7, 7, 0, kLater),            // Load curves
+    Hidden(8, 8, 0, kLater),            // Save curves
+    Hidden(14, 14, kTKCommits, kLater), // Auto Exposure
+    Hidden(15, 15, kTKCommits, kLater), // Auto Color
     Hidden(12902, 12902, 0, TKRunNothing),
     Keyed(13101, "Single Ctrl+1", '1', kControl, kBoth, TKRunViewSingle, tkEnabledWithViews),
     Keyed(13102, "Normal Ctrl+2", '2', kControl, kBoth, TKRunViewNormal, tkEnabledWithViews),
     Hidden(13103, 13103, 0, TKRunNothing),
     Keyed(13201, "Reset All      Shift+Ctrl+Alt+R", 'R', kAll, kTKCommits, TKRunResetAll),
-    Keyed(13202, "Load Settings...       Shift+Ctrl+Alt+L", 'L', kAll, kBoth, kLater),
-    Keyed(13203, "Save Settings...       Shift+Ctrl+Alt+S", 'S', kAll, kTKStopsPreview, kLater),
-    Keyed(13204, "Save User Preset...    Shift+Ctrl+Alt+P", 'P', kAll, kBoth, kLater),
-    Item(13205, "Load ASC CDL...", kTKCommits, kLater),
-    Item(13206, "Save ASC CDL...", 0, kLater),
+    Keyed(13202, "Load Settings...       Shift+Ctrl+Alt+L", 'L', kAll, kBoth, TKRunLoadSettings),
+    Keyed(13203, "Save Settings...       Shift+Ctrl+Alt+S", 'S', kAll, kTKStopsPreview, TKRunSaveSettings),
+    Keyed(13204, "Save User Preset...    Shift+Ctrl+Alt+P", 'P', kAll, kBoth, TKRunSaveUserPreset),
+    Item(13205, "Load ASC CDL...", kTKCommits, TKRunLoadCDL),
+    Item(13206, "Save ASC CDL...", 0, TKRunSaveCDL),
     Keyed(13304, "Save Reference Image   Ctrl+Alt+R", 'R', kControlAlt, kBoth, kLater),
     Keyed(13601, "View Ochrine User's Guide...", kTKKeyF1, 0, 0, TKRunUsersGuide),
     Item(13602, "View Ochrine Online Knowledge Base...", 0, TKRunKnowledgeBase),

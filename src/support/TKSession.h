@@ -64,6 +64,7 @@ struct TKUserInterface {
 
     /// A clip of the host's list joins the folder `label` of the gallery.
     void (*addClip)(void* context, const char* label, const char* path);
+    void (*rescanPresets)(void* context); ///< the folder of the user's presets has a new file
 
     // Controls.
     void (*sliderChanged)(void* context, TKSlider* slider); ///< repaint thumb and value

@@ -193,6 +193,38 @@ TEST_F(BPFilesOnLinux, ConfigurationFolderIsMade)
     setenv("HOME", home.c_str(), 1);
 }
 
+TEST_F(BPFilesOnLinux, DocumentsFolderIsTheOneOfTheDesktop)
+{
+    const char* before = getenv("XDG_CONFIG_HOME");
+    const std::string config = before != nullptr ? before : "", home = getenv("HOME") != nullptr ? getenv("HOME") : "/";
+    setenv("HOME", "/home-of-a-user", 1);
+    setenv("XDG_CONFIG_HOME", Path("").c_str(), 1);
+    EXPECT_EQ(BPDocumentsFolder(), "/home-of-a-user/Documents");
+    struct {
+        const char* text;
+        const char* folder;
+    } const cases[] = {
+        {"# XDG_DOCUMENTS_DIR=\"/no\"\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n", "/home-of-a-user/Dokumente"},
+        {"XDG_MUSIC_DIR=\"/m\"\nXDG_DOCUMENTS_DIR=\"/data/docs\"", "/data/docs"},
+        {"XDG_DOCUMENTS_DIR=\"relative\"\n", "/home-of-a-user/Documents"},
+        {"XDG_DOCUMENTS_DIR=\"/cut", "/home-of-a-user/Documents"},
+        {"XDG_DOCUMENTS_DIR=\"/cut\nX=\"", "/home-of-a-user/Documents"},
+        {"", "/home-of-a-user/Documents"},
+    };
+    for (const auto& row : cases) {
+        ASSERT_EQ(BPWriteFile(Path("user-dirs.dirs").c_str(), row.text, strlen(row.text)), bpNoErr);
+        EXPECT_EQ(BPDocumentsFolder(), row.folder) << row.text;
+    }
+    EXPECT_TRUE(BPMakeFolder(Path("documents/of mine")));
+    EXPECT_TRUE(BPMakeFolder(Path("documents/of mine")));
+    EXPECT_EQ(BPWriteFile(Path("documents/of mine/x").c_str(), "x", 1), bpNoErr);
+    EXPECT_FALSE(BPMakeFolder(Path("documents/of mine/x")));
+    EXPECT_FALSE(BPMakeFolder(""));
+    EXPECT_FALSE(BPMakeFolder("relative"));
+    config.empty() ? unsetenv("XDG_CONFIG_HOME") : setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+    setenv("HOME", home.c_str(), 1);
+}
+
 TEST_F(BPFilesOnLinux, ProgramFolderHoldsTheProgram)
 {
     EXPECT_TRUE(Exists(BPProgramFolder() + "/platform_test"));

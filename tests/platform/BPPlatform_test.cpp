@@ -48,11 +48,25 @@ TEST_F(BPPlatformTable, WithoutAWindowSystemTheLogSpeaks)
     EXPECT_EQ(byteCount, 0u);
     EXPECT_FALSE(platform_.clipboard.has("a"));
     EXPECT_EQ(platform_.clipboard.put("a", "b", 1), bpNotFoundErr);
+    std::string answer = "old";
+    const BPFileQuestion question = {.title = "Load",
+                                     .button = "Load",
+                                     .filter = "",
+                                     .types = nullptr,
+                                     .typeCount = 0,
+                                     .defaultName = nullptr,
+                                     .defaultExtension = nullptr};
+    EXPECT_FALSE(platform_.fileDialog.open(question, &answer));
+    EXPECT_EQ(answer, "");
+    EXPECT_FALSE(platform_.fileDialog.save(question, &answer));
+    EXPECT_FALSE(platform_.fileDialog.askName("Name", "x", &answer));
     EXPECT_EQ(platform_.shell.openFile("/etc/passwd"), bpNotFoundErr);
     EXPECT_EQ(platform_.shell.openAddress("https://ochrine.example"), bpNotFoundErr);
     platform_.alert.beep();
     platform_.alert.alert(bpStop, "No data passed to UI.");
     platform_.alert.messageBox("Ochrine 3 UI", "text");
-    EXPECT_EQ(log_, "There is no clipboard\nThere is no desktop to open it\nThere is no desktop to open it\nBeep\n"
-                    "Alert (2): No data passed to UI.\nOchrine 3 UI: text\n");
+    EXPECT_EQ(log_,
+              "There is no clipboard\nThere is no window for \"Load\"\nThere is no window for \"Load\"\n"
+              "There is no window for \"Name\"\nThere is no desktop to open it\nThere is no desktop to open it\nBeep\n"
+              "Alert (2): No data passed to UI.\nOchrine 3 UI: text\n");
 }

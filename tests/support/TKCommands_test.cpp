@@ -100,8 +100,8 @@ TEST_F(TKCommandsTest, TheTableHoldsTheseNumbersAndNoOthers)
         bool served;
     };
     constexpr Span kSpans[] = {
-        {3, 4, true},          {5, 8, false},         {14, 15, false},       {12902, 12902, true},
-        {13101, 13103, true},  {13201, 13201, true},  {13202, 13206, false}, {13304, 13304, false},
+        {3, 6, true},          {7, 8, false},         {14, 15, false},       {12902, 12902, true},
+        {13101, 13103, true},  {13201, 13201, true},  {13202, 13206, true},  {13304, 13304, false},
         {13601, 13602, true},  {14105, 14105, false}, {14107, 14114, false}, {14501, 14557, false},
         {14601, 14657, false}, {14701, 14757, false}, {14901, 14904, false}, {59001, 59009, true},
         {59014, 59014, false}, {59025, 59030, true},

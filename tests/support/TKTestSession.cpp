@@ -39,6 +39,7 @@ TKUserInterface TKTestInterface(TKTestWindows* windows)
     };
     ui.restoreForeground = [](void* c) { W(c)->calls.push_back("restoreForeground"); };
     ui.setCursor = [](void* c, uint32_t cursor) { W(c)->calls.push_back("cursor " + std::to_string(cursor)); };
+    ui.rescanPresets = [](void* c) { W(c)->calls.push_back("rescanPresets"); };
     ui.addClip = [](void* c, const char* label, const char* path) {
         W(c)->clips.push_back(std::string(label) + " " + path);
     };

@@ -645,6 +645,61 @@ BPStatus ShellOpenAddress(const char* address)
     return Opened(bpFakeShellOpenAddress, bpNotFoundErr, address);
 }
 
+// Dialogs for files and names.
+
+const char* TextOf(const char* text)
+{
+    return text ? text : "";
+}
+
+bool Answer(std::string* text)
+{
+    text->clear();
+    if (gBPFake.fileAnswers.empty()) return false;
+    *text = gBPFake.fileAnswers.front();
+    gBPFake.fileAnswers.pop_front();
+    return true;
+}
+
+bool AskFile(BPFakeOp op, const BPFileQuestion& question, std::string* path)
+{
+    path->clear();
+    if (Enter(op, bpNotFoundErr) != bpNoErr) return false;
+    BPFakeFileQuestion shown = {.op = op,
+                                .title = TextOf(question.title),
+                                .button = TextOf(question.button),
+                                .filter = TextOf(question.filter),
+                                .defaultName = TextOf(question.defaultName),
+                                .defaultExtension = TextOf(question.defaultExtension)};
+    for (size_t i = 0; i < question.typeCount; ++i)
+        shown.types.push_back(std::string(question.types[i].extension) + " " + question.types[i].description);
+    gBPFake.fileQuestions.push_back(shown);
+    return Answer(path) && !path->empty();
+}
+
+bool FileOpen(const BPFileQuestion& question, std::string* path)
+{
+    return AskFile(bpFakeFileOpen, question, path);
+}
+
+bool FileSave(const BPFileQuestion& question, std::string* path)
+{
+    return AskFile(bpFakeFileSave, question, path);
+}
+
+bool AskName(const char* title, const char* suggestion, std::string* name)
+{
+    name->clear();
+    if (Enter(bpFakeAskName, bpNotFoundErr) != bpNoErr) return false;
+    gBPFake.fileQuestions.push_back({.op = bpFakeAskName,
+                                     .title = title,
+                                     .button = "",
+                                     .filter = "",
+                                     .defaultName = suggestion,
+                                     .defaultExtension = ""});
+    return Answer(name);
+}
+
 // The log.
 
 void KeepLine(void*, const char* bytes, size_t byteCount)
@@ -748,4 +803,5 @@ void BPFillFakePlatform(BPPlatform* platform)
     platform->screen = {
         .count = ScreenCount, .bounds = ScreenBounds, .workArea = ScreenWorkArea, .allowForeground = AllowForeground};
     platform->shell = {.openFile = ShellOpenFile, .openAddress = ShellOpenAddress};
+    platform->fileDialog = {.open = FileOpen, .save = FileSave, .askName = AskName};
 }

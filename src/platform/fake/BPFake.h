@@ -78,6 +78,9 @@ enum BPFakeOp : uint32_t {
     bpFakeAllowForeground,
     bpFakeShellOpenFile,
     bpFakeShellOpenAddress,
+    bpFakeFileOpen,
+    bpFakeFileSave,
+    bpFakeAskName,
     bpFakeOpCount,
 };
 
@@ -100,6 +103,13 @@ struct BPFakeShownAlert {
     BPSeverity severity = bpStop;
     std::string title;
     std::string text;
+};
+
+/// A dialog for a file or a name that was shown.
+struct BPFakeFileQuestion {
+    BPFakeOp op = bpFakeFileOpen;
+    std::string title, button, filter, defaultName, defaultExtension; ///< for a name: its suggestion is defaultName
+    std::vector<std::string> types{};                                 ///< ".ext description"
 };
 
 enum BPFakeKind : uint32_t { bpFakeNumber = 1, bpFakeString = 2, bpFakeBlob = 3 };
@@ -186,6 +196,11 @@ struct BPFakeState {
 
     // The desktop: files and addresses that were opened, in order.
     std::vector<std::string> opened;
+
+    // Dialogs for files and names: the answers of the next ones, and those that were shown. An empty answer cancels a
+    // dialog for a file; without an answer every dialog is cancelled.
+    std::deque<std::string> fileAnswers;
+    std::vector<BPFakeFileQuestion> fileQuestions;
 
     // The log, when BPFakeCaptureLog was called: all lines, and the reports of assertions and fatal errors.
     std::string log;

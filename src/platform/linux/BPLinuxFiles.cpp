@@ -101,22 +101,31 @@ void FlushFolder(const std::string& folder)
     close(descriptor);
 }
 
-/// A folder of ours in one of the user's places; `fallback` is that place below the home folder.
+/// The user's home, by the environment or the list of users; empty when neither tells.
+std::string HomeFolder()
+{
+    if (const char* home = AbsoluteFromEnvironment("HOME"); home != nullptr) return home;
+    passwd record = {};
+    passwd* found = nullptr;
+    char text[4096];
+    if (getpwuid_r(geteuid(), &record, text, sizeof text, &found) != 0 || found == nullptr) return {};
+    if (found->pw_dir == nullptr || found->pw_dir[0] != '/') return {};
+    return found->pw_dir;
+}
+
+/// One of the user's places; `fallback` is that place below the home folder. Empty when there is no home.
+std::string UserPlace(const char* variable, const char* fallback)
+{
+    if (const char* base = AbsoluteFromEnvironment(variable); base != nullptr) return base;
+    const std::string home = HomeFolder();
+    return home.empty() ? std::string() : home + fallback;
+}
+
+/// A folder of ours in one of the user's places.
 std::string UserFolder(const char* variable, const char* fallback)
 {
-    std::string folder;
-    if (const char* base = AbsoluteFromEnvironment(variable); base != nullptr) {
-        folder = base;
-    } else if (const char* home = AbsoluteFromEnvironment("HOME"); home != nullptr) {
-        folder = std::string(home) + fallback;
-    } else {
-        passwd record = {};
-        passwd* found = nullptr;
-        char text[4096];
-        if (getpwuid_r(geteuid(), &record, text, sizeof text, &found) != 0 || found == nullptr) return {};
-        if (found->pw_dir == nullptr || found->pw_dir[0] != '/') return {};
-        folder = std::string(found->pw_dir) + fallback;
-    }
+    std::string folder = UserPlace(variable, fallback);
+    if (folder.empty()) return {};
     folder += "/ochrine";
     return MakeFolders(folder) ? folder : std::string();
 }
@@ -198,6 +207,32 @@ std::string BPConfigFolder()
 std::string BPStateFolder()
 {
     return UserFolder("XDG_STATE_HOME", "/.local/state");
+}
+
+std::string BPDocumentsFolder()
+{
+    const std::string home = HomeFolder();
+    std::vector<uint8_t> bytes;
+    const std::string list = UserPlace("XDG_CONFIG_HOME", "/.config") + "/user-dirs.dirs";
+    if (BPReadFile(list.c_str(), 1 << 16, &bytes) == bpNoErr) {
+        const std::string text = "\n" + std::string(bytes.begin(), bytes.end());
+        const std::string key = "\nXDG_DOCUMENTS_DIR=\"";
+        const size_t found = text.find(key);
+        const size_t begin = found == std::string::npos ? text.size() : found + key.size();
+        const size_t end = text.find_first_of("\"\n", begin);
+        if (end != std::string::npos && text[end] == '"') {
+            const std::string folder = text.substr(begin, end - begin);
+            // The desktop writes absolute names, and such as begin with $HOME.
+            if (folder.rfind("$HOME/", 0) == 0 && !home.empty()) return home + folder.substr(5);
+            if (folder.size() > 1 && folder[0] == '/') return folder;
+        }
+    }
+    return home.empty() ? std::string() : home + "/Documents";
+}
+
+bool BPMakeFolder(const std::string& path)
+{
+    return !path.empty() && path[0] == '/' && MakeFolders(path);
 }
 
 std::string BPProgramFolder()

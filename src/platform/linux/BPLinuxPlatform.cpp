@@ -72,6 +72,20 @@ BPStatus NoViewer(const char*)
     return bpNotFoundErr;
 }
 
+bool NoFile(const BPFileQuestion& question, std::string* path)
+{
+    path->clear();
+    BPDebugLog("There is no window for \"%s\"\n", question.title);
+    return false;
+}
+
+bool NoName(const char* title, const char*, std::string* name)
+{
+    name->clear();
+    BPDebugLog("There is no window for \"%s\"\n", title);
+    return false;
+}
+
 } // namespace
 
 void BPFillLinuxPlatform(BPPlatform* platform)
@@ -87,4 +101,5 @@ void BPFillLinuxPlatform(BPPlatform* platform)
     platform->clipboard = {.put = NoPut, .has = NothingThere, .get = NoGet};
     platform->screen = {.count = NoScreens, .bounds = NoBounds, .workArea = NoWorkArea, .allowForeground = AllowNobody};
     platform->shell = {.openFile = NoViewer, .openAddress = NoViewer};
+    platform->fileDialog = {.open = NoFile, .save = NoFile, .askName = NoName};
 }

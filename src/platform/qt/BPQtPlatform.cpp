@@ -2,6 +2,7 @@
 #include "src/platform/qt/BPQtPlatform.h"
 
 #include "src/platform/qt/BPQtCapsLock.h"
+#include "src/platform/qt/BPQtFileDialog.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -151,4 +152,5 @@ void BPFillQtPlatform(BPPlatform* platform)
     platform->screen = {
         .count = ScreenCount, .bounds = ScreenBounds, .workArea = WorkArea, .allowForeground = AllowForeground};
     platform->shell = {.openFile = OpenFile, .openAddress = OpenAddress};
+    BPFillQtFileDialog(&platform->fileDialog);
 }

@@ -1,0 +1,94 @@
+// Dialogs for files and names. Qt's own file dialog is used everywhere: the desktop's would hide the text of the button.
+#include "src/platform/qt/BPQtFileDialog.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <cstring>
+
+namespace {
+
+/// Where the last dialog was left.   Thread: main.
+QString& LastFolder()
+{
+    static QString folder;
+    return folder;
+}
+
+/// "text (*.ext)" for each type. Qt hides the last bracket and shows the text.
+QStringList NameFilters(const BPFileQuestion& question)
+{
+    QStringList filters;
+    for (size_t i = 0; i < question.typeCount; ++i) {
+        const BPFileType& type = question.types[i];
+        const bool all = std::strcmp(type.extension, ".*") == 0;
+        const char* text = question.typeCount == 1 ? question.filter : type.description;
+        filters += QString::fromUtf8(text) + QStringLiteral(" (*") +
+                   (all ? QString() : QString::fromUtf8(type.extension)) + QStringLiteral(")");
+    }
+    return filters;
+}
+
+/// The type that the title of the list names, else the first.
+qsizetype FirstType(const BPFileQuestion& question)
+{
+    for (size_t i = 0; i < question.typeCount; ++i) {
+        const std::string bracket = std::string("(*") + question.types[i].extension + ")";
+        if (std::strstr(question.filter, bracket.c_str()) != nullptr) return static_cast<qsizetype>(i);
+    }
+    return 0;
+}
+
+bool Ask(QFileDialog::AcceptMode mode, const BPFileQuestion& question, std::string* path)
+{
+    path->clear();
+    QFileDialog dialog(QApplication::activeWindow(), QString::fromUtf8(question.title));
+    dialog.setObjectName(QStringLiteral("fileDialog"));
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.setOption(QFileDialog::HideNameFilterDetails);
+    dialog.setAcceptMode(mode);
+    dialog.setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    dialog.setLabelText(QFileDialog::Accept, QString::fromUtf8(question.button));
+    const QStringList filters = NameFilters(question);
+    dialog.setNameFilters(filters);
+    if (!filters.isEmpty()) dialog.selectNameFilter(dialog.nameFilters().at(FirstType(question)));
+    if (!LastFolder().isEmpty()) dialog.setDirectory(LastFolder());
+    if (question.defaultExtension) dialog.setDefaultSuffix(QString::fromUtf8(question.defaultExtension));
+    if (question.defaultName) dialog.selectFile(QString::fromUtf8(question.defaultName));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
+    LastFolder() = QFileInfo(dialog.selectedFiles().constFirst()).absolutePath();
+    *path = QFile::encodeName(dialog.selectedFiles().constFirst()).toStdString();
+    return !path->empty();
+}
+
+bool Open(const BPFileQuestion& question, std::string* path)
+{
+    return Ask(QFileDialog::AcceptOpen, question, path);
+}
+
+bool Save(const BPFileQuestion& question, std::string* path)
+{
+    return Ask(QFileDialog::AcceptSave, question, path);
+}
+
+bool AskName(const char* title, const char* suggestion, std::string* name)
+{
+    name->clear();
+    QInputDialog dialog(QApplication::activeWindow());
+    dialog.setObjectName(QStringLiteral("nameDialog"));
+    dialog.setWindowTitle(QString::fromUtf8(title));
+    dialog.setLabelText(QString::fromUtf8(title));
+    dialog.setTextValue(QString::fromUtf8(suggestion)); // Qt selects it
+    if (dialog.exec() != QDialog::Accepted) return false;
+    *name = QFile::encodeName(dialog.textValue()).toStdString();
+    return true;
+}
+
+} // namespace
+
+void BPFillQtFileDialog(BPFileDialogOps* fileDialog)
+{
+    *fileDialog = {.open = Open, .save = Save, .askName = AskName};
+}
