@@ -99,10 +99,8 @@ std::string SequencePath(const SequenceName& name, uint64_t number)
     return name.folder + name.prefix + digits + name.suffix;
 }
 
-std::vector<std::string> SequenceFiles(const SequenceName& name, bool fromFirst, uint64_t* first)
+std::vector<uint64_t> SequenceNumbers(const SequenceName& name)
 {
-    std::vector<std::string> files;
-    *first = 0;
     std::error_code error;
     std::vector<uint64_t> numbers;
     std::filesystem::directory_iterator folder(name.folder.empty() ? "." : name.folder, error);
@@ -111,10 +109,18 @@ std::vector<std::string> SequenceFiles(const SequenceName& name, bool fromFirst,
         uint64_t number = 0;
         if (!NumberOf(name, folder->path().filename().string(), &number)) continue;
         numbers.push_back(number);
-        if (numbers.size() > kFileLimit) return files;
+        if (numbers.size() > kFileLimit) return {};
     }
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    return numbers;
+}
+
+std::vector<std::string> SequenceFiles(const SequenceName& name, bool fromFirst, uint64_t* first)
+{
+    std::vector<std::string> files;
+    *first = 0;
+    const std::vector<uint64_t> numbers = SequenceNumbers(name);
     auto at = fromFirst ? numbers.begin() : std::find(numbers.begin(), numbers.end(), name.number);
     if (at == numbers.end()) return files;
     while (at != numbers.begin() && *std::prev(at) + 1 == *at) --at;

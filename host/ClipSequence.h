@@ -22,6 +22,9 @@ bool SequenceFromFile(const std::string& path, SequenceName* name);
 /// The path of one number.
 std::string SequencePath(const SequenceName& name, uint64_t number);
 
+/// The numbers of all existing files of a row, rising, with its gaps. Empty when there is none, or more than 4,000,000.
+std::vector<uint64_t> SequenceNumbers(const SequenceName& name);
+
 /// The unbroken row of existing files around name.number, or with `fromFirst` from the lowest number on.
 ///
 /// first   receives the number of the first file

@@ -39,6 +39,7 @@ class MovieSource final : public MovieClip {
     int Rotation() const override { return rotation_; }
     int64_t FrameTime(int32_t frameNumber) const override;
     AVRational TimeBase() const override;
+    int64_t StartTime() const override { return hasTimes_ ? times_[0] : 0; }
     const AVFormatContext* Container() const override { return decoder_.input.get(); }
     const AVStream* Stream() const override { return decoder_.stream; }
 

@@ -33,6 +33,9 @@ class MovieClip : public ClipSource {
     virtual int64_t FrameTime(int32_t frameNumber) const = 0;
     virtual AVRational TimeBase() const = 0;
 
+    /// Presentation time of frame 0 as the file counts it, in units of TimeBase: where sound begins to belong to it.
+    virtual int64_t StartTime() const = 0;
+
     /// The file and its video stream as opened, for what they tell beyond the pictures.
     virtual const AVFormatContext* Container() const = 0;
     virtual const AVStream* Stream() const = 0;

@@ -64,6 +64,12 @@ class PictureConverter {
 /// picture          AV_PIX_FMT_YUV422P10LE with its memory
 void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, bool isChromaHalved, AVFrame* picture);
 
+/// The same with chroma in every column, 4:4:4.
+///
+/// alpha     width x height floats that go into the picture's fourth plane as codes from 0 to 1,023, or null
+/// picture   AV_PIX_FMT_YUV444P10LE, or AV_PIX_FMT_YUVA444P10LE with alpha
+void PictureFromFrame444(const FBFrame& frame, ClipMatrix matrix, const float* alpha, AVFrame* picture);
+
 /// R, G, B as big-endian words of 16 bits, rounded and cut to 0 to 65,535: AV_PIX_FMT_RGB48BE.
 void PictureFromFrame48(const FBFrame& frame, AVFrame* picture);
 

@@ -75,6 +75,37 @@ void PictureFromFrame422(const FBFrame& frame, ClipMatrix matrix, bool isChromaH
     }
 }
 
+void PictureFromFrame444(const FBFrame& frame, ClipMatrix matrix, const float* alpha, AVFrame* picture)
+{
+    const LumaWeights weights = WeightsOf(matrix);
+    const float wr = static_cast<float>(weights.red);
+    const float wb = static_cast<float>(weights.blue);
+    const float wg = static_cast<float>(1.0 - weights.red - weights.blue);
+    const float toCr = static_cast<float>(0.5 / (1.0 - weights.red));
+    const float toCb = static_cast<float>(0.5 / (1.0 - weights.blue));
+    const uint32_t width = frame.width;
+    for (uint32_t row = 0; row < frame.height; ++row) {
+        const float* red = PlaneRow(frame, 0, row);
+        const float* green = PlaneRow(frame, 1, row);
+        const float* blue = PlaneRow(frame, 2, row);
+        auto* luma = reinterpret_cast<uint16_t*>(PictureRow(picture, 0, row));
+        auto* cb = reinterpret_cast<uint16_t*>(PictureRow(picture, 1, row));
+        auto* cr = reinterpret_cast<uint16_t*>(PictureRow(picture, 2, row));
+        for (uint32_t x = 0; x < width; ++x) {
+            const float r = Tame(red[x]);
+            const float g = Tame(green[x]);
+            const float b = Tame(blue[x]);
+            const float y = wr * r + wg * g + wb * b;
+            luma[x] = Code(64.0f + 876.0f * y, 4.0f, 1019.0f);
+            cb[x] = Code(512.0f + 896.0f * ((b - y) * toCb), 4.0f, 1019.0f);
+            cr[x] = Code(512.0f + 896.0f * ((r - y) * toCr), 4.0f, 1019.0f);
+        }
+        if (alpha == nullptr) continue;
+        auto* out = reinterpret_cast<uint16_t*>(PictureRow(picture, 3, row));
+        for (uint32_t x = 0; x < width; ++x) out[x] = Code(alpha[size_t{row} * width + x] * 1023.0f, 0.0f, 1023.0f);
+    }
+}
+
 void PictureFromFrame48(const FBFrame& frame, AVFrame* picture)
 {
     for (uint32_t row = 0; row < frame.height; ++row) {
