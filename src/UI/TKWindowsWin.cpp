@@ -9,7 +9,8 @@
 #include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QWindow>
 
 /// The functions of the record; each knows its window by the context.
 struct TKWindowsCalls {
@@ -19,8 +20,7 @@ struct TKWindowsCalls {
     static void ShowSplash(void* context)
     {
         Self(context).splash_ = std::make_unique<UISplashWin>();
-        Self(context).splash_->show();
-        Self(context).splash_->showStep({});
+        Self(context).splash_->showAtOnce();
     }
     static void SplashStep(void* context, uint32_t, const char* text)
     {
@@ -40,6 +40,10 @@ struct TKWindowsCalls {
         if (TincturaMainWin* window = Main(context)) {
             window->showMaximized();
             window->activateWindow();
+            // Hidden and shown with no event between, the window never lost the focus in the eyes of the window system,
+            // and so it would not become active again: its keys would be dead.
+            if (window->windowHandle() && QGuiApplication::focusWindow() == window->windowHandle())
+                QApplication::setActiveWindow(window);
         }
     }
     static void RaiseMainWindow(void* context)

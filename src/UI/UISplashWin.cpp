@@ -3,17 +3,21 @@
 
 #include "src/support/TKStartup.h"
 
+#include <QElapsedTimer>
 #include <QFont>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
 #include <QScreen>
+#include <QThread>
+#include <QWindow>
 
 namespace {
 
 constexpr int kTextBoxWidth = 150;
 constexpr int kTextBoxHeight = 16;
+constexpr qint64 kExposeLimitMs = 500;
 
 /// Three overlapping discs whose hues mean shadows, midtones and highlights.
 void DrawMark(QPainter& painter, QPointF center, qreal radius)
@@ -56,6 +60,19 @@ UISplashWin::UISplashWin() : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWi
         const QRect area = screen->availableGeometry();
         move(area.center() - QPoint(width() / 2, height() / 2));
     }
+}
+
+void UISplashWin::showAtOnce()
+{
+    show();
+    // Until the window system has put it on the screen nothing that is drawn is seen, and the steps are short.
+    QElapsedTimer timer;
+    timer.start();
+    while (windowHandle() && !windowHandle()->isExposed() && timer.elapsed() < kExposeLimitMs) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        QThread::msleep(2);
+    }
+    showStep({});
 }
 
 void UISplashWin::showStep(const QString& text)

@@ -7,6 +7,9 @@
 class UISplashWin : public QWidget {
   public:
     UISplashWin();
+    /// Shows it and waits until it is on the screen, half a second at most. No input is handled meanwhile.
+    void showAtOnce();
+
     void showStep(const QString& text); ///< paints at once
 
   protected:

@@ -13,6 +13,9 @@ struct BPProcessOps {
     /// Processors that this process may use, at least 1.
     uint32_t (*processorCount)();
 
+    /// Whether the processor has what the engine is built for: on x86 the SSE instructions, not emulated.
+    bool (*processorSuffices)();
+
     /// Takes a hold on the process with this id, immune to reuse of the number. bpNotFoundErr when there is none.
     BPStatus (*watch)(uint32_t processId, BPProcessWatch* watch);
 

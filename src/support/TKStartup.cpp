@@ -1,6 +1,7 @@
 // The order in which a process comes up and goes down. Each step is a line or a small function, in its place.
 #include "src/support/TKStartup.h"
 
+#include "src/platform/BPFiles.h"
 #include "src/platform/BPLog.h"
 #include "src/support/TKCommands.h"
 #include "src/support/TKRecovery.h"
@@ -28,14 +29,24 @@ void SplashStep(TKSession* session, uint32_t step)
     TK_UI(session, splashStep, step, text);
 }
 
-void InitialisePlatform(TKSession* session)
+/// False, with the user told, on a machine that cannot run the engine.
+bool InitialisePlatform(TKSession* session)
 {
     const BPPlatform& platform = *session->platform;
+    BPDebugLog("path = %s\n", BPProgramFolder().c_str());
+    if (!platform.process.processorSuffices()) {
+        platform.alert.alert(bpStop,
+                             "Ochrine 3 requires a processor with the SSE instruction set, and that SSE be enabled "
+                             "and not emulated. In general this means an Intel Pentium III or AMD Athlon XP "
+                             "processor or better.");
+        return false;
+    }
     // The process id beside the time keeps two applications apart that start in the same second.
     session->randomState =
         static_cast<uint64_t>(platform.clock.wallSeconds()) ^ (uint64_t{platform.process.currentId()} << 32);
     TK_UI(session, rememberForeground);
     BPDebugLog("Initialize exit\n");
+    return true;
 }
 
 void ReadPreferences(TKSession* session)
@@ -211,7 +222,7 @@ TKStartResult TKStartUp(TKSession* session)
     BPDebugLog("main 3\n");
     PrepareAccentTable(&session->palette, session->prefs.uiSaturation);
     BPDebugLog("main 4\n");
-    InitialisePlatform(session);
+    if (!InitialisePlatform(session)) return tkStartEnded;
     BPDebugLog("main 5\n");
     BPDebugLog("main 6\n");
 

@@ -6,7 +6,7 @@
 enum TKStartResult : uint32_t {
     tkStartRun,    ///< run the message loop, then TKFinish
     tkStartFailed, ///< skip the loop, call TKFinish
-    tkStartEnded,  ///< there is no host: the process ends normally, with exit code 0
+    tkStartEnded,  ///< there is no host, or no fit processor: the process ends normally, with exit code 0
 };
 
 inline constexpr uint32_t kTKTickMs = 10;

@@ -140,6 +140,25 @@ class Grading(harness.Session):
         self.wait_gone(first)
         self.assertEqual(self.left_behind(), [])
 
+    def test_the_keys_work_in_the_second_session_too(self):
+        # The host comes back while the application is still in its wait after OK.
+        clip = self.make_clip(frames=24)
+        host = self.start_host("--sessions", "2", "--no-render", clip)
+        self.wait_for_window(host)
+        self.desktop.drag_slider(SLIDER, 75)
+        self.desktop.click("OK")
+        self.wait_for_window(host, session=2)
+        self.desktop.key("End")
+        harness.wait_until(lambda: self.block_word(harness.FRAME_TIME) != 0 and
+                           self.block_word(harness.STATUS) == harness.RUNNING, 10, "the last frame")
+        self.desktop.drag_slider(SLIDER, 25)
+        self.desktop.key("ctrl+z")
+        time.sleep(0.3)
+        self.desktop.click("OK")
+        self.assertEqual(self.wait_ended(host), 0)
+        grade = self.read_grade(self.path("out", "clip.ocgrade"))
+        self.assertAlmostEqual(self.saturation_of(grade), 225, delta=4)
+
 
 if __name__ == "__main__":
     unittest.main()

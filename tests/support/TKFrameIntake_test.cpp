@@ -380,6 +380,96 @@ TEST_F(TKFrameIntake, AShapeIsTakenOrRefusedByItself)
     }
 }
 
+TEST_F(TKFrameIntake, AComparisonFrameOfTheSameSizeFollowsTheSourceAndAnotherGoes)
+{
+    Attach();
+    ASSERT_EQ(FBCreateRGBFrameBuffer(8, 6, &session_->comparisonFrame, pixFormatRGBYPlanar_Float), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    ASSERT_NE(session_->comparisonFrame, nullptr);
+    const FBFrame* source = session_->sourceFrame;
+    const FBFrame* copy = session_->comparisonFrame;
+    EXPECT_EQ(std::memcmp(source->baseAddr, copy->baseAddr, size_t{source->rowBytes} * source->height), 0);
+    TKCloseCommBlock(session_);
+    host_.width = 5;
+    host_.Make();
+    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+    EXPECT_EQ(session_->comparisonFrame, nullptr);
+}
+
+TEST_F(TKFrameIntake, ABlockOfTheOtherByteOrderComesUpAlikeInlineAndInChunks)
+{
+    for (const uint32_t rows : {0u, 2u, 6u}) {
+        host_ = {};
+        host_.flags = rows ? kTKUIFlagPixelsChunked : kTKUIFlagPixelsInline;
+        host_.chunkRows = rows;
+        host_.Make();
+        host_.Block()->settings.hsl.master.gain = 2;
+        ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+        // From here on the host is a big-endian machine: it sees everything turned.
+        const auto turn = [this](uint64_t pixelBytes) {
+            const bool before = session_->hostSwapped;
+            session_->hostSwapped = true;
+            TKSwapCommBlock(session_, host_.Block());
+            TKSwapPixels(session_, host_.Pixels(), pixelBytes);
+            session_->hostSwapped = before;
+        };
+        turn(rows ? host_.Block()->chunkBytes : host_.FrameBytes());
+        ASSERT_EQ(host_.Block()->version, kTKUIVersionSwapped);
+        host_.serve = [&turn](TKTestHost* host) {
+            if (host->Block()->status != 0x05000000) return;
+            turn(0); // the host's own view
+            host->SendChunks();
+            turn(host->Block()->chunkBytes);
+        };
+        ASSERT_EQ(TKAdoptBlock(session_), tkAttached);
+        EXPECT_TRUE(session_->hostSwapped);
+        EXPECT_EQ(session_->hostProcessID, kHostProcess);
+        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr) << rows;
+        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1)) << rows;
+        EXPECT_TRUE(TKTakeSettingsFromBlock(session_));
+        EXPECT_EQ(session_->liveSettings.hsl.master.gain, 2.0f);
+        EXPECT_EQ(host_.Block()->frameRate100, 2400);
+        if (rows) {
+            EXPECT_EQ(host_.Block()->pixelFlags, 0u);
+            EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+            EXPECT_EQ(gBPFake.sleeps.size(), 6 / rows - 1);
+        }
+        // The grade goes back in the host's order, and the last word too.
+        session_->prefs.uiTimeoutEnable = 0;
+        DoMenuCommand(session_, kTKCommandOK, nullptr);
+        EXPECT_EQ(host_.Block()->status, uint32_t{kTKUIStatusUIDone} << 24);
+        EXPECT_EQ(host_.Block()->settings.signature, __builtin_bswap32(kOCSettingsSignature));
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKFrameIntake, ABlockOfTheOtherByteOrderAndAnUnknownVersionIsAMismatch)
+{
+    for (const uint32_t version : {6u, 0x06000000u, 0x08000000u, 0u}) {
+        host_ = {};
+        host_.Make();
+        ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+        host_.Block()->version = version;
+        EXPECT_EQ(TKAdoptBlock(session_), tkVersionMismatch);
+        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIFailed);
+        EXPECT_EQ(TKBlockOf(session_), nullptr);
+        EXPECT_TRUE(gBPFake.alerts.empty()); // no dialog
+        char line[200];
+        std::snprintf(line, sizeof line,
+                      "Wrong TKUIComm structure version; received 0x%x, expected 0x7; Mis-matched plug-in and UI "
+                      "versions?\n",
+                      version);
+        EXPECT_TRUE(TKLogHas({"Ochrine 3 UI: (", line}));
+        TearDown();
+        SetUp();
+    }
+}
+
 // --- Frames of requests -----------------------------------------------------------------------------------------------
 
 TEST_F(TKFrameIntake, ATakenFrameComesUpGraded)

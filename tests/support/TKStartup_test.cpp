@@ -19,8 +19,8 @@ TEST_F(TKStartupTest, EverythingComesUpInItsOrder)
     host_.Block()->settings.hsl.master.gain = 0;
     host_.Block()->settings.hsl.master.on = host_.Block()->settings.hslOn = host_.Block()->settings.primaryOn = 1;
     ASSERT_EQ(TKStartUp(session_), tkStartRun);
-    EXPECT_TRUE(TKLogHas({"main 1\n", "main 2\n", "main 3\n", "main 4\n", "Initialize exit\n", "main 5\n", "main 6\n",
-                          "^^^^^^ hostApp", "ProcessImage: 1\n"}));
+    EXPECT_TRUE(TKLogHas({"main 1\n", "main 2\n", "main 3\n", "main 4\n", "path = /", "Initialize exit\n", "main 5\n",
+                          "main 6\n", "^^^^^^ hostApp", "ProcessImage: 1\n"}));
     const std::vector<std::string> splash = {"0 ",
                                              "3 4 processors found",
                                              "5 Loading image",
@@ -68,6 +68,61 @@ TEST_F(TKStartupTest, WithoutAHostItEndsNormally)
     EXPECT_EQ(gBPFake.alerts.size(), 1u);
     EXPECT_EQ(windows_.Count("showSplash"), 0u);
     EXPECT_EQ(gBPFake.blocks.size(), 0u);
+}
+
+TEST_F(TKStartupTest, AProcessorWithoutSSEEndsItBeforeAHostIsLookedFor)
+{
+    gBPFake.processorSuffices = false;
+    ASSERT_EQ(StartUp(), tkStartEnded);
+    ASSERT_EQ(gBPFake.alerts.size(), 1u);
+    EXPECT_EQ(gBPFake.alerts[0].severity, bpStop);
+    EXPECT_EQ(
+        gBPFake.alerts[0].text,
+        "Ochrine 3 requires a processor with the SSE instruction set, and that SSE be enabled and not emulated. In "
+        "general this means an Intel Pentium III or AMD Athlon XP processor or better.");
+    EXPECT_EQ(gBPFake.calls[bpFakeSharedOpen], 0u);
+    EXPECT_EQ(TKLogCount("Initialize exit\n"), 0u);
+}
+
+TEST_F(TKStartupTest, TheClipsOfTheHostGoToTheGalleryOnceAndUnderTheirLabel)
+{
+    struct Case {
+        int32_t count;
+        size_t shown;
+    };
+    for (const Case& c : {Case{0, 0}, Case{1, 1}, Case{199, 199}, Case{200, 200}, Case{201, 200}, Case{250, 200},
+                          Case{INT32_MAX, 200}, Case{-1, 0}, Case{INT32_MIN, 0}}) {
+        host_.Make();
+        for (uint32_t i = 0; i < kTKUIClipLimit; ++i)
+            std::snprintf(host_.Block()->clipList[i].path, 260, "/clips/%u.mov", i);
+        host_.Block()->clipCount = c.count;
+        ASSERT_EQ(TKStartUp(session_), tkStartRun);
+        EXPECT_EQ(windows_.clips.size(), c.shown) << c.count;
+        if (c.shown > 1) {
+            EXPECT_EQ(windows_.clips[0], "Project footage /clips/0.mov");
+            EXPECT_EQ(windows_.clips.back(), "Project footage /clips/" + std::to_string(c.shown - 1) + ".mov");
+        }
+        EXPECT_EQ(TKLogCount("Assert (clipCount >= 0) failed."), c.count < 0 ? 1u : 0u) << c.count;
+        DoMenuCommand(session_, kTKCommandCancel, nullptr);
+        host_.Make();
+        host_.Block()->clipCount = 3;
+        TKTick(session_); // the next visit adds none
+        ASSERT_NE(TKBlockOf(session_), nullptr);
+        EXPECT_EQ(windows_.clips.size(), c.shown) << c.count;
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKStartupTest, AnEmptyPathIsNoClipAndOneWithoutAnEndIsCutAtItsField)
+{
+    host_.Make();
+    host_.Block()->clipCount = 3;
+    std::strcpy(host_.Block()->clipList[0].path, "/a");
+    std::memset(&host_.Block()->clipList[2], 'x', sizeof(TKClipRecord)); // and beyond
+    ASSERT_EQ(TKStartUp(session_), tkStartRun);
+    const std::vector<std::string> wanted = {"Project footage /a", "Project footage " + std::string(260, 'x')};
+    EXPECT_EQ(windows_.clips, wanted);
 }
 
 TEST_F(TKStartupTest, ShiftAndControlGiveTheDefaultsAndASecondOfPause)
@@ -176,6 +231,29 @@ TEST_F(TKStartupTest, TheFirstTickOfEachVisitRefreshesTheSourceOnce)
         TKTick(session_); // attaches
         ASSERT_NE(TKBlockOf(session_), nullptr);
     }
+}
+
+TEST_F(TKStartupTest, ATickDoesItsWorkInItsOrder)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    gBPFake.mouseButtonDown = true;
+    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+    gBPFake.mouseButtonDown = false;
+    session_->updateSuspended = true; // by a caps lock that is off by now
+    session_->pendingCursor = 7;
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    windows_.calls.clear();
+    TKTick(session_);
+    std::vector<std::string> seen;
+    for (const std::string& call : windows_.calls)
+        if (call == "refreshSource" || call == "refreshResult" || call.starts_with("cursor")) seen.push_back(call);
+    // The source of the first tick; the update after caps lock; the cursor; the played frame, source before result.
+    const std::vector<std::string> wanted = {"refreshSource", "refreshResult", "cursor 7", "refreshSource",
+                                             "refreshResult"};
+    EXPECT_EQ(seen, wanted);
+    EXPECT_EQ(session_->tickCount, 1u);
+    EXPECT_EQ(windows_.positionText, "00:00:00:01");
 }
 
 TEST_F(TKStartupTest, ThePendingCursorIsSetOnce)

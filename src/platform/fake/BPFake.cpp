@@ -282,6 +282,12 @@ uint32_t ProcessorCount()
     return gBPFake.processorCount;
 }
 
+bool ProcessorSuffices()
+{
+    Enter(bpFakeProcessorSuffices);
+    return gBPFake.processorSuffices;
+}
+
 BPStatus Watch(uint32_t processId, BPProcessWatch* watch)
 {
     watch->handle = 0;
@@ -775,6 +781,7 @@ void BPFillFakePlatform(BPPlatform* platform)
                               .disconnect = ChannelDisconnect};
     platform->process = {.currentId = CurrentId,
                          .processorCount = ProcessorCount,
+                         .processorSuffices = ProcessorSuffices,
                          .watch = Watch,
                          .isAlive = IsAlive,
                          .unwatch = Unwatch,

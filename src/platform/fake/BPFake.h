@@ -40,6 +40,7 @@ enum BPFakeOp : uint32_t {
     bpFakeChannelDisconnect,
     bpFakeCurrentId,
     bpFakeProcessorCount,
+    bpFakeProcessorSuffices,
     bpFakeWatch,
     bpFakeIsAlive,
     bpFakeUnwatch,
@@ -156,6 +157,7 @@ struct BPFakeState {
     std::map<uint32_t, int32_t> exitCodes; ///< for `reap`: children that have ended, taken out when reaped
     uint32_t currentId = 4711;
     uint32_t processorCount = 4;
+    bool processorSuffices = true;
     uint32_t nextProcessId = 9000;                 ///< the id of the next child
     std::vector<std::vector<std::string>> spawned; ///< argument vectors
     uint32_t openWatches = 0;

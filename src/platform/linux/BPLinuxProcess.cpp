@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#endif
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -82,6 +85,16 @@ void Unwatch(BPProcessWatch* watch)
     watch->handle = 0;
 }
 
+bool ProcessorSuffices()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    unsigned int a = 0, b = 0, c = 0, d = 0;
+    return __get_cpuid(1, &a, &b, &c, &d) != 0 && (d & bit_SSE) != 0;
+#else
+    return true; // other processors get a build of their own
+#endif
+}
+
 BPStatus Spawn(const char* const* arguments, uint32_t* processId)
 {
     *processId = 0;
@@ -148,6 +161,7 @@ void BPFillLinuxProcess(BPProcessOps* ops)
 {
     *ops = {.currentId = CurrentId,
             .processorCount = BPProcessorCount,
+            .processorSuffices = ProcessorSuffices,
             .watch = Watch,
             .isAlive = IsAlive,
             .unwatch = Unwatch,
