@@ -18,6 +18,7 @@ void WaveformLight(uint8_t* pixels, const uint16_t* counts, size_t count, const 
 namespace {
 
 constexpr int64_t kChunk = 64;        // columns counted together
+constexpr int64_t kTile = 16;         // columns whose rows lie side by side
 constexpr int64_t kMostLines = 65535; // that a count can hold
 constexpr uint8_t kPictureCeiling = 235;
 constexpr uint8_t kEnvelopeBelow = 0x60;
@@ -82,12 +83,19 @@ uint32_t WordAt(const uint8_t* address)
     return word;
 }
 
-/// Runs `use(column of the chunk, word)` over the samples of some lines.
+/// Runs `use(column of the chunk, word)` over the samples of some lines, while the line after the next comes into the
+/// cache.
 template <class Use>
 void ForSamples(const WaveformTrace& t, const Chunk& chunk, int64_t firstLine, int64_t endLine, Use use)
 {
+    constexpr int64_t kAhead = 2, kCacheLine = 64;
+    const int64_t firstByte = chunk.offset[0], lastByte = chunk.offset[chunk.count - 1];
     for (int64_t line = firstLine; line < endLine; line += t.lineStep) {
         const uint8_t* pixels = t.source + line * t.sourceRowBytes;
+        if (const int64_t next = line + kAhead * t.lineStep; next < endLine) {
+            const uint8_t* ahead = t.source + next * t.sourceRowBytes;
+            for (int64_t byte = firstByte; byte <= lastByte; byte += kCacheLine) __builtin_prefetch(ahead + byte);
+        }
         for (int64_t c = 0; c < chunk.count; ++c) use(c, WordAt(pixels + chunk.offset[c]));
     }
 }
@@ -179,46 +187,72 @@ void Resolve(const WaveformTrace& t, Chunk* chunk, const Plane& plane, uint16_t*
     }
 }
 
-/// A sample of its own colour.
-struct Dot {
-    const WaveformTrace& t;
+/// The columns of a chunk, turned: each column's rows lie side by side, from the clip's top to its bottom. What goes
+/// sample by sample works here, in the cache.
+struct Tile {
+    uint32_t* words;
+    int64_t height;           ///< rows of the clip
+    int64_t left, first, end; ///< target columns: of the chunk's first, and those inside the clip
 
-    void Add(uint8_t* pixel, uint64_t redBlue, uint32_t green, uint32_t weight) const
-    {
-        const uint64_t scaled = redBlue * weight; // red in the upper half, blue in the lower
-        const auto sum = [](uint8_t have, uint64_t light) {
-            return static_cast<uint8_t>(std::min<uint64_t>(have + light, kPictureCeiling));
-        };
-        pixel[0] = 0xFF;
-        pixel[1] = sum(pixel[1], scaled >> 48);
-        pixel[2] = sum(pixel[2], uint64_t{green} * weight >> 16);
-        pixel[3] = sum(pixel[3], (scaled & 0xFFFFFFFF) >> 16);
-    }
+    uint32_t* ColumnAt(int64_t x) const { return words + (x - left) * height; }
 };
 
+enum class Way { in, out };
+
+/// Copies the target's part of a tile in or out, a few rows at a time.
+void Move(const WaveformTrace& t, const Tile& tile, Way way)
+{
+    for (int64_t row = 0; row < tile.height; ++row) {
+        uint8_t* pixel = t.target.pixels + (row + t.clip.top) * t.target.rowBytes + tile.first * 4;
+        uint32_t* word = tile.ColumnAt(tile.first) + row;
+        for (int64_t x = tile.first; x < tile.end; ++x, pixel += 4, word += tile.height) {
+            if (way == Way::in)
+                std::memcpy(word, pixel, sizeof *word);
+            else
+                std::memcpy(pixel, word, sizeof *word);
+        }
+    }
+}
+
+/// A pixel's word with light added.
+uint32_t Lit(uint32_t word, const WaveformInk& ink, uint32_t weight)
+{
+    const auto channel = [&](int i, uint32_t shift) {
+        const uint32_t sum = (word >> shift & 255) + (weight * ink.increment[i] >> 16);
+        return std::min<uint32_t>(sum, ink.ceiling[i]) << shift;
+    };
+    return 0xFFu | channel(0, 8) | channel(1, 16) | channel(2, 24);
+}
+
+WaveformInk PictureInk(uint32_t red, uint32_t green, uint32_t blue)
+{
+    return {{static_cast<uint8_t>(red >> 1), static_cast<uint8_t>(green >> 1), static_cast<uint8_t>(blue >> 1)},
+            {kPictureCeiling, kPictureCeiling, kPictureCeiling}};
+}
+
 /// The luma trace in the picture's colours.
-void PlotPicture(const WaveformTrace& t, const Chunk& chunk, const Landing landings[256])
+void PlotPicture(const WaveformTrace& t, const Chunk& chunk, const Tile& tile, const Landing landings[256])
 {
     const Bytes at = BytesOf(t);
-    const Dot dot = {t};
-    const int64_t left = t.panelColumn[0] + chunk.first;
+    const int64_t top = t.clip.top;
     ForSamples(t, chunk, t.firstLine, t.endLine, [&](int64_t c, uint32_t word) {
-        const int64_t x = left + c;
-        if (x < t.clip.left || x >= t.clip.right) return;
+        const int64_t x = tile.left + c;
+        if (x < tile.first || x >= tile.end) return;
         const uint32_t red = word >> at.red & 255, green = word >> at.green & 255, blue = word >> at.blue & 255;
         const Landing& landing = landings[t.luma[red] + t.luma[256 + green] + t.luma[512 + blue]];
         if (landing.row == kNowhere) return;
-        uint8_t* pixel = t.target.pixels + landing.row * t.target.rowBytes + x * 4;
-        const uint64_t redBlue = uint64_t{red >> 1} << 32 | blue >> 1;
-        if (landing.row < t.clip.bottom) dot.Add(pixel, redBlue, green >> 1, 0x10000 - landing.fraction);
-        if (landing.fraction != 0 && landing.row > t.clip.top)
-            dot.Add(pixel - t.target.rowBytes, redBlue, green >> 1, landing.fraction);
+        const WaveformInk ink = PictureInk(red, green, blue);
+        uint32_t* pixel = tile.ColumnAt(x) + (landing.row - top);
+        if (landing.row < t.clip.bottom) *pixel = Lit(*pixel, ink, 0x10000 - landing.fraction);
+        if (landing.fraction != 0 && landing.row > top) pixel[-1] = Lit(pixel[-1], ink, landing.fraction);
     });
 }
 
 /// One column of the Y/C display. Rows [cleanTop, cleanBottom] need no paint: each belongs to the trace or has the
-/// envelope's colour already. So a line paints only what no line before it has, and what it has just plotted.
+/// envelope's colour already. So a line paints only what no line before it has, and what it has just plotted. Rows
+/// count from the clip's top.
 struct EnvelopeColumn {
+    uint32_t* rows;
     int64_t cleanTop, cleanBottom; ///< nothing when top is above bottom
 };
 
@@ -226,14 +260,10 @@ struct EnvelopeTrace {
     const WaveformTrace& t;
     Landing landing[256];
 
-    uint8_t* PixelAt(int64_t x, int64_t row) const { return t.target.pixels + row * t.target.rowBytes + x * 4; }
-
-    void Paint(int64_t x, int64_t top, int64_t bottom) const
+    void Paint(const EnvelopeColumn& column, int64_t top, int64_t bottom) const
     {
-        if (top > bottom) return;
-        uint8_t* pixel = PixelAt(x, top);
-        for (int64_t row = top; row <= bottom; ++row, pixel += t.target.rowBytes)
-            if (pixel[1] < kEnvelopeBelow) std::memcpy(pixel, &t.envelopeWord, sizeof t.envelopeWord);
+        for (int64_t row = top; row <= bottom; ++row)
+            if ((column.rows[row] >> 8 & 255) < kEnvelopeBelow) column.rows[row] = t.envelopeWord;
     }
 
     /// A row was plotted and stays as it is: it is clean no more.
@@ -246,17 +276,19 @@ struct EnvelopeTrace {
             column->cleanTop = row + 1;
     }
 
-    void Fill(EnvelopeColumn* column, int64_t x, int64_t top, int64_t bottom) const
+    void Fill(EnvelopeColumn* column, int64_t top, int64_t bottom) const
     {
         const bool isEmpty = column->cleanTop > column->cleanBottom;
         if (isEmpty || bottom < column->cleanTop - 1 || top > column->cleanBottom + 1) {
-            Paint(x, top, bottom);
-            *column = {top, bottom};
+            Paint(*column, top, bottom);
+            column->cleanTop = top;
+            column->cleanBottom = bottom;
             return;
         }
-        Paint(x, top, std::min(bottom, column->cleanTop - 1));
-        Paint(x, std::max(top, column->cleanBottom + 1), bottom);
-        *column = {std::min(top, column->cleanTop), std::max(bottom, column->cleanBottom)};
+        Paint(*column, top, std::min(bottom, column->cleanTop - 1));
+        Paint(*column, std::max(top, column->cleanBottom + 1), bottom);
+        column->cleanTop = std::min(top, column->cleanTop);
+        column->cleanBottom = std::max(bottom, column->cleanBottom);
     }
 
     int32_t MagnitudeOf(uint32_t red, uint32_t green, uint32_t blue) const
@@ -269,57 +301,48 @@ struct EnvelopeTrace {
         return t.magnitude[a * kChromaMagnitudeSide + b];
     }
 
-    static void AddLight(uint8_t* pixel, const WaveformInk& ink, uint32_t weight)
-    {
-        pixel[0] = 0xFF;
-        for (int i = 0; i < 3; ++i)
-            pixel[i + 1] = static_cast<uint8_t>(
-                std::min<uint32_t>(pixel[i + 1] + (weight * ink.increment[i] >> 16), ink.ceiling[i]));
-    }
-
-    void Plot(EnvelopeColumn* column, int64_t x, uint32_t red, uint32_t green, uint32_t blue) const
+    void Plot(EnvelopeColumn* column, uint32_t red, uint32_t green, uint32_t blue) const
     {
         const int64_t y = t.luma[red] + t.luma[256 + green] + t.luma[512 + blue];
         const int32_t magnitude = MagnitudeOf(red, green, blue);
         const int64_t level = y + t.codeOffset;
         const int64_t high = std::min(level + magnitude, t.maxCode), low = std::max<int64_t>(level - magnitude, 0);
-        const int64_t top = std::max<int64_t>(t.bottomRow - (high * t.pixelsPerCode >> 16), t.clip.top);
-        const int64_t bottom = std::min<int64_t>(t.bottomRow - (low * t.pixelsPerCode >> 16), t.clip.bottom - 1);
+        const int64_t last = t.clip.bottom - t.clip.top - 1;
+        const int64_t top = std::max<int64_t>(t.bottomRow - t.clip.top - (high * t.pixelsPerCode >> 16), 0);
+        const int64_t bottom = std::min<int64_t>(t.bottomRow - t.clip.top - (low * t.pixelsPerCode >> 16), last);
         const bool fills = magnitude != 0 && top <= bottom;
 
-        WaveformInk ink = t.panelInk[0];
-        if (t.pictureColor)
-            ink = {{static_cast<uint8_t>(red >> 1), static_cast<uint8_t>(green >> 1), static_cast<uint8_t>(blue >> 1)},
-                   {kPictureCeiling, kPictureCeiling, kPictureCeiling}};
+        const WaveformInk ink = t.pictureColor ? PictureInk(red, green, blue) : t.panelInk[0];
         const Landing& at = landing[y];
-        const int64_t rows[2] = {at.row, at.fraction != 0 ? at.row - 1 : kNowhere};
-        const uint32_t weights[2] = {0x10000 - at.fraction, at.fraction};
-        for (int i = 0; i < 2; ++i) {
-            if (rows[i] < t.clip.top || rows[i] >= t.clip.bottom) continue;
-            uint8_t* pixel = PixelAt(x, rows[i]);
-            AddLight(pixel, ink, weights[i]);
-            if (fills && rows[i] >= top && rows[i] <= bottom) {
+        const int64_t lower = at.row - t.clip.top;
+        const auto light = [&](int64_t row, uint32_t weight) {
+            if (row < 0 || row > last) return;
+            uint32_t word = Lit(column->rows[row], ink, weight);
+            if (fills && row >= top && row <= bottom) {
                 // What this line's envelope would do to it; the other row's light does not reach here.
-                if (pixel[1] < kEnvelopeBelow) std::memcpy(pixel, &t.envelopeWord, sizeof t.envelopeWord);
+                if ((word >> 8 & 255) < kEnvelopeBelow) word = t.envelopeWord;
             } else {
-                Soil(column, rows[i]);
+                Soil(column, row);
             }
-        }
-        if (fills) Fill(column, x, top, bottom);
+            column->rows[row] = word;
+        };
+        light(lower, 0x10000 - at.fraction);
+        if (at.fraction != 0) light(lower - 1, at.fraction);
+        if (fills) Fill(column, top, bottom);
     }
 };
 
-void PlotEnvelope(const EnvelopeTrace& e, const Chunk& chunk)
+void PlotEnvelope(const EnvelopeTrace& e, const Chunk& chunk, const Tile& tile)
 {
     const WaveformTrace& t = e.t;
     const Bytes at = BytesOf(t);
-    const int64_t left = t.panelColumn[0] + chunk.first;
     EnvelopeColumn columns[kChunk];
-    for (EnvelopeColumn& column : columns) column = {1, 0};
+    for (int64_t c = 0; c < chunk.count; ++c)
+        columns[c] = {.rows = tile.words + c * tile.height, .cleanTop = 1, .cleanBottom = 0};
     ForSamples(t, chunk, t.firstLine, t.endLine, [&](int64_t c, uint32_t word) {
-        const int64_t x = left + c;
-        if (x < t.clip.left || x >= t.clip.right) return;
-        e.Plot(&columns[c], x, word >> at.red & 255, word >> at.green & 255, word >> at.blue & 255);
+        const int64_t x = tile.left + c;
+        if (x < tile.first || x >= tile.end) return;
+        e.Plot(&columns[c], word >> at.red & 255, word >> at.green & 255, word >> at.blue & 255);
     });
 }
 
@@ -365,31 +388,62 @@ bool PanelsMeet(const WaveformTrace& t, const Plane* planes, int32_t count)
     return false;
 }
 
+/// Sets a chunk on the columns from `first`.
+void Place(const WaveformTrace& t, Chunk* chunk, int64_t first, int64_t width)
+{
+    chunk->first = first;
+    chunk->count = std::min(width, t.columnCount - first);
+    for (int64_t c = 0; c < chunk->count; ++c)
+        chunk->offset[c] = static_cast<int32_t>(((first + c) * t.xStep >> 16) * 4);
+}
+
+/// The luma panel where samples go one by one. False without memory for the tile, with nothing drawn.
+bool DrawBySamples(const WaveformTrace& t, Chunk* chunk)
+{
+    EnvelopeTrace envelope = {.t = t, .landing = {}};
+    for (int64_t code = 0; code < 256; ++code) envelope.landing[code] = LandingOf(t, code + t.codeOffset);
+    const int64_t height = ScopeHeightOf(t.clip);
+    auto* words = static_cast<uint32_t*>(BPAllocate(static_cast<size_t>(kTile * height) * sizeof(uint32_t)));
+    if (!words) return false;
+    for (int64_t first = 0; first < t.columnCount; first += kTile) {
+        Place(t, chunk, first, kTile);
+        const int64_t left = t.panelColumn[0] + first;
+        const Tile tile = {.words = words,
+                           .height = height,
+                           .left = left,
+                           .first = std::max<int64_t>(left, t.clip.left),
+                           .end = std::min<int64_t>(left + chunk->count, t.clip.right)};
+        if (tile.first >= tile.end) continue;
+        Move(t, tile, Way::in);
+        if (t.envelope)
+            PlotEnvelope(envelope, *chunk, tile);
+        else
+            PlotPicture(t, *chunk, tile, envelope.landing);
+        Move(t, tile, Way::out);
+    }
+    BPFree(words);
+    return true;
+}
+
 } // namespace
 
 void DrawWaveformTrace(const WaveformTrace& trace)
 {
     const WaveformTrace t = trace; // a copy of our own: no store to the target changes it
     const bool picture = t.pictureColor && (t.mode == waveformSingle || t.mode == waveformYCbCr);
-    EnvelopeTrace envelope = {.t = t, .landing = {}};
-    for (int64_t code = 0; code < 256; ++code) envelope.landing[code] = LandingOf(t, code + t.codeOffset);
+    const bool bySamples = t.envelope || picture;
     Plane planes[kWaveformPanelLimit];
     const int32_t planeCount = PlanesOf(t, planes);
     auto* chunk = PanelsMeet(t, planes, planeCount) ? nullptr : static_cast<Chunk*>(BPAllocate(sizeof(Chunk)));
-    if (!chunk) {
+    if (!chunk || (bySamples && !DrawBySamples(t, chunk))) {
+        BPFree(chunk);
         DrawWaveformTraceScalar(t);
         return;
     }
-    for (chunk->first = 0; chunk->first < t.columnCount; chunk->first += kChunk) {
-        chunk->count = std::min(kChunk, t.columnCount - chunk->first);
-        for (int64_t c = 0; c < chunk->count; ++c)
-            chunk->offset[c] = static_cast<int32_t>(((chunk->first + c) * t.xStep >> 16) * 4);
-        if (t.envelope) {
-            PlotEnvelope(envelope, *chunk);
-            continue;
+    if (!bySamples || t.mode != waveformSingle)
+        for (int64_t first = 0; first < t.columnCount; first += kChunk) {
+            Place(t, chunk, first, kChunk);
+            CountAndLight(t, chunk, planes, planeCount);
         }
-        if (picture) PlotPicture(t, *chunk, envelope.landing);
-        if (!picture || t.mode != waveformSingle) CountAndLight(t, chunk, planes, planeCount);
-    }
     BPFree(chunk);
 }

@@ -108,23 +108,23 @@ void DrawVectorscopeTraceScalar(const VectorscopeTrace& t)
 
 namespace {
 
+/// Row and column side by side: one load, one sum.
+using Pair = int64_t __attribute__((vector_size(16)));
+
 /// Gamma, matrix, zoom and gain of each channel in one lookup; 32.32 pixels.
 struct Contributions {
-    int64_t row[3][256], column[3][256];
+    Pair channel[3][256];
 };
 
 void Fill(const VectorscopeTrace& t, Contributions* out)
 {
+    const int64_t down = -t.zoom * t.gainY, across = t.zoom * t.gainX;
     for (int i = 0; i < 256; ++i) {
         const size_t g = t.gamma[i];
         const int32_t* c = t.chroma;
-        const int64_t down = -t.zoom * t.gainY, across = t.zoom * t.gainX;
-        out->row[0][i] = c[768 + g] * down;
-        out->row[1][i] = -c[1024 + g] * down;
-        out->row[2][i] = -c[1280 + g] * down;
-        out->column[0][i] = -c[g] * across;
-        out->column[1][i] = -c[256 + g] * across;
-        out->column[2][i] = c[512 + g] * across;
+        out->channel[0][i] = Pair{c[768 + g] * down, -c[g] * across};
+        out->channel[1][i] = Pair{-c[1024 + g] * down, -c[256 + g] * across};
+        out->channel[2][i] = Pair{-c[1280 + g] * down, c[512 + g] * across};
     }
 }
 
@@ -143,11 +143,10 @@ void DrawVectorscopeTrace(const VectorscopeTrace& trace)
     Fill(t, &from);
     uint32_t next[256]; // by the blue byte of the pixel that is hit
     for (int blue = 0; blue < 256; ++blue) next[blue] = VectorscopeRung(t, static_cast<uint8_t>(blue));
-    int64_t biasRow[kJitterPairs], biasColumn[kJitterPairs]; // relative to the clip's corner
-    for (int64_t i = 0; i < kJitterPairs; ++i) {
-        biasRow[i] = Bias(kJitter[2 * i], t.height / 2 + t.top - t.clip.top);
-        biasColumn[i] = Bias(kJitter[2 * i + 1], t.width / 2 + t.left - t.clip.left);
-    }
+    Pair bias[kJitterPairs]; // relative to the clip's corner
+    for (int64_t i = 0; i < kJitterPairs; ++i)
+        bias[i] = Pair{Bias(kJitter[2 * i], t.height / 2 + t.top - t.clip.top),
+                       Bias(kJitter[2 * i + 1], t.width / 2 + t.left - t.clip.left)};
     const uint32_t red = t.alphaFirst ? 8 : 16, green = t.alphaFirst ? 16 : 8, blue = t.alphaFirst ? 24 : 0;
     const auto rows = static_cast<uint64_t>(ScopeHeightOf(t.clip)),
                columns = static_cast<uint64_t>(ScopeWidthOf(t.clip));
@@ -159,10 +158,8 @@ void DrawVectorscopeTrace(const VectorscopeTrace& trace)
         for (int64_t i = 0; i < samples; ++i, pixel += step) {
             const uint32_t word = WordAt(pixel);
             const uint32_t r = word >> red & 255, g = word >> green & 255, b = word >> blue & 255;
-            const auto row =
-                static_cast<uint64_t>((from.row[0][r] + from.row[1][g] + from.row[2][b] + biasRow[pair]) >> 32);
-            const auto x = static_cast<uint64_t>(
-                (from.column[0][r] + from.column[1][g] + from.column[2][b] + biasColumn[pair]) >> 32);
+            const Pair at = from.channel[0][r] + from.channel[1][g] + from.channel[2][b] + bias[pair];
+            const auto row = static_cast<uint64_t>(at[0] >> 32), x = static_cast<uint64_t>(at[1] >> 32);
             pair = pair + 1 == kJitterPairs ? 0 : pair + 1;
             if (row >= rows || x >= columns) continue; // below zero counts as far outside
             uint8_t* hit = corner + row * t.target.rowBytes + x * 4;

@@ -1,0 +1,286 @@
+// The displays beside ffmpeg's filters, which are what a user would watch instead: waveform, vectorscope and histogram
+// of the same picture. Candidates take turns; the figures are medians of processor time, in milliseconds, as rows of a Markdown table.
+//
+// A filter gets its own pixel formats and makes a picture of its own size; ours draws background, graticule, texts as
+// boxes and trace. Conversion into a filter's format is not counted.
+#include "src/TincturaUIDispCombo.h"
+#include "src/platform/BPLog.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#ifdef OC_HAVE_AVFILTER
+extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
+#endif
+
+namespace {
+
+constexpr int kRounds = 15;
+
+struct Size {
+    uint32_t width, height;
+    const char* name;
+};
+constexpr Size kPictures[] = {{1920, 1080, "1080p"}, {3840, 2160, "UHD"}};
+constexpr Size kPanes[] = {{640, 480, "640 x 480"}, {1280, 960, "1280 x 960"}};
+
+using Work = std::function<void()>;
+
+/// Of this thread's processor, so that other programs matter less. All candidates work on this thread alone.
+double Milliseconds(const Work& work)
+{
+    const auto now = [] {
+        timespec time;
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+    };
+    const double start = now();
+    work();
+    return now() - start;
+}
+
+std::vector<double> Medians(const std::vector<Work>& candidates)
+{
+    std::vector<std::vector<double>> times(candidates.size());
+    for (int round = -2; round < kRounds; ++round)
+        for (size_t i = 0; i < candidates.size(); ++i) {
+            const double time = Milliseconds(candidates[i]);
+            if (round >= 0) times[i].push_back(time);
+        }
+    std::vector<double> medians;
+    for (std::vector<double>& list : times) {
+        std::sort(list.begin(), list.end());
+        medians.push_back(list[list.size() / 2]);
+    }
+    return medians;
+}
+
+/// Ramps, patches and noise, as a graded frame has them.
+void FillScene(const ScopeSurface& surface)
+{
+    uint32_t state = 12345;
+    for (uint32_t y = 0; y < surface.height; ++y)
+        for (uint32_t x = 0; x < surface.width; ++x) {
+            state = state * 1664525 + 1013904223;
+            const uint32_t noise = state >> 27, ramp = x * 220 / surface.width, patch = x * 8 / surface.width;
+            uint8_t* pixel = surface.pixels + size_t{y} * surface.rowBytes + size_t{x} * 4;
+            const uint32_t band = y * 4 / surface.height;
+            pixel[0] = 0xFF;
+            pixel[1] = static_cast<uint8_t>(band == 0 ? ramp + noise : (patch & 2 ? 30 : 190) + noise);
+            pixel[2] = static_cast<uint8_t>(band == 1 ? 220 - ramp + noise : (patch & 4 ? 30 : 170) + noise);
+            pixel[3] = static_cast<uint8_t>(band == 2 ? 60 + ramp / 2 + noise : (patch & 1 ? 30 : 180) + noise);
+        }
+}
+
+#ifdef OC_HAVE_AVFILTER
+
+/// One filter between a source and a sink, fed with one frame again and again.
+class Filter {
+  public:
+    Filter(const char* name, const char* options, AVPixelFormat format, const ScopeSurface& surface)
+    {
+        graph_ = avfilter_graph_alloc();
+        avfilter_graph_set_auto_convert(graph_, AVFILTER_AUTO_CONVERT_NONE);
+        graph_->nb_threads = 1;
+        char arguments[160];
+        std::snprintf(arguments, sizeof arguments, "video_size=%ux%u:pix_fmt=%d:time_base=1/25", surface.width,
+                      surface.height, static_cast<int>(format));
+        AVFilterContext* filter = nullptr;
+        Check(avfilter_graph_create_filter(&source_, avfilter_get_by_name("buffer"), "in", arguments, nullptr, graph_));
+        Check(avfilter_graph_create_filter(&filter, avfilter_get_by_name(name), name, options, nullptr, graph_));
+        Check(
+            avfilter_graph_create_filter(&sink_, avfilter_get_by_name("buffersink"), "out", nullptr, nullptr, graph_));
+        Check(avfilter_link(source_, 0, filter, 0));
+        Check(avfilter_link(filter, 0, sink_, 0));
+        Check(avfilter_graph_config(graph_, nullptr));
+        frame_ = av_frame_alloc();
+        out_ = av_frame_alloc();
+        frame_->format = format;
+        frame_->width = static_cast<int>(surface.width);
+        frame_->height = static_cast<int>(surface.height);
+        Check(av_frame_get_buffer(frame_, 64));
+        Fill(surface, format);
+    }
+    ~Filter()
+    {
+        av_frame_free(&frame_);
+        av_frame_free(&out_);
+        avfilter_graph_free(&graph_);
+    }
+    Filter(const Filter&) = delete;
+    Filter& operator=(const Filter&) = delete;
+
+    void Run()
+    {
+        frame_->pts = ++pts_;
+        Check(av_buffersrc_add_frame_flags(source_, frame_, AV_BUFFERSRC_FLAG_KEEP_REF));
+        Check(av_buffersink_get_frame(sink_, out_));
+        av_frame_unref(out_);
+    }
+
+  private:
+    static void Check(int status)
+    {
+        if (status >= 0) return;
+        std::fprintf(stderr, "scopes_bench: a filter failed with %d\n", status);
+        std::exit(1);
+    }
+    /// Planes of 8 bits: green, blue, red, or luma and two chromas of 709.
+    void Fill(const ScopeSurface& surface, AVPixelFormat format)
+    {
+        for (uint32_t y = 0; y < surface.height; ++y)
+            for (uint32_t x = 0; x < surface.width; ++x) {
+                const uint8_t* p = surface.pixels + size_t{y} * surface.rowBytes + size_t{x} * 4;
+                const double r = p[1], g = p[2], b = p[3], luma = 0.2126 * r + 0.7152 * g + 0.0722 * b;
+                const auto set = [&](int plane, double value) {
+                    frame_->data[plane][static_cast<ptrdiff_t>(y) * frame_->linesize[plane] + x] =
+                        static_cast<uint8_t>(std::clamp(value, 0.0, 255.0));
+                };
+                const bool isRGB = format == AV_PIX_FMT_GBRP;
+                set(0, isRGB ? g : luma);
+                set(1, isRGB ? b : 128 + (b - luma) / 1.8556);
+                set(2, isRGB ? r : 128 + (r - luma) / 1.5748);
+            }
+    }
+
+    AVFilterGraph* graph_ = nullptr;
+    AVFilterContext* source_ = nullptr;
+    AVFilterContext* sink_ = nullptr;
+    AVFrame* frame_ = nullptr;
+    AVFrame* out_ = nullptr;
+    int64_t pts_ = 0;
+};
+
+struct Peer {
+    int32_t display;
+    const char* filter;
+    const char* options;
+    AVPixelFormat format;
+};
+// What comes nearest: the traces that the display shows, with a graticule.
+constexpr Peer kPeers[] = {
+    {scopeLumaWFM, "waveform", "graticule=green:components=1", AV_PIX_FMT_YUV444P},
+    {scopeYCWFM, "waveform", "filter=flat:graticule=green:components=1", AV_PIX_FMT_YUV444P},
+    {scopeRGBWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeGBRWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeYRGBWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeYCbCrWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_YUV444P},
+    {scopeOverlayWFM, "waveform", "display=overlay:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeVectorscope, "vectorscope", "mode=color2:graticule=color", AV_PIX_FMT_YUV444P},
+    {scopeHistograms, "histogram", "display_mode=stack", AV_PIX_FMT_GBRP},
+};
+
+#endif
+
+/// Letters as boxes: the cost of a text that is at hand.
+ScopeLetters Boxes()
+{
+    return {.context = nullptr,
+            .hasFamily = [](void*, const char*) { return true; },
+            .metrics =
+                [](void*, const ScopeFont& font) {
+                    return ScopeFontMetrics{font.size * 3 / 4, font.size / 4};
+                },
+            .width = [](void*, const ScopeFont& font,
+                        const char* text) { return static_cast<int32_t>(std::strlen(text)) * font.size / 2; },
+            .draw =
+                [](void*, const ScopeSurface& surface, const ScopeRect& clip, const ScopeFont& font, ScopeColor color,
+                   int32_t x, int32_t baseline, const char* text) {
+                    ScopeSurface copy = surface;
+                    ScopePort port = ScopePortOn(&copy, nullptr);
+                    port.clip = clip;
+                    port.color = color;
+                    const int32_t width = static_cast<int32_t>(std::strlen(text)) * font.size / 2;
+                    ScopePaintRect(&port, ScopeRectOf(baseline - font.size * 3 / 4, x, baseline, x + width));
+                }};
+}
+
+struct Setting {
+    const char* name;
+    int32_t display; ///< 0: the combo
+    bool pictureColor;
+};
+constexpr Setting kSettings[] = {
+    {"Luma WFM", scopeLumaWFM, false},
+    {"Luma WFM, picture colour", scopeLumaWFM, true},
+    {"YC WFM", scopeYCWFM, false},
+    {"RGB WFM", scopeRGBWFM, false},
+    {"GBR WFM", scopeGBRWFM, false},
+    {"YRGB WFM", scopeYRGBWFM, false},
+    {"YCbCr WFM", scopeYCbCrWFM, false},
+    {"Overlay WFM", scopeOverlayWFM, false},
+    {"Vectorscope", scopeVectorscope, false},
+    {"Histograms", scopeHistograms, false},
+    {"Tone Curve", scopeToneCurve, false},
+    {"Combo of four", 0, false},
+};
+
+void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const ScopeLetters& letters)
+{
+    ScopeSurface target;
+    if (ScopeSurfaceCreate(pane.width, pane.height, &target) != bpNoErr) return;
+    const ScopeRect whole = ScopeBoundsOf(target);
+    for (const Setting& setting : kSettings) {
+        ScopeContext fast = ScopeDefaultContext();
+        fast.settings.videoSystem = 3;
+        fast.settings.wfmColor = setting.pictureColor ? 1 : 0;
+        fast.letters = &letters;
+        ScopeContext readable = fast;
+        readable.readable = true;
+        const ScopeSelection selection = ScopeDefaultSelection();
+        const auto draw = [&](const ScopeContext& context) {
+            if (setting.display == 0)
+                DrawComboDisplay(&target, nullptr, &picture, selection.comboSelection, 1, context);
+            else
+                DrawComboQuadrant(&target, whole, &picture, setting.display, context);
+        };
+        std::vector<Work> candidates = {[&] { draw(fast); }, [&] { draw(readable); }};
+#ifdef OC_HAVE_AVFILTER
+        std::vector<std::unique_ptr<Filter>> filters;
+        for (const Peer& peer : kPeers) {
+            if (peer.display != setting.display) continue;
+            filters.push_back(std::make_unique<Filter>(peer.filter, peer.options, peer.format, picture));
+            candidates.push_back([filter = filters.back().get()] { filter->Run(); });
+        }
+#endif
+        const std::vector<double> medians = Medians(candidates);
+        std::printf("| %s | %s | %s | %.2f | %.2f |", setting.name, size.name, pane.name, medians[0], medians[1]);
+        if (medians.size() > 2)
+            std::printf(" %.2f | %.1f |\n", medians[2], medians[2] / medians[0]);
+        else
+            std::printf(" | |\n");
+        std::fflush(stdout);
+    }
+    ScopeSurfaceDispose(&target);
+}
+
+} // namespace
+
+int main()
+{
+    BPSetLogSink([](void*, const char*, size_t) {}, nullptr);
+    std::printf("| display | picture | pane | fast, ms | readable, ms | ffmpeg, ms | times ffmpeg |\n"
+                "|---|---|---|---:|---:|---:|---:|\n");
+    const ScopeLetters letters = Boxes();
+    for (const Size& size : kPictures) {
+        ScopeSurface picture;
+        if (ScopeSurfaceCreate(size.width, size.height, &picture) != bpNoErr) return 1;
+        FillScene(picture);
+        for (const Size& pane : kPanes) Run(size, pane, picture, letters);
+        ScopeSurfaceDispose(&picture);
+    }
+    return 0;
+}
