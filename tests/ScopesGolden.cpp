@@ -1,0 +1,183 @@
+// The cases: every display, and every setting where it shows.
+#include "tests/ScopesGolden.h"
+
+#include <cstring>
+
+namespace {
+
+using Context = ScopeContext;
+using Selection = ScopeSelection;
+
+void Nothing(Context*, Selection*) {}
+
+constexpr ScopeGoldenCase kCases[] = {
+    {"combo", scopeTabCombo, Nothing, false},
+    {"combo-of-others", scopeTabCombo,
+     [](Context*, Selection* s) {
+         s->comboSelection[0] = scopeRGBWFM;
+         s->comboSelection[1] = scopeOverlayWFM;
+         s->comboSelection[2] = scopeVectorscope;
+         s->comboSelection[3] = scopeYCWFM;
+         s->comboVectorscopeZoom = 2;
+     },
+     false},
+    {"luma", scopeTabLumaWFM, Nothing, true},
+    {"luma-pal-mv", scopeTabLumaWFM,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 2;
+         c->settings.wfmUnitsMV = 1;
+     },
+     true},
+    {"luma-709-legal", scopeTabLumaWFM,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 3;
+         c->settings.videoBlackLevel = 16;
+         c->settings.videoWhiteLevel = 235;
+     },
+     true},
+    {"luma-709-legal-mv", scopeTabLumaWFM,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 3;
+         c->settings.wfmUnitsMV = 1;
+         c->settings.videoBlackLevel = 16;
+         c->settings.videoWhiteLevel = 235;
+     },
+     true},
+    {"luma-setup", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.videoBlackSetupPresent = 1; }, true},
+    {"luma-picture-colour", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
+    {"luma-saturated", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0x10000; }, true},
+    {"luma-grey", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0xCCC; }, true},
+    {"luma-suspended", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.updateSuspended = true; }, true},
+    {"luma-playing", scopeTabLumaWFM, [](Context*, Selection* s) { s->isPlaying = true; }, true},
+    {"yc", scopeTabLumaWFM + 1, Nothing, true},
+    {"yc-mv", scopeTabLumaWFM + 1,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 2;
+         c->settings.wfmUnitsMV = 1;
+     },
+     true},
+    {"yc-picture-colour", scopeTabLumaWFM + 1, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
+    {"rgb", scopeTabLumaWFM + 2, Nothing, true},
+    {"gbr", scopeTabLumaWFM + 3, Nothing, true},
+    {"yrgb", scopeTabLumaWFM + 4, Nothing, true},
+    {"ycbcr", scopeTabLumaWFM + 5, Nothing, true},
+    {"ycbcr-mv", scopeTabLumaWFM + 5,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 2;
+         c->settings.wfmUnitsMV = 1;
+     },
+     true},
+    {"ycbcr-picture-colour", scopeTabLumaWFM + 5, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
+    {"overlay", scopeTabLumaWFM + 6, Nothing, true},
+    {"vectorscope-601", scopeTabVectorscope, Nothing, true},
+    {"vectorscope-601-100", scopeTabVectorscope, [](Context* c, Selection*) { c->settings.vsCalibration100 = 1; },
+     true},
+    {"vectorscope-709", scopeTabVectorscope, [](Context* c, Selection*) { c->settings.videoSystem = 3; }, true},
+    {"vectorscope-240m-100", scopeTabVectorscope,
+     [](Context* c, Selection*) {
+         c->settings.videoSystem = 4;
+         c->settings.vsCalibration100 = 1;
+     },
+     true},
+    {"vectorscope-5x", scopeTabVectorscope, [](Context*, Selection* s) { s->vectorscopeZoom = 5; }, true},
+    {"histograms", scopeTabHistograms, Nothing, false},
+    {"histograms-small", scopeTabHistograms, Nothing, true},
+    {"tone-curve", scopeTabToneCurve, Nothing, true},
+    {"source", scopeTabCombo, [](Context*, Selection* s) { s->imageSelection = scopeImageSource; }, true},
+};
+
+/// Eight bars above, ramps of several colours below; alpha is real.
+void FillPicture(const ScopeSurface& surface, uint8_t level)
+{
+    for (uint32_t y = 0; y < surface.height; ++y)
+        for (uint32_t x = 0; x < surface.width; ++x) {
+            const uint32_t bits = 7 - x * 8 / surface.width, ramp = x * 255 / (surface.width - 1);
+            uint8_t* pixel = surface.pixels + size_t{y} * surface.rowBytes + size_t{x} * 4;
+            const bool isBar = y * 2 < surface.height, isGrey = y * 4 < surface.height * 3;
+            pixel[0] = static_cast<uint8_t>(255 - y);
+            pixel[1] = static_cast<uint8_t>(isBar ? (bits & 2 ? level : 0) : ramp);
+            pixel[2] = static_cast<uint8_t>(isBar ? (bits & 4 ? level : 0) : isGrey ? ramp : 200 - ramp / 2);
+            pixel[3] = static_cast<uint8_t>(isBar ? (bits & 1 ? level : 0) : isGrey ? ramp : ramp / 3 + y);
+        }
+}
+
+ScopeLetters Boxes()
+{
+    return {.context = nullptr,
+            .hasFamily = [](void*, const char*) { return true; },
+            .metrics =
+                [](void*, const ScopeFont& font) {
+                    return ScopeFontMetrics{font.size * 3 / 4, font.size / 4};
+                },
+            .width = [](void*, const ScopeFont& font,
+                        const char* text) { return static_cast<int32_t>(std::strlen(text)) * font.size / 2; },
+            .draw =
+                [](void*, const ScopeSurface& surface, const ScopeRect& clip, const ScopeFont& font, ScopeColor color,
+                   int32_t x, int32_t baseline, const char* text) {
+                    ScopeSurface copy = surface;
+                    ScopePort port = ScopePortOn(&copy, nullptr);
+                    port.clip = clip;
+                    port.color = color;
+                    const int32_t width = static_cast<int32_t>(std::strlen(text)) * font.size / 2;
+                    ScopeFrameRect(&port, ScopeRectOf(baseline - font.size * 3 / 4, x, baseline, x + width));
+                }};
+}
+
+void Append(std::vector<uint8_t>* bytes, uint32_t word)
+{
+    for (int i = 0; i < 4; ++i) bytes->push_back(static_cast<uint8_t>(word >> (8 * i)));
+}
+
+std::vector<uint8_t> Packed(const ScopeSurface& surface)
+{
+    std::vector<uint8_t> bytes = {'S', 'C', 'O', 'P'};
+    Append(&bytes, surface.width);
+    Append(&bytes, surface.height);
+    uint32_t run = 0, last = 0;
+    for (uint32_t y = 0; y < surface.height; ++y)
+        for (uint32_t x = 0; x < surface.width; ++x) {
+            uint32_t word;
+            std::memcpy(&word, surface.pixels + size_t{y} * surface.rowBytes + size_t{x} * 4, sizeof word);
+            if (run != 0 && word != last) {
+                Append(&bytes, run);
+                Append(&bytes, last);
+                run = 0;
+            }
+            last = word;
+            ++run;
+        }
+    Append(&bytes, run);
+    Append(&bytes, last);
+    return bytes;
+}
+
+} // namespace
+
+std::span<const ScopeGoldenCase> ScopeGoldenCases()
+{
+    return kCases;
+}
+
+std::vector<uint8_t> MakeScopeGolden(const ScopeGoldenCase& which, bool readable)
+{
+    ScopeSurface result, source, target;
+    if (ScopeSurfaceCreate(176, 96, &result) != bpNoErr || ScopeSurfaceCreate(64, 48, &source) != bpNoErr ||
+        ScopeSurfaceCreate(which.isSmall ? 160 : 320, which.isSmall ? 120 : 240, &target) != bpNoErr)
+        return {};
+    FillPicture(result, 191);
+    FillPicture(source, 255);
+    GetLumaTable(ocMatrix601); // what a histogram without a waveform monitor before it finds
+    const ScopeLetters letters = Boxes();
+    ScopeContext context = ScopeDefaultContext();
+    context.letters = &letters;
+    context.readable = readable;
+    ScopeSelection selection = ScopeDefaultSelection();
+    selection.analysisSelection = which.tab;
+    which.edit(&context, &selection);
+    DrawAnalysisPane(&target, selection, {&result, &source, nullptr}, context);
+    std::vector<uint8_t> bytes = Packed(target);
+    ScopeSurfaceDispose(&result);
+    ScopeSurfaceDispose(&source);
+    ScopeSurfaceDispose(&target);
+    return bytes;
+}
