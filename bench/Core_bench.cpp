@@ -1,4 +1,5 @@
-// Speed of the engine: pictures by instruction set with the readable kernel beside, workers, and the parameter update.
+// Speed of the engine: pictures by instruction set with the readable kernel beside, workers, display pixels, a control
+// that moves with the stage cache, and the parameter update.
 //
 // "Pure pass" reads three planes and writes four without computing anything but the fourth from the first: what memory
 // alone allows. Compare identity with it, and the others with "readable". Take medians of repetitions:
@@ -6,6 +7,7 @@
 #include "src/MPTasks.h"
 
 #include "src/platform/BPLog.h"
+#include "tests/LiteralCurve.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,6 +17,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -70,7 +73,8 @@ HCurve CurveOf(float middle)
     return curve;
 }
 
-enum GradeName { gradeIdentity, gradePrimary, gradeEverything };
+/// "Everything" has all tools with one secondary, "last" six secondaries of four samples each and the limiter too.
+enum GradeName { gradeIdentity, gradePrimary, gradeEverything, gradeLast };
 
 void FillChannels(OCChannelBlock* block, float by)
 {
@@ -110,6 +114,27 @@ OCSettings GradeOf(GradeName name)
         g.hslCurve[i] = CurveOf(0.02f);
         for (float& y : g.hslCurve[i].points.xy.y) y = 0.5f + 0.1f * (y - 0.5f);
     }
+    g.secondaryOn = 1;
+    for (uint32_t i = 0; i < (name == gradeLast ? kOCSecondaryCount : 1u); ++i) {
+        OCSecondary& s = g.secondary[i];
+        const float step = 0.1f * static_cast<float>(i);
+        s.on = 1;
+        s.softness = 0.2f;
+        s.hue = 10;
+        s.saturation = 120;
+        s.gain = 1.05f;
+        s.gamma = 1.1f;
+        s.hueoffset_tintangle = 300 * step;
+        s.hueoffset_strength = 0.1f;
+        for (uint32_t k = 0; k < 4; ++k)
+            s.sample[k] = {1, 0.2f + step, 0.3f + 0.1f * static_cast<float>(k), 0.6f - step};
+    }
+    if (name == gradeEverything) return g;
+    g.limiter_enable = 1;
+    g.limiter.limiter_softclip_enable = 1;
+    g.limiter.limiter_chroma_max = 105;
+    g.limiter.limiter_chroma_min = -20;
+    g.limiter.limiter_luma_max = 105;
     return g;
 }
 
@@ -189,6 +214,79 @@ void Workers(benchmark::State& state, uint32_t workers, GradeName name, uint32_t
     CountPixels(state, c);
 }
 
+/// With display pixels: made in the pass, or by a transfer after it.
+void Shown(benchmark::State& state, uint32_t workers, GradeName name, uint32_t height, bool fused)
+{
+    const Case& c = CaseOf(height);
+    EnginePtr engine = MakeEngine();
+    const OCSettings grade = GradeOf(name);
+    OCUpdateParameters(engine.get(), &grade);
+    std::vector<uint8_t> pixels(size_t{c.width} * c.height * 4);
+    const OCDisplay display = {pixels.data(), c.width * 4, pixFormatBGRA8};
+    MPTask* tasks = nullptr;
+    const uint32_t count = MPStartTaskCount(&tasks, workers);
+    for (auto _ : state) {
+        ProcessImageCached(engine.get(), nullptr, c.source.get(), c.result.get(), fused ? display : OCDisplay{}, &grade,
+                           0, count, tasks);
+        if (!fused)
+            FBTransferFBFrameToPix(c.result.get(), nullptr, pixels.data(), c.width * 4, pixFormatBGRA8, count, tasks);
+    }
+    MPDisposeTasks(count, &tasks);
+    CountPixels(state, c);
+}
+
+/// One move of a slider, from the record to the display pixels, with and without the stage cache.
+void Moved(benchmark::State& state, uint32_t workers, GradeName name, float* (*slider)(OCSettings& grade), bool cached)
+{
+    const Case& c = CaseOf(1080);
+    EnginePtr engine = MakeEngine();
+    OCSettings grade = GradeOf(name);
+    std::vector<uint8_t> pixels(size_t{c.width} * c.height * 4);
+    const OCDisplay display = {pixels.data(), c.width * 4, pixFormatBGRA8};
+    MPTask* tasks = nullptr;
+    const uint32_t count = MPStartTaskCount(&tasks, workers);
+    OCStageCache cache = {};
+    float* const value = slider(grade);
+    const float first = *value;
+    uint32_t turn = 0;
+    const auto move = [&] {
+        *value = first * (1 + 0.001f * static_cast<float>(++turn % 100));
+        OCUpdateParameters(engine.get(), &grade);
+        ProcessImageCached(engine.get(), cached ? &cache : nullptr, c.source.get(), c.result.get(), display, &grade, 0,
+                           count, tasks);
+    };
+    for (int i = 0; i < 3; ++i) move(); // the first run, the first move, and one that begins at the kept planes
+    for (auto _ : state) move();
+    OCDisposeStageCache(&cache);
+    MPDisposeTasks(count, &tasks);
+}
+
+HCurve CurveOfPoints(int32_t count)
+{
+    HCurve curve = {};
+    curve.points.xy.pointCount = count;
+    for (int32_t i = 0; i < count; ++i) {
+        const float x = static_cast<float>(i) / static_cast<float>(count - 1);
+        curve.points.xy.x[i] = x;
+        curve.points.xy.y[i] = x + (i % 2 ? 0.05f : -0.05f) * x * (1 - x);
+    }
+    return curve;
+}
+
+void CurveTable(benchmark::State& state, int32_t points, bool literal)
+{
+    const HCurve curve = CurveOfPoints(points);
+    std::vector<float> table(kOCToneEntries);
+    for (auto _ : state) {
+        if (literal)
+            table = LiteralCurveTable(curve);
+        else if (OCBuildCurveTable(&curve, table.data()) != bpNoErr)
+            std::abort();
+        benchmark::DoNotOptimize(table.data());
+        benchmark::ClobberMemory();
+    }
+}
+
 void ColdUpdate(benchmark::State& state, GradeName name)
 {
     const OCSettings grade = GradeOf(name);
@@ -238,13 +336,26 @@ constexpr Slider kSliders[] = {
     {"Luma range shadow x", [](OCSettings& g) { return &g.lumaRange.lumarange_shadowx; }},
 };
 
+/// A control of each step from the hue offset on, in the order of the steps.
+constexpr Slider kMoves[] = {
+    {"5 hue offset strength", [](OCSettings& g) { return &g.hueOffset.master.strength; }},
+    {"8 RGB master gain", [](OCSettings& g) { return &g.rgb.master.group.gain; }},
+    {"9 YCbCr master gain", [](OCSettings& g) { return &g.ycbcr.master.channel[1].gain; }},
+    {"10 RGB curve point", [](OCSettings& g) { return &g.rgbCurve[1].points.xy.y[1]; }},
+    {"11 hue curve point", [](OCSettings& g) { return &g.hslCurve[0].points.xy.y[1]; }},
+    {"12 levels out white", [](OCSettings& g) { return &g.levels[0].outwhitept; }},
+    {"13 secondary A gain", [](OCSettings& g) { return &g.secondary[0].gain; }},
+    {"13 secondary F gain", [](OCSettings& g) { return &g.secondary[5].gain; }},
+    {"14 limiter chroma", [](OCSettings& g) { return &g.limiter.limiter_chroma_max; }},
+};
+
 void RegisterAll()
 {
-    constexpr const char* gradeNames[] = {"identity", "primary", "everything"};
+    constexpr const char* gradeNames[] = {"identity", "primary", "everything", "last"};
     for (uint32_t height : {1080u, 2160u}) {
         const std::string size = "/" + std::to_string(height);
         benchmark::RegisterBenchmark(("Picture/pure pass" + size).c_str(), PurePass, height);
-        for (GradeName name : {gradeIdentity, gradePrimary, gradeEverything}) {
+        for (GradeName name : {gradeIdentity, gradePrimary, gradeEverything, gradeLast}) {
             const std::string grade = std::string("/") + gradeNames[name] + size;
             benchmark::RegisterBenchmark(("Picture/readable" + grade).c_str(), Kernel, nullptr, name, height);
             for (const OCKernel& kernel : OCFastKernels())
@@ -253,9 +364,29 @@ void RegisterAll()
             for (uint32_t workers : {1u, 2u})
                 benchmark::RegisterBenchmark(("Workers/" + std::to_string(workers) + grade).c_str(), Workers, workers,
                                              name, height)
-                    ->UseRealTime();
+                    ->MeasureProcessCPUTime();
+            for (bool fused : {true, false})
+                benchmark::RegisterBenchmark(
+                    ((fused ? "Shown/fused/" : "Shown/after/") + std::string("2") + grade).c_str(), Shown, 2u, name,
+                    height, fused)
+                    ->MeasureProcessCPUTime();
         }
     }
+    for (GradeName name : {gradeEverything, gradeLast})
+        for (const Slider& slider : kMoves)
+            for (bool cached : {true, false})
+                benchmark::RegisterBenchmark(
+                    (std::string("Moved/") + (cached ? "cached/" : "whole/") + gradeNames[name] + "/" + slider.name)
+                        .c_str(),
+                    Moved, 2u, name, slider.at, cached)
+                    ->MeasureProcessCPUTime()
+                    ->Unit(benchmark::kMillisecond);
+    for (int32_t points : {3, 4, 8, 16})
+        for (bool literal : {false, true})
+            benchmark::RegisterBenchmark(
+                ((literal ? "Curve/literal/" : "Curve/fast/") + std::to_string(points)).c_str(), CurveTable, points,
+                literal)
+                ->Unit(benchmark::kMicrosecond);
     for (GradeName name : {gradePrimary, gradeEverything})
         benchmark::RegisterBenchmark((std::string("Update/cold/") + gradeNames[name]).c_str(), ColdUpdate, name)
             ->Unit(benchmark::kMicrosecond);

@@ -2,6 +2,7 @@
 // next index: one entry a row at the most.
 #include "src/OCCurves.h"
 
+#include "src/OCCurvesKernels.h"
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 
@@ -76,13 +77,23 @@ float AxisValue(const HCurve& curve, bool isY, int32_t point)
     return curve.points.samples[(isY ? 17 : 1) + point];
 }
 
-/// The spline through three or more points. Returns the next index to write.
-int32_t WalkSpline(const HCurve& curve, const BasisRow* basis, int32_t next, float* table)
+/// The basis of every spline, made once a process.
+const OCBasisPlanes& SplineBasis()
 {
+    static OCBasisPlanes basis;
+    static const bool made = (OCBuildBasisPlanes(kCatmullRom, &basis), true);
+    (void)made;
+    return basis;
+}
+
+/// The spline through three or more points; `rows` has room for every entry. Returns the next index to write.
+int32_t WalkSpline(const HCurve& curve, int32_t* rows, int32_t next, float* table)
+{
+    OCSplineWalk walk = {.next = next, .end = static_cast<int32_t>(kOCToneEntries), .row = rows, .hits = 0};
     const int32_t count = curve.points.xy.pointCount;
     // Deliberate: the walk goes on behind the last point, where it uses the two slots that follow; existing grades
     // depend on what stands there.
-    for (int32_t k = 0; k < count; ++k) {
+    for (int32_t k = 0; k < count && walk.next < walk.end; ++k) {
         const int32_t control[4] = {k == 0 ? 0 : k - 1, k, k + 1, k == count - 2 ? count - 1 : k + 2};
         double x[4];
         double y[4];
@@ -90,16 +101,9 @@ int32_t WalkSpline(const HCurve& curve, const BasisRow* basis, int32_t next, flo
             x[c] = static_cast<double>(AxisValue(curve, false, control[c]));
             y[c] = static_cast<double>(AxisValue(curve, true, control[c]));
         }
-        for (uint32_t row = 0; row < kOCBasisRows && next <= kLast; ++row) {
-            const float* b = basis[row];
-            const double b0 = static_cast<double>(b[0]), b1 = static_cast<double>(b[1]);
-            const double b2 = static_cast<double>(b[2]), b3 = static_cast<double>(b[3]);
-            const auto atX = static_cast<float>(b0 * x[0] + b1 * x[1] + b2 * x[2] + b3 * x[3]);
-            if (!(atX * 16384.0f >= static_cast<float>(next))) continue;
-            table[next++] = Unit(static_cast<float>(b0 * y[0] + b1 * y[1] + b2 * y[2] + b3 * y[3]));
-        }
+        OCWalkSplineSegment(kCatmullRom, SplineBasis(), x, y, &walk, table + walk.next);
     }
-    return next;
+    return walk.next;
 }
 
 /// One range curve from (0, 1) to (1, 0); entry i is the weight at a distance of i from the range's end of the scale.
@@ -146,17 +150,20 @@ BPStatus OCBuildCurveTable(const HCurve* curve, float* table)
         for (int32_t i = 0; i <= kLast; ++i) table[i] = static_cast<float>(i) / 16384.0f;
         return bpNoErr;
     }
-    BasisRow* basis = nullptr;
+    int32_t* rows = nullptr;
     if (xy.pointCount > 2) {
-        basis = AllocateBasis(kCatmullRom, "Insufficient memory for curveArray");
-        if (!basis) return bpMemFullErr;
+        rows = static_cast<int32_t*>(BPAllocate(sizeof(int32_t) * (kOCToneEntries + kOCSplineSlack)));
+        if (!rows) {
+            BPFatalError("Insufficient memory for curveArray", "Ochrine 3 UI");
+            return bpMemFullErr;
+        }
     }
     const float start = xy.x[0] * 16384.0f;
     for (int32_t i = 0; i <= kLast && static_cast<float>(i) < start; ++i) table[i] = xy.y[0];
     int32_t next = FloorIndex(xy.x[0]);
-    next = basis ? WalkSpline(*curve, basis, next, table) : WalkLine(xy, next, table);
+    next = rows ? WalkSpline(*curve, rows, next, table) : WalkLine(xy, next, table);
     for (; next <= kLast; ++next) table[next] = xy.y[xy.pointCount - 1];
-    BPFree(basis);
+    BPFree(rows);
     return bpNoErr;
 }
 

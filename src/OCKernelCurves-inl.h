@@ -39,37 +39,64 @@ HWY_INLINE VH ToSingle(VD value)
 #endif
 }
 
+/// RGB to HSL before grey pixels are told apart: hue by sextants, saturation, lightness.
+struct HSL {
+    V h, s, l;
+};
+
+/// What the part in double needs, as singles: the ends of the channels, the two whose difference gives the hue, and the
+/// sextant from which it counts. Who is largest decides, red before green, and all that is decided in singles.
+struct HSLBase {
+    V largest, smallest, minuend, subtrahend, first;
+};
+
+HWY_INLINE HSLBase BaseOf(const Color& c)
+{
+    HSLBase b;
+    b.largest = Larger(Larger(c.r, c.g), c.b);
+    b.smallest = Smaller(Smaller(c.r, c.g), c.b);
+    const M isRed = hn::Eq(c.r, b.largest);
+    const M isGreen = hn::Eq(c.g, b.largest);
+    b.minuend = Select(isRed, c.g, Select(isGreen, c.b, c.r));
+    b.subtrahend = Select(isRed, c.b, Select(isGreen, c.r, c.g));
+    b.first = Select(isRed, Splat(6), Select(isGreen, Splat(2), Splat(4)));
+    return b;
+}
+
 struct HalfHSL {
     VH h, s, l;
 };
 
-/// The largest and the smallest channel come in too. Comparisons are made in double, where singles are what they were.
-HWY_INLINE HalfHSL ToHSLHalf(VH r, VH g, VH b, VH largest, VH smallest)
+HWY_INLINE HalfHSL ToHSLHalf(VH largest, VH smallest, VH minuend, VH subtrahend, VH first)
 {
     const DD d;
-    const VD dr = hn::PromoteTo(d, r);
-    const VD dg = hn::PromoteTo(d, g);
-    const VD db = hn::PromoteTo(d, b);
     const VD mx = hn::PromoteTo(d, largest);
     const VD mn = hn::PromoteTo(d, smallest);
     const VD sum = mx + mn;
     const VD diff = mx - mn;
-    const VH l = ToSingle(sum * hn::Set(d, 0.5));
-    const VD light = hn::PromoteTo(d, l); // as it was rounded
-    const VD zero = hn::Zero(d);
-    const VD two = hn::Set(d, 2.0);
+    // Half of the sum, rounded to single, is at most 1/2 as long as the sum is at most this.
+    const auto isDark = hn::Le(sum, hn::Set(d, 1 + 1 / 16777216.0));
+    const VD saturation = diff / hn::IfThenElse(isDark, sum, hn::Set(d, 2.0) - sum);
     const VD six = hn::Set(d, 6.0);
-    const VD saturation = diff / hn::IfThenElse(hn::Le(light, hn::Set(d, 0.5)), sum, two - sum);
-    // Who is largest picks the numerator and the sixth in which the hue lies, so that one division is enough.
-    const auto isRed = hn::Eq(dr, mx);
-    const auto isGreen = hn::Eq(dg, mx);
-    const VD numerator = hn::IfThenElse(isRed, dg - db, hn::IfThenElse(isGreen, db - dr, dr - dg));
-    const VD first = hn::IfThenElse(isRed, six, hn::IfThenElse(isGreen, two, hn::Set(d, 4.0)));
-    VD sextant = numerator / diff + first;
-    sextant = hn::IfThenElse(hn::And(isRed, hn::Ge(sextant, six)), sextant - six, sextant);
-    const VD hue = sextant / six;
-    const auto grey = hn::Or(hn::Le(light, zero), hn::Not(hn::Gt(diff, zero)));
-    return {ToSingle(hn::IfThenElse(grey, zero, hue)), ToSingle(hn::IfThenElse(grey, zero, saturation)), l};
+    VD sextant = (hn::PromoteTo(d, minuend) - hn::PromoteTo(d, subtrahend)) / diff + hn::PromoteTo(d, first);
+    sextant = hn::IfThenElse(hn::Ge(sextant, six), sextant - six, sextant); // only red's reaches six
+    return {ToSingle(sextant / six), ToSingle(saturation), ToSingle(sum * hn::Set(d, 0.5))};
+}
+
+HWY_INLINE HSL ToHSL(const HSLBase& b)
+{
+#if HWY_TARGET == HWY_SCALAR
+    const HalfHSL one = ToHSLHalf(b.largest, b.smallest, b.minuend, b.subtrahend, b.first);
+    return {one.h, one.s, one.l};
+#else
+    const D d;
+    const DH dh;
+    const auto low = [&](V v) HWY_ATTR { return hn::LowerHalf(dh, v); };
+    const auto high = [&](V v) HWY_ATTR { return hn::UpperHalf(dh, v); };
+    const HalfHSL l = ToHSLHalf(low(b.largest), low(b.smallest), low(b.minuend), low(b.subtrahend), low(b.first));
+    const HalfHSL h = ToHSLHalf(high(b.largest), high(b.smallest), high(b.minuend), high(b.subtrahend), high(b.first));
+    return {hn::Combine(d, h.h, l.h), hn::Combine(d, h.s, l.s), hn::Combine(d, h.l, l.l)};
+#endif
 }
 
 HWY_INLINE V HueToChannel(V m1, V m2, V h)
@@ -88,27 +115,13 @@ HWY_INLINE V HueToChannel(V m1, V m2, V h)
 HWY_INLINE void HSLCurves(Pixels& p, const OCProcessParams& params)
 {
     const D d;
-    const DH dh;
-    const size_t half = hn::Lanes(dh);
-    const V largest = Larger(Larger(p.c.r, p.c.g), p.c.b);
-    const V smallest = Smaller(Smaller(p.c.r, p.c.g), p.c.b);
-    HWY_ALIGN float in[5][hn::MaxLanes(D())];
-    HWY_ALIGN float out[3][hn::MaxLanes(D())];
-    hn::Store(p.c.r, d, in[0]);
-    hn::Store(p.c.g, d, in[1]);
-    hn::Store(p.c.b, d, in[2]);
-    hn::Store(largest, d, in[3]);
-    hn::Store(smallest, d, in[4]);
-    for (size_t i = 0; i < hn::Lanes(d); i += half) {
-        const auto at = [&](int k) HWY_ATTR { return hn::Load(dh, in[k] + i); };
-        const HalfHSL color = ToHSLHalf(at(0), at(1), at(2), at(3), at(4));
-        hn::Store(color.h, dh, out[0] + i);
-        hn::Store(color.s, dh, out[1] + i);
-        hn::Store(color.l, dh, out[2] + i);
-    }
-    V h = hn::Load(d, out[0]);
-    V s = hn::Load(d, out[1]);
-    V l = hn::Load(d, out[2]);
+    const HSLBase base = BaseOf(p.c);
+    const HSL color = ToHSL(base);
+    // At or below black, and where no channel stands out, there is neither hue nor saturation.
+    const M isColor = hn::AndNot(hn::Le(color.l, hn::Zero(d)), hn::Gt(base.largest, base.smallest));
+    V h = hn::IfThenElseZero(isColor, color.h);
+    V s = hn::IfThenElseZero(isColor, color.s);
+    V l = color.l;
     const V one = Splat(1);
     V x = h + Splat(0.5f);
     x = Select(hn::Gt(x, one), x - one, x);

@@ -28,6 +28,7 @@ HWY_INLINE V KeyOf(const YUV& c, const OCSecondaryParams& s, const OCKeyShape& s
     for (uint32_t i = 0; i < s.sampleCount; ++i) {
         const OCKeySample& sample = s.sample[i];
         const V luma = Unit(one - (hn::Abs(Splat(sample.y) - c.y) - Splat(s.lumaTolerance)) * inverse);
+        if (hn::AllFalse(D(), hn::Gt(luma, hn::Zero(D())))) continue; // no chroma can make more of it
         const V du = Splat(sample.u) - c.u;
         const V dv = Splat(sample.v) - c.v;
         const V chroma = Unit(one - (du * du + dv * dv - Splat(shape.chromaToleranceSquared)) * inverse);
@@ -48,11 +49,40 @@ HWY_INLINE YUV Corrected(const YUV& c, const OCSecondaryParams& s)
     return out;
 }
 
-HWY_INLINE void Secondary(Pixels& p, const OCSecondaryParams& s, const OCKeyShape& shape)
+/// True where the correction of any pixel of the size of pictures is a number, so that nothing of it is left in pixels
+/// that are wholly outside the key.
+HWY_INLINE bool IsTame(const OCSecondaryParams& s)
+{
+    if (s.style != ocPreviewOff || s.inverted) return false;
+    bool tame = true;
+    for (float value : {s.hueCosine, s.hueSine, s.saturation, s.gain, s.pedestal, s.tint.u, s.tint.v, s.tint.strength})
+        tame = tame && value > -1e6f && value < 1e6f;
+    // Powers rise or fall all the way, so that the ends of their table are its limits.
+    for (float value : {s.tone.top, s.tone.slope, s.tone.entry[0], s.tone.entry[kOCToneEntries - 1]})
+        tame = tame && value > -1e6f && value < 1e6f;
+    return tame;
+}
+
+/// Whether no pixel is inside the key, nor so large or so exactly zero that the correction would show all the same.
+HWY_INLINE bool IsUntouched(const YUV& c, V key)
+{
+    const D d;
+    const auto usual = [&](V value) HWY_ATTR {
+        const V size = hn::Abs(value);
+        return hn::And(hn::Gt(size, hn::Zero(d)), hn::Lt(size, Splat(1e4f)));
+    };
+    return hn::AllTrue(d, hn::And(hn::And(hn::Eq(key, hn::Zero(d)), usual(c.y)), hn::And(usual(c.u), usual(c.v))));
+}
+
+HWY_INLINE void Secondary(Pixels& p, const OCSecondaryParams& s, const OCKeyShape& shape, bool isTame)
 {
     const V zero = hn::Zero(D());
     const YUV c = ToYUV(p.c);
     const V key = KeyOf(c, s, shape);
+    if (isTame && IsUntouched(c, key)) {
+        p.c = FromYUV(c.y, c.u, c.v);
+        return;
+    }
     const V rest = Splat(1) - key;
     YUV kept = c;
     YUV corrected = c;

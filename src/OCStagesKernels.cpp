@@ -22,6 +22,7 @@ namespace HWY_NAMESPACE {
 struct Call {
     OCProcessParams params; // a copy of our own: the compiler knows that no store changes it
     OCKeyShape keyShape[kOCSecondaryCount];
+    bool isTame[kOCSecondaryCount]; ///< see IsTame
     OCSoftClip softClip;
     uint8_t step[kOCStepEnd]; ///< those that run, in order
     uint32_t stepCount;
@@ -36,7 +37,10 @@ Call CallOf(const OCProcessParams& params, const OCBandRun& run)
 {
     Call call = {};
     call.params = params;
-    for (uint32_t i = 0; i < kOCSecondaryCount; ++i) call.keyShape[i] = OCKeyShapeOf(params.secondary[i]);
+    for (uint32_t i = 0; i < kOCSecondaryCount; ++i) {
+        call.keyShape[i] = OCKeyShapeOf(params.secondary[i]);
+        call.isTame[i] = params.secondary[i].on && IsTame(params.secondary[i]);
+    }
     call.softClip = OCSoftClipOf(params.limiter);
     call.hasStart = run.start != nullptr;
     call.swapped = run.display.format == pixFormatBGRA8;
@@ -87,7 +91,7 @@ void RunStep(uint32_t step, Pixels* block, Pixels* end, const Call& call)
     case kOCLimiterStep: return all([&](Pixels& p) HWY_ATTR { Limiter(p, params, call.softClip); });
     default: {
         const uint32_t i = step - kOCSecondaryStep;
-        return all([&](Pixels& p) HWY_ATTR { Secondary(p, params.secondary[i], call.keyShape[i]); });
+        return all([&](Pixels& p) HWY_ATTR { Secondary(p, params.secondary[i], call.keyShape[i], call.isTame[i]); });
     }
     }
 }

@@ -3,6 +3,9 @@
 
 #include "src/platform/BPMemory.h"
 #include "tests/CoreTest.h"
+#include "tests/LiteralCurve.h"
+
+#include <hwy/targets.h>
 
 #include <algorithm>
 #include <cmath>
@@ -181,6 +184,40 @@ TEST(OCCurves, SplinesFollowTheGeometricForm)
     };
     for (size_t i = 0; i < std::size(curves); ++i)
         EXPECT_TRUE(Near(SplineOf(curves[i]), TableOf(curves[i]), 2e-5)) << "curve " << i;
+}
+
+// Smooth curves, loops, equal x, points in any order, any bits: the fast walk writes what the walk row by row writes.
+TEST(OCCurves, TheFastWalkHasTheBitsOfTheWalkRowByRow)
+{
+    Random random(71);
+    const std::vector<float> hard = HardValues();
+    for (int round = 0; round < 200; ++round) {
+        HCurve curve = {};
+        HCurvePoints& xy = curve.points.xy;
+        xy.pointCount = 3 + static_cast<int32_t>(random() % 14);
+        float x = round % 3 ? 0 : Between(random, 0, 0.3f);
+        for (int i = 0; i < 16; ++i) {
+            xy.x[i] = round % 5 == 4 ? Between(random, -0.2f, 1.2f) : i < xy.pointCount ? x : 0;
+            xy.y[i] = i < xy.pointCount ? Between(random, -0.1f, 1.1f) : 0;
+            x += (1 - x) * (i + 2 == xy.pointCount ? 1 : Between(random, 0, 0.5f));
+            if (round % 7 == 6 && random() % 4 == 0) xy.x[i] = hard[random() % hard.size()];
+            if (round % 11 == 10 && random() % 4 == 0) xy.y[i] = RandomBits(random);
+        }
+        if (round % 13 == 12)
+            for (float& word : xy.x) word = RandomBits(random);
+        const Table expected = LiteralCurveTable(curve);
+        for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+            hwy::SetSupportedTargetsForTest(target);
+            hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+            const Table seen = TableOf(curve);
+            for (size_t i = 0; i < kEntries; ++i)
+                ASSERT_TRUE(SameFloat(expected[i], seen[i]))
+                    << hwy::TargetName(target) << ", round " << round << ", entry " << i << ": expected " << expected[i]
+                    << ", seen " << seen[i];
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
 // Deliberate: grades have always been made with what stands behind the last point.

@@ -224,3 +224,31 @@ TEST_F(OCKernels, HardValuesInEveryChannel)
         }
     }
 }
+
+// Where all pixels of a register are alike, whole steps are left out: no hard value may stand beside them here.
+TEST_F(OCKernels, PicturesOfUsualValuesTakeTheShortWays)
+{
+    for (int round = 0; round < 60; ++round) {
+        OCSettings grade =
+            RandomGrade(random_, round % 3 ? 1u << toolSecondaries | 1u << toolLimiter : kEverything, reachKnob);
+        for (OCSecondary& s : grade.secondary) {
+            if (round % 2) s.preview = s.invert = 0;
+            s.lumatol *= 0.2f;
+            s.chromatol *= 0.2f;
+            s.softness *= 0.3f;
+        }
+        const OCProcessParams& params = Update(grade);
+        GuardedPlanes source(640, 3, 2560, 0), expected(640, 3, 2560, 0);
+        const float base[3] = {Between(random_, 0.05f, 0.9f), Between(random_, 0.05f, 0.9f),
+                               Between(random_, 0.05f, 0.9f)};
+        source.Fill([&](uint32_t plane, uint32_t, uint32_t column) {
+            return plane == 3 ? 0.0f : base[plane] + 0.0004f * static_cast<float>(column) + Between(random_, 0, 0.01f);
+        });
+        OCProcessImageBandScalar(params, &source.frame, &expected.frame);
+        for (const OCKernel& kernel : OCFastKernels()) {
+            GuardedPlanes seen(640, 3, 2560, 0);
+            kernel.run(params, &source.frame, &seen.frame);
+            ASSERT_TRUE(SamePlanes(expected.frame, seen.frame, 3)) << kernel.name << ", round " << round;
+        }
+    }
+}
