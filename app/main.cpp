@@ -1,4 +1,5 @@
 // The application: platform, windows and session are put together here, and the message loop runs.
+#include "src/BPXML2Support.h"
 #include "src/UI/TKWindowsWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
@@ -69,6 +70,7 @@ int main(int argc, char** argv)
         windows.dispose(); // the widgets look at the session
         TKDisposeSession(session);
     }
+    BPXML2_CleanUp();
     BPSetReportHandler(nullptr, nullptr);
     return exitCode;
 }

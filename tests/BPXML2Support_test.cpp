@@ -232,6 +232,22 @@ TEST(BPXML2Reader, ElementsInsideAnEntityAreNotSearched)
     EXPECT_EQ(StringAt("<!DOCTYPE r [<!ENTITY e '<x>1</x>'>]><r>&e;</r>", "x"), "(null)");
 }
 
+TEST(BPXML2Reader, NoOtherFileIsRead)
+{
+    const std::string path = testing::TempDir() + "/other-" + std::to_string(getpid()) + ".dtd";
+    const std::string_view other = "<!ENTITY n '4 5 6'>";
+    ASSERT_EQ(BPWriteFile(path.c_str(), other.data(), other.size()), bpNoErr);
+    LogCatch log;
+    // As the document type, as a parameter of it, and as a general entity.
+    for (const std::string& head :
+         {"<!DOCTYPE r SYSTEM 'file://" + path + "'>", "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file://" + path + "'>%p;]>",
+          "<!DOCTYPE r [<!ENTITY n SYSTEM 'file://" + path + "'>]>"}) {
+        const std::string found = StringAt(head + "<r><s>&n;</s></r>", "s");
+        EXPECT_TRUE(found == "(null)" || found == "(no document)") << head << " gave " << found;
+    }
+    std::remove(path.c_str());
+}
+
 TEST(BPXML2Reader, TheFirstChildOfKindTextIsFound)
 {
     const DocumentPtr document = Parse("<r><a><b/>text</a></r>");
