@@ -3,6 +3,7 @@
 // A command whose tool is not here yet has no function: it does nothing, and TKSilentCommands lists it. When the tool
 // comes, its row gets the function and nothing else has to change.
 #include "src/support/TKCommandActions.h"
+#include "src/support/TKLUTCommands.h"
 
 #include <algorithm>
 #include <array>
@@ -52,8 +53,8 @@ constexpr TKCommandRow kCommands[] = {
     Hidden(4, 4, kTKCommits, TKRunResetGroup),
     Hidden(5, 5, kBoth, TKRunLoadSettings), // of a pane
     Hidden(6, 6, kTKStopsPreview, TKRunSaveSettings),
-    Hidden(7, 7, 0, kLater),            // Load curves
-    Hidden(8, 8, 0, kLater),            // Save curves
+    Hidden(7, 7, 0, TKRunLoadCurves),
+    Hidden(8, 8, 0, TKRunSaveCurves),
     Hidden(14, 14, kTKCommits, kLater), // Auto Exposure
     Hidden(15, 15, kTKCommits, kLater), // Auto Color
     Hidden(12902, 12902, 0, TKRunNothing),
@@ -69,22 +70,22 @@ constexpr TKCommandRow kCommands[] = {
     Keyed(13304, "Save Reference Image   Ctrl+Alt+R", 'R', kControlAlt, kBoth, kLater),
     Keyed(13601, "View Ochrine User's Guide...", kTKKeyF1, 0, 0, TKRunUsersGuide),
     Item(13602, "View Ochrine Online Knowledge Base...", 0, TKRunKnowledgeBase),
-    Item(14105, "Settings to Academy 3D LUT...", kBoth, kLater),
-    Item(14107, "Settings to Cinetal 3D LUT...", kBoth, kLater),
-    Item(14108, "Settings to Ochrine Preview LUT...", kBoth, kLater),
-    Item(14109, "Settings to HDLink Pro 3D LUT...", kBoth, kLater),
-    Item(14110, "Settings to LUTher 3D LUT...", kBoth, kLater),
-    Item(14111, "Settings to Panavision GDP 3D LUT...", kBoth, kLater),
-    Item(14112, "Settings to Pogle 3D LUT...", kBoth, kLater),
-    Item(14113, "Settings to Scratch 3D LUT...", kBoth, kLater),
-    Item(14114, "Settings to Truelight 3D LUT...", kBoth, kLater),
-    Hidden(14501, 14557, 0, kLater), // primary preview tables
-    Hidden(14601, 14657, 0, kLater), // secondary preview tables
-    Hidden(14701, 14757, 0, kLater), // external preview tables
-    Item(14901, "Lustre...", kBoth, kLater),
-    Item(14902, "Flame...", kBoth, kLater),
-    Item(14903, "Smoke...", kBoth, kLater),
-    Item(14904, "Generic .3dl...", kBoth, kLater),
+    Item(14105, "Settings to Academy 3D LUT...", kBoth, TKRunExportLUT<14105>),
+    Item(14107, "Settings to Cinetal 3D LUT...", kBoth, TKRunExportLUT<14107>),
+    Item(14108, "Settings to Ochrine Preview LUT...", kBoth, TKRunSavePreviewLUT),
+    Item(14109, "Settings to HDLink Pro 3D LUT...", kBoth, TKRunExportLUT<14109>),
+    Item(14110, "Settings to LUTher 3D LUT...", kBoth, TKRunExportLUT<14110>),
+    Item(14111, "Settings to Panavision GDP 3D LUT...", kBoth, TKRunExportLUT<14111>),
+    Item(14112, "Settings to Pogle 3D LUT...", kBoth, TKRunExportLUT<14112>),
+    Item(14113, "Settings to Scratch 3D LUT...", kBoth, TKRunExportLUT<14113>),
+    Item(14114, "Settings to Truelight 3D LUT...", kBoth, TKRunExportLUT<14114>),
+    Hidden(14501, 14557, 0, TKRunSelectPreviewLUT), // primary preview tables
+    Hidden(14601, 14657, 0, TKRunSelectPreviewLUT), // secondary preview tables
+    Hidden(14701, 14757, 0, TKRunSelectPreviewLUT), // external preview tables
+    Item(14901, "Lustre...", kBoth, TKRunExportLUT<14901>),
+    Item(14902, "Flame...", kBoth, TKRunExportLUT<14902>),
+    Item(14903, "Smoke...", kBoth, TKRunExportLUT<14903>),
+    Item(14904, "Generic .3dl...", kBoth, TKRunExportLUT<14904>),
     Hidden(59001, 59001, 0, TKRunOK), // the end of a session stops and commits in an order of its own
     Hidden(59002, 59002, 0, TKRunCancel),
     Keyed(59003, "Exit   Ctrl+Q", 'Q', kControl, 0, TKRunExit),

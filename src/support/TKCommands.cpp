@@ -43,6 +43,7 @@ void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource
     if (row->before & kTKStopsPreview) TKPreviewOff(session);
     if (row->before & kTKFocusesMain) TK_UI(session, focusMainWindow);
     if (row->before & kTKCommits) (void)CommitOpenEdit(session, true);
+    session->commandID = commandID;
     row->run(session, source);
 }
 

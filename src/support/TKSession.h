@@ -134,6 +134,7 @@ struct TKSession {
     OCSettings defaultSettings; ///< reset once; source of the controls' defaults
     TKUndoRing* undoRing;
     uint32_t lastSlot;
+    uint32_t commandID; ///< the command that is carried out, for rows that serve several numbers
     OCEngine* engine;
     OCStageCache stageCache; ///< of the source frame; forgotten whenever its pixels change
 

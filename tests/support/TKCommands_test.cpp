@@ -100,11 +100,10 @@ TEST_F(TKCommandsTest, TheTableHoldsTheseNumbersAndNoOthers)
         bool served;
     };
     constexpr Span kSpans[] = {
-        {3, 6, true},          {7, 8, false},         {14, 15, false},       {12902, 12902, true},
-        {13101, 13103, true},  {13201, 13201, true},  {13202, 13206, true},  {13304, 13304, false},
-        {13601, 13602, true},  {14105, 14105, false}, {14107, 14114, false}, {14501, 14557, false},
-        {14601, 14657, false}, {14701, 14757, false}, {14901, 14904, false}, {59001, 59009, true},
-        {59014, 59014, false}, {59025, 59030, true},
+        {3, 6, true},         {7, 8, true},          {14, 15, false},       {12902, 12902, true}, {13101, 13103, true},
+        {13201, 13201, true}, {13202, 13206, true},  {13304, 13304, false}, {13601, 13602, true}, {14105, 14105, true},
+        {14107, 14114, true}, {14501, 14557, true},  {14601, 14657, true},  {14701, 14757, true}, {14901, 14904, true},
+        {59001, 59009, true}, {59014, 59014, false}, {59025, 59030, true},
     };
     for (uint32_t id = 0; id < 70000; ++id) {
         const Span* expected = nullptr;
