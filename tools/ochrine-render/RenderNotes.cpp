@@ -69,6 +69,14 @@ bool TakeText(const uint8_t* bytes, size_t byteCount, size_t* at, std::string* t
     return true;
 }
 
+/// What every reader of the output relies on must be of its kind; other attributes are their owner's business.
+bool IsSound(const EXRAttribute& attribute, size_t size)
+{
+    if (attribute.name == "screenWindowCenter") return attribute.type == "v2f" && size == 8;
+    if (attribute.name == "screenWindowWidth") return attribute.type == "float" && size == 4;
+    return true;
+}
+
 void TakeOwnAttribute(const std::string& name, const std::string& type, const uint8_t* value, size_t size,
                       PictureNotes* notes)
 {
@@ -183,8 +191,8 @@ void NotesFromEXR(const uint8_t* bytes, size_t byteCount, PictureNotes* notes)
                                          [&](const EXRAttribute& other) { return other.name == attribute.name; });
         if (isOwn) {
             TakeOwnAttribute(attribute.name, attribute.type, bytes + at, size, notes);
-        } else if (!isTwice && !attribute.type.empty() && size <= kAttributeBytesLimit - carried &&
-                   notes->attributes.size() < 256) {
+        } else if (!isTwice && IsSound(attribute, size) && !attribute.type.empty() &&
+                   size <= kAttributeBytesLimit - carried && notes->attributes.size() < 256) {
             carried += size;
             attribute.value.assign(bytes + at, bytes + at + size);
             notes->attributes.push_back(std::move(attribute));

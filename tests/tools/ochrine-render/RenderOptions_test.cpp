@@ -117,6 +117,21 @@ TEST(RenderNotes, DamagedHeadersEndTheReading)
     EXPECT_TRUE(notes.dpxHeader.empty());
 }
 
+TEST(RenderNotes, AttributesThatReadersRelyOnMustBeOfTheirKind)
+{
+    std::vector<uint8_t> exr = {0x76, 0x2f, 0x31, 1, 2, 0, 0, 0};
+    for (const char* name : {"screenWindowWidth", "width"}) {
+        exr.insert(exr.end(), name, name + std::strlen(name) + 1);
+        for (const uint8_t byte : std::initializer_list<uint8_t>{'i', 'n', 't', 0, 2, 0, 0, 0, 7, 7})
+            exr.push_back(byte);
+    }
+    exr.push_back(0);
+    PictureNotes notes;
+    NotesFromEXR(exr.data(), exr.size(), &notes);
+    ASSERT_EQ(notes.attributes.size(), 1u);
+    EXPECT_EQ(notes.attributes[0].name, "width");
+}
+
 TEST(RenderNotes, ADPXOfEitherByteOrderTellsTheSame)
 {
     std::vector<uint8_t> big(2048, 0xff);
