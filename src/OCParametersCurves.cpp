@@ -136,11 +136,14 @@ void BuildVideoGamma(float g, float* inverse)
     }
 }
 
-void BuildLogTransfer(float refBlack, float refWhite, float* forward)
+void BuildLogTransfer(float refBlack, float refWhite, const OCCineonScale& scale, float* forward)
 {
-    const OCCineonScale scale = OCCineonScaleOf(refBlack, refWhite);
     for (uint32_t i = 0; i < kOCToneEntries; ++i)
         forward[i] = OCCineonToLight(static_cast<float>(i) / 16384.0f * 1023.0f, refBlack, refWhite, scale);
+}
+
+void LogTheLog(float refBlack, float refWhite, const OCCineonScale& scale)
+{
     BPDebugLog("breakPoint=%1.4f, gain=%1.4f, offset=%1.4f, kneeOffset=%1.4f, kneeGain=%1.4f, refWhite=%1.4f, "
                "refBlack=%1.4f\n",
                static_cast<double>(refBlack / 1023), static_cast<double>(scale.gain), static_cast<double>(scale.offset),
@@ -162,13 +165,15 @@ void ocengine::UpdateTransfer(OCEngine* engine, const OCSettings& s)
         } else if (t.transferLog) {
             const auto refBlack = static_cast<float>(t.transferRefBlack);
             const auto refWhite = static_cast<float>(t.transferRefWhite);
+            const OCCineonScale scale = OCCineonScaleOf(refBlack, refWhite);
             if (Renew(engine, kForwardSlot, KeyOf({log, refBlack, refWhite})))
-                BuildLogTransfer(refBlack, refWhite, TableAt(engine, kForwardSlot));
+                BuildLogTransfer(refBlack, refWhite, scale, TableAt(engine, kForwardSlot));
+            LogTheLog(refBlack, refWhite, scale); // at each update, built anew or not
         } else if (!t.transferOtherA && !t.transferOtherB) {
             const bool forwardChanged = Renew(engine, kForwardSlot, KeyOf({plain, t.transferGamma}));
             const bool inverseChanged = Renew(engine, kInverseSlot, KeyOf({plain, t.transferGamma}));
+            BPDebugLog("^^^^^^^^^^ updating table for gamma %1.4f\n", static_cast<double>(t.transferGamma));
             if (forwardChanged || inverseChanged) {
-                BPDebugLog("^^^^^^^^^^ updating table for gamma %1.4f\n", static_cast<double>(t.transferGamma));
                 FillRamp(engine->calcArray);
                 BPPowerArray(engine->calcArray, t.transferGamma, TableAt(engine, kForwardSlot), kOCToneEntries);
                 BPPowerArray(engine->calcArray, 1 / t.transferGamma, TableAt(engine, kInverseSlot), kOCToneEntries);

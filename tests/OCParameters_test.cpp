@@ -491,6 +491,29 @@ TEST(OCParameters, SourceTransferTables)
     EXPECT_NE(log.Text().find("^^^^^^^^^^ updating table for gamma 1.8000\n"), std::string::npos);
 }
 
+// Tables may be kept from one update to the next; what the log says of them is said each time.
+TEST(OCParameters, EveryUpdateLogsItsTransferTable)
+{
+    EnginePtr engine = MakeEngine();
+    OCSettings g = NeutralGrade();
+    g.transfer.transferOn = 1;
+    const auto linesOf = [&](const std::string& line) {
+        LogCatch log;
+        for (int i = 0; i < 3; ++i) OCUpdateParameters(engine.get(), &g);
+        const std::string text = log.Text();
+        int count = 0;
+        for (size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + 1)) ++count;
+        return count;
+    };
+    EXPECT_EQ(linesOf("^^^^^^^^^^ updating table for gamma 2.2000\n"), 3);
+    EXPECT_EQ(linesOf("++++++++++++++++++ Computed Vibrance = 1.000000\n"), 3);
+    g.transfer.transferLog = 1;
+    EXPECT_EQ(linesOf("breakPoint=0.0929, gain=1.0000, "), 3);
+    EXPECT_EQ(linesOf("^^^^^^^^^^ updating table"), 0);
+    g.transfer.transferVideoGamma = 1;
+    EXPECT_EQ(linesOf("breakPoint="), 0);
+}
+
 TEST(OCParameters, SummaryFlags)
 {
     EnginePtr engine = MakeEngine();
