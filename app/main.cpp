@@ -38,7 +38,6 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // every number that is read or written has a point
     application.setApplicationName(QStringLiteral("ochrine"));
-    application.setApplicationDisplayName(QStringLiteral("Ochrine"));
     application.setDesktopFileName(QStringLiteral("ochrine"));
     application.setQuitOnLastWindowClosed(false); // a hidden window may come back
     application.setWindowIcon(QIcon(UIProductIcon(128)));

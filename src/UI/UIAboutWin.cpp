@@ -1,8 +1,8 @@
 // The About box.
 #include "src/UI/UIAboutWin.h"
 
+#include "src/OCVersion.h"
 #include "src/UI/UISplashWin.h"
-#include "src/support/TKCommands.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -26,7 +26,7 @@ UIAboutWin::UIAboutWin(QWidget* parent) : QDialog(parent)
     QFont large = name->font();
     large.setPointSizeF(kNamePoints);
     name->setFont(large);
-    auto* version = new QLabel(QStringLiteral("Version ") + QString::fromLatin1(kTKProductVersion), this);
+    auto* version = new QLabel(QStringLiteral("Version ") + QString::fromLatin1(kOCVersion), this);
     version->setObjectName(QStringLiteral("version"));
     version->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* purpose = new QLabel(QStringLiteral("Color correction for editing and compositing hosts."), this);

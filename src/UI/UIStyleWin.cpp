@@ -4,13 +4,27 @@
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
-#include <QStyleFactory>
+#include <QProxyStyle>
 
 namespace {
 
 constexpr qreal kFontPoints = 8;
 
 UIShades gShades; // main thread
+
+/// Fusion without what looks wrong on dark greys: a second, lighter text below each disabled one, and small pictures on
+/// the buttons of boxes.
+class FlatStyle : public QProxyStyle {
+  public:
+    FlatStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* result) const override
+    {
+        if (hint == SH_EtchDisabledText || hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+        return QProxyStyle::styleHint(hint, option, widget, result);
+    }
+};
 
 QColor FromPalette(TKColor color)
 {
@@ -71,7 +85,7 @@ void UIApplyPalette(const TKPalette& palette)
                      (s.text.blue() + 2 * s.window.blue()) / 3);
     for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         colors.setColor(QPalette::Disabled, role, off);
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new FlatStyle); // the application takes it over
     QApplication::setPalette(colors);
     qApp->setStyleSheet(
         QStringLiteral(
@@ -80,6 +94,7 @@ void UIApplyPalette(const TKPalette& palette)
             "QPushButton:pressed { background: %5; }"
             "QPushButton:focus { border-color: %6; }"
             "QPushButton:disabled { color: %7; }"
+            "QDialogButtonBox QPushButton { min-width: 52px; min-height: 18px; }"
             "QMenuBar { background: %8; }"
             "QMenuBar::item { background: transparent; padding: 3px 9px; }"
             "QMenuBar::item:selected { background: %4; border-radius: 3px; }"

@@ -30,7 +30,7 @@ enum : uint32_t {
 };
 
 inline constexpr char kTKSettingsFormat[] = "org.brindlepath.OC3SettingsFormat";
-inline constexpr char kTKProductVersion[] = "3.0.9(286)"; ///< as dialogs and files tell it
+
 inline constexpr char kTKUsersGuideName[] = "Ochrine 3 Plug-in Users Guide.pdf";
 /// Whoever distributes the product sets this to a site of theirs.
 inline constexpr char kTKKnowledgeBaseAddress[] = "https://ochrine.example/knowledge-base";

@@ -7,6 +7,7 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QMenuBar>
+#include <QStyle>
 #include <QTimer>
 
 namespace {
@@ -131,6 +132,14 @@ TEST_F(UITest, NoItemShowsItsKeyTwice)
 {
     for (const QAction* action : windows_->mainWindow()->findChildren<QAction*>())
         EXPECT_TRUE(action->shortcut().isEmpty()) << action->text().toStdString();
+}
+
+TEST_F(UITest, DisabledTextsAreDimAndNotDoubled)
+{
+    const QStyle* style = QApplication::style();
+    EXPECT_EQ(style->styleHint(QStyle::SH_EtchDisabledText), 0);
+    EXPECT_EQ(style->styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons), 0);
+    EXPECT_EQ(style->styleHint(QStyle::SH_Menu_MouseTracking), 1); // the rest is the base's
 }
 
 TEST_F(UITest, MenusAreWideEnoughForBothColumns)

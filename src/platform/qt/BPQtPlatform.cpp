@@ -53,7 +53,7 @@ void ShowBox(QMessageBox::Icon icon, const QString& title, const char* text)
 
 void Alert(BPSeverity severity, const char* text)
 {
-    ShowBox(IconOf(severity), QApplication::applicationDisplayName(), text);
+    ShowBox(IconOf(severity), QStringLiteral("Ochrine"), text);
 }
 
 void MessageBox(const char* title, const char* text)
