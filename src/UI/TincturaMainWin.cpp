@@ -7,6 +7,7 @@
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKCommands.h"
+#include "src/support/TKPreviewLUTs.h"
 #include "src/support/TKStartup.h"
 #include "src/support/TKTransport.h"
 #include "src/support/TincturaCallback.h"
@@ -35,6 +36,14 @@ constexpr int kButtonHeight = 24;
 constexpr int kTopBarHeight = 34;
 constexpr int kEdge = 8;
 constexpr int kViewsWidth = 300;
+
+/// The output whose list of preview tables begins with a command.
+TKPreviewOutput PreviewOutputOf(uint32_t first)
+{
+    return first == kTKSecondaryTables  ? tkPreviewSecondary
+           : first == kTKExternalTables ? tkPreviewExternal
+                                        : tkPreviewPrimary;
+}
 
 } // namespace
 
@@ -107,8 +116,24 @@ void TincturaMainWin::buildMenus()
         connect(action, &QAction::triggered, this, [this, command] { DoMenuCommand(session_, command, nullptr); });
         actions_.emplace_back(command, action);
     }
+    for (const auto& [first, menu] : lists_) fillPreviewList(first, menu);
     for (UIMenuWin* menu : menuList_) menu->fitColumns();
     updateMenuState();
+}
+
+void TincturaMainWin::fillPreviewList(uint32_t first, UIMenuWin* menu)
+{
+    const TKPreviewOutput output = PreviewOutputOf(first);
+    for (const TKPreviewItem& item : TKPreviewMenu(session_->prefs, output)) {
+        QAction* action = menu->addAction(QString::fromUtf8(item.text));
+        action->setCheckable(true);
+        const uint32_t command = item.command;
+        connect(action, &QAction::triggered, this, [this, command] {
+            DoMenuCommand(session_, command, nullptr);
+            updateMenuState(); // a click has moved the check, a load may not have
+        });
+        actions_.emplace_back(command, action);
+    }
 }
 
 void TincturaMainWin::updateMenuState()
@@ -120,6 +145,10 @@ void TincturaMainWin::updateMenuState()
                             : first == kTKExternalTables ? state.externalLUT
                                                          : true;
         menu->menuAction()->setEnabled(menusEnabled_ && served && !menu->isEmpty());
+        const auto items = TKPreviewMenu(session_->prefs, PreviewOutputOf(first));
+        const QList<QAction*> entries = menu->actions();
+        for (qsizetype i = 0; i < qMin(entries.size(), static_cast<qsizetype>(items.size())); ++i)
+            entries[i]->setChecked(items[static_cast<size_t>(i)].checked);
     }
 }
 

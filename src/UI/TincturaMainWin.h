@@ -39,6 +39,7 @@ class TincturaMainWin : public QWidget {
 
   private:
     void buildMenus();
+    void fillPreviewList(uint32_t first, UIMenuWin* menu);
     void updateMenuState();
     void showView(int index);
 

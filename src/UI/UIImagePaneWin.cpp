@@ -3,6 +3,7 @@
 
 #include "src/UI/UIImagePane.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/support/TKPreviewLUTs.h"
 
 #include <QPainter>
 
@@ -39,6 +40,8 @@ void UIImagePaneWin::paintEvent(QPaintEvent*)
         if (words_.isNull()) return;
         TKSurfaceToWords(*surface_, reinterpret_cast<uint32_t*>(words_.bits()),
                          static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t));
+        TKApplyPreviewLUT(session_, tkPreviewPrimary, words_.bits(), surface_->width, surface_->height,
+                          static_cast<uint32_t>(words_.bytesPerLine()), pixFormatARGB8);
     }
     const QSize fittedSize(fit.width, fit.height);
     if (stale_ || fitted_.size() != fittedSize) {

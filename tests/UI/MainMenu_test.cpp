@@ -69,7 +69,8 @@ constexpr Expected kBar[] = {
 void Walk(const QList<QAction*>& actions, int depth, std::vector<std::pair<int, std::string>>* found)
 {
     for (const QAction* action : actions) {
-        if (action->isSeparator()) continue;
+        if (action->isSeparator() || action->isCheckable())
+            continue; // lists that are filled at run time can be checked
         found->emplace_back(depth, action->text().toStdString());
         if (action->menu()) Walk(action->menu()->actions(), depth + 1, found);
     }
@@ -187,8 +188,43 @@ TEST_F(UITest, AnOpenMenuTellsWhatCanBeDoneNow)
     EXPECT_FALSE(enabled("Undo   Ctrl+Z"));
     EXPECT_TRUE(enabled("Redo   Shift+Ctrl+Z"));
     EXPECT_FALSE(enabled("Preferences...")); // its tool comes later
-    EXPECT_FALSE(enabled("Primary Preview LUT"));
+    EXPECT_TRUE(enabled("Primary Preview LUT"));
+    EXPECT_FALSE(enabled("Secondary Preview LUT")); // without a second monitor
+    EXPECT_FALSE(enabled("External Preview LUT"));  // without a device
     EXPECT_TRUE(Find<QPushButton>("Save...")->isEnabled());
+}
+
+TEST_F(UITest, APreviewTableIsChosenInItsMenuAndSeenInThePictureAlone)
+{
+    TincturaMainWin* window = windows_->mainWindow();
+    const QList<QAction*> entries = ActionOf(window, QStringLiteral("Primary Preview LUT"))->menu()->actions();
+    ASSERT_EQ(entries.size(), 6);
+    EXPECT_EQ(entries[0]->text(), QStringLiteral("None"));
+    EXPECT_EQ(entries[5]->text(), QStringLiteral("Other..."));
+    EXPECT_TRUE(entries[0]->isChecked());
+    auto* picture = Find<QWidget>("picture");
+    const auto centre = [&] {
+        const QImage image = picture->grab().toImage();
+        return image.pixelColor(image.width() / 2, image.height() / 2);
+    };
+    const QColor before = centre();
+    const uint32_t result = TKPixelAt(session_->resultSurface, 0, 0);
+    entries[4]->trigger(); // Invert
+    EXPECT_EQ(session_->prefs.primaryLUTIndex, 54u);
+    EXPECT_TRUE(entries[4]->isChecked());
+    EXPECT_FALSE(entries[0]->isChecked());
+    const QColor inverted = centre();
+    EXPECT_NEAR(inverted.red(), 255 - before.red(), 1);
+    EXPECT_NEAR(inverted.green(), 255 - before.green(), 1);
+    EXPECT_NEAR(inverted.blue(), 255 - before.blue(), 1);
+    EXPECT_NE(inverted, before);
+    EXPECT_EQ(TKPixelAt(session_->resultSurface, 0, 0), result);
+    entries[5]->trigger(); // a dialog that is cancelled
+    EXPECT_TRUE(entries[4]->isChecked());
+    EXPECT_FALSE(entries[5]->isChecked());
+    entries[0]->trigger();
+    EXPECT_TRUE(entries[0]->isChecked());
+    EXPECT_EQ(centre(), before);
 }
 
 TEST_F(UITest, AResidentWindowHasNoEnabledItem)
