@@ -1,7 +1,9 @@
 // A host's block, and what the host does while it is waited for, through attach, intake, controls and frame requests.
 //
-// The input is a FuzzHead, then settingsBytes bytes that lie over the settings, then the pixels of the block.
+// The input is a FuzzHead, with one of its flags a FuzzMore behind it, then settingsBytes bytes that lie over the
+// settings, then the pixels of the block.
 #include "src/platform/fake/BPFake.h"
+#include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 #include "src/support/TKTransport.h"
 #include "src/support/TincturaCallback.h"
@@ -23,15 +25,38 @@ struct FuzzHead {
     uint32_t adjust[8];
     uint8_t script[16]; // what the host does at each sleep; then it dies
     uint16_t settingsBytes;
-    uint16_t spare;
+    uint16_t flags;
 };
 static_assert(sizeof(FuzzHead) == 120);
+
+/// Bits of `flags`.
+enum : uint32_t {
+    kHasMore = 1,    ///< a FuzzMore follows
+    kSwapped = 2,    ///< the host is of the other byte order: the block is adopted as it lies
+    kHasJournal = 4, ///< an earlier session left a grade
+    kRecovers = 8,   ///< the user takes it; otherwise drops it
+    kLeavesOpen = 16 ///< or does not answer
+};
+
+/// Fields that few inputs need, and the geometry of the second visit.
+struct FuzzMore {
+    int32_t clipCount;
+    uint8_t firstClip, pathBytes; ///< where the path goes, and how much of it
+    uint8_t reservedFill, nameFill;
+    uint32_t version, signature; ///< of the second visit; 0 for the right ones
+    uint32_t secondGeometry[8];
+    uint32_t secondFlags;
+    char path[44];
+};
+static_assert(sizeof(FuzzMore) == 96);
 
 constexpr uint32_t kHost = 500;
 constexpr uint64_t kSlowPixels = 1u << 18, kRefusedPixels = uint64_t{1} << 27;
 
 struct Host {
     FuzzHead head;
+    FuzzMore more;
+    TKSession* session;
     uint32_t turn;
 };
 
@@ -48,9 +73,13 @@ void Act(Host* host)
         return;
     }
     const uint8_t step = host->head.script[host->turn++];
+    if (!gBPFake.blocks.contains(kTKCommBlockName)) return;
     const uint32_t value = step >> 3;
     switch (step & 7) {
-    case 0: return;
+    case 0: // takes its block back
+        if (value == 31) gBPFake.blocks.erase(kTKCommBlockName);
+        if (value == 30) gBPFake.blocks[kTKCommBlockName].byteCount = 1000;
+        return;
     case 1: Block()->status = kTKUIStatusChunkReady; return;
     case 2: Block()->status = value; return;
     case 3: {
@@ -65,7 +94,31 @@ void Act(Host* host)
     }
 }
 
-void MakeBlock(const FuzzHead& head, const uint8_t* rest, size_t size)
+void AddMore(const FuzzMore& more, TKUIComm* block)
+{
+    block->clipCount = more.clipCount;
+    char* path = block->clipList[more.firstClip % kTKUIClipLimit].path;
+    std::memset(path, 'p', std::min<size_t>(more.pathBytes, sizeof(TKClipRecord))); // as far as beyond the field
+    std::memcpy(path, more.path, sizeof more.path);
+    std::memset(block->commWindowName, more.nameFill, sizeof block->commWindowName);
+    for (uint32_t* word : {&block->reserved16, &block->reserved20, &block->reserved24, &block->reserved52852,
+                           &block->reserved52856, &block->reserved52884, &block->reserved52892, &block->reserved52904,
+                           &block->reserved52908, &block->reserved52924, &block->reserved53040})
+        std::memset(word, more.reservedFill, sizeof *word);
+    std::memset(block->reserved36, more.reservedFill, sizeof block->reserved36);
+    std::memset(block->reserved86600, more.reservedFill, sizeof block->reserved86600);
+}
+
+/// Sizes that would only cost memory are cut; those that must be refused stay.
+void CutMonsters(TKUIComm* block)
+{
+    const uint64_t pixels = uint64_t{block->frameWidth} * block->frameHeight;
+    if (pixels <= kSlowPixels || pixels > kRefusedPixels) return;
+    block->frameWidth &= 511;
+    block->frameHeight &= 511;
+}
+
+void MakeBlock(const FuzzHead& head, const FuzzMore& more, const uint8_t* rest, size_t size)
 {
     const size_t overlay = std::min<size_t>({head.settingsBytes, size, sizeof(OCSettings)});
     const size_t pixelBytes = size - overlay;
@@ -77,12 +130,7 @@ void MakeBlock(const FuzzHead& head, const uint8_t* rest, size_t size)
     block->pixelFlags = head.pixelFlags;
     std::memcpy(&block->timeDisplayFormat, head.time, sizeof head.time);
     std::memcpy(&block->frameWidth, head.geometry, sizeof head.geometry);
-    // Sizes that would only cost memory are cut; those that must be refused stay.
-    const uint64_t pixels = uint64_t{block->frameWidth} * block->frameHeight;
-    if (pixels > kSlowPixels && pixels <= kRefusedPixels) {
-        block->frameWidth &= 511;
-        block->frameHeight &= 511;
-    }
+    CutMonsters(block);
     block->chunkBytes = head.chunkBytes;
     std::memcpy(&block->bytesRemaining, &head.bytesRemaining, 4);
     std::memcpy(&block->pixelAspect, &head.pixelAspect, 4);
@@ -90,9 +138,89 @@ void MakeBlock(const FuzzHead& head, const uint8_t* rest, size_t size)
     block->hostProcessID = head.hostProcess[1] & 1 ? kHost : head.hostProcess[1];
     block->hostApp = head.hostApp;
     std::memcpy(&block->hostPixelAdjust, head.adjust, sizeof head.adjust);
+    if (head.flags & kHasMore) AddMore(more, block);
     OCResetSettings(&block->settings, kOCResetAll, kOCResetAll, kOCResetDefaults);
     std::memcpy(&block->settings, rest, overlay);
     if (pixelBytes > 0) std::memcpy(block->pixels, rest + overlay, pixelBytes);
+}
+
+} // namespace
+
+namespace {
+
+/// The clip's journal as a session would have left it.
+void LeaveJournal()
+{
+    TKJournalClip clip;
+    TKJournalClipOf(Block(), &clip);
+    TKJournalHeader header;
+    TKJournalMakeHeader(clip, &header);
+    static TKJournalRecord record;
+    OCSettings grade = Block()->settings;
+    grade.signature = kOCSettingsSignature;
+    grade.hsl.master.gain += 1;
+    TKJournalMakeRecord(grade, 1, 1, &record);
+    char name[64];
+    TKJournalName(clip, name, sizeof name);
+    std::vector<uint8_t>& file = gBPFake.stateFiles[name];
+    file.resize(TKJournalPosition(1) + sizeof record);
+    std::memcpy(file.data(), &header, sizeof header);
+    std::memcpy(file.data() + TKJournalPosition(1), &record, sizeof record);
+}
+
+TKUserInterface Interface(Host* host)
+{
+    TKUserInterface ui = {};
+    ui.context = host;
+    ui.addClip = [](void*, const char*, const char* path) {
+        if (std::strlen(path) > sizeof TKClipRecord::path) std::abort();
+    };
+    ui.askRecovery = [](void* context, const char* text, const char*) {
+        auto* asked = static_cast<Host*>(context);
+        if (std::strncmp(text, "Recover the grade of ", 21) != 0) std::abort();
+        if (!(asked->head.flags & kLeavesOpen)) TKRecoveryAnswer(asked->session, asked->head.flags & kRecovers);
+    };
+    return ui;
+}
+
+/// What a user does in a visit.
+void Visit(TKSession* session)
+{
+    TKTick(session);
+    session->liveSettings.hsl.master.gain = 1.5f; // a change for the journal
+    TKStepFrames(session, 1);
+    TKGoToLastFrame(session);
+    TKTogglePlay(session, TKActiveTransport(session));
+    for (int i = 0; i < 3; ++i) TKTick(session);
+}
+
+/// A block of the other byte order, past the look at its header that lets none through.
+void Swapped(TKSession* session)
+{
+    static_cast<Host*>(gBPFake.hookContext)->turn = 0;
+    if (!TKOpenCommBlock(session)) return;
+    Block()->version = kTKUIVersionSwapped;
+    if (TKAdoptBlock(session) != tkAttached) return;
+    if (TKPrepareFrameWorlds(session) == bpNoErr && TKLoadFrameFromHost(session) == bpNoErr) {
+        (void)TKTakeSettingsFromBlock(session);
+        TKStepFrames(session, 1);
+    }
+    TKTearDown(session);
+}
+
+/// Another host comes to the resident application.
+void SecondHost(Host* host, const uint8_t* rest, size_t size)
+{
+    gBPFake.alive[kHost] = true;
+    host->turn = 0;
+    MakeBlock(host->head, host->more, rest, size);
+    if (!(host->head.flags & kHasMore)) return;
+    TKUIComm* block = Block();
+    std::memcpy(&block->frameWidth, host->more.secondGeometry, sizeof host->more.secondGeometry);
+    block->pixelFlags = host->more.secondFlags;
+    if (host->more.version) block->version = host->more.version;
+    if (host->more.signature) block->signature = host->more.signature;
+    CutMonsters(block);
 }
 
 } // namespace
@@ -101,7 +229,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     Host host = {};
     std::memcpy(&host.head, data, std::min(size, sizeof host.head));
-    const size_t used = std::min(size, sizeof host.head);
+    size_t used = std::min(size, sizeof host.head);
+    if (host.head.flags & kHasMore) {
+        const size_t more = std::min(size - used, sizeof host.more);
+        std::memcpy(&host.more, data + used, more);
+        used += more;
+    }
     BPFakeReset();
     BPFakeCaptureLog();
     gBPFake.alive[kHost] = true;
@@ -111,32 +244,37 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     BPPlatform platform = {};
     BPFillFakePlatform(&platform);
     TKSession* session = nullptr;
-    if (TKCreateSession(&platform, nullptr, &session) != bpNoErr) std::abort();
+    const TKUserInterface ui = Interface(&host);
+    if (TKCreateSession(&platform, &ui, &session) != bpNoErr) std::abort();
     gBPFake.stores[kTKPreferencesStore]["Multiprocessor Enable"] = {
         .kind = bpFakeNumber, .number = 0, .text = {}, .block = {}};
 
-    MakeBlock(host.head, data + used, size - used);
+    host.session = session;
+    MakeBlock(host.head, host.more, data + used, size - used);
+    if (host.head.flags & kHasJournal) LeaveJournal();
     host.turn = sizeof host.head.script; // silent while the splash is shown
     gBPFake.onCall = [](void* context, BPFakeOp op) {
         auto* live = static_cast<Host*>(context);
         if (op == bpFakeScreenBounds) live->turn = 0;
     };
+    if (host.head.flags & kSwapped) {
+        Swapped(session);
+        TKDisposeSession(session);
+        BPFakeReset();
+        return 0;
+    }
     const TKStartResult result = TKStartUp(session);
     if (result == tkStartRun) {
-        TKStepFrames(session, 1);
-        TKGoToLastFrame(session);
-        TKTogglePlay(session, TKActiveTransport(session));
-        for (int i = 0; i < 3; ++i) TKTick(session);
+        Visit(session);
         TKEndSession(session, 59001);
         for (int i = 0; i < 3; ++i) TKTick(session);
-        gBPFake.alive[kHost] = true;
-        host.turn = 0;
-        MakeBlock(host.head, data + used, size - used);
+        SecondHost(&host, data + used, size - used);
         for (int i = 0; i < 3; ++i) TKTick(session);
     }
     (void)TKFinish(session);
     TKDisposeSession(session);
-    if (gBPFake.openMappings != 0 || gBPFake.openWatches != 0 || gBPFake.openStores != 0) std::abort();
+    if (gBPFake.openMappings != 0 || gBPFake.openWatches != 0 || gBPFake.openStores != 0 || gBPFake.openStateFiles != 0)
+        std::abort();
     BPFakeReset();
     return 0;
 }

@@ -161,7 +161,8 @@ class Endurance(harness.Session):
     def kill_while_starting(self, number):
         host = self.start(number)
         time.sleep(self.dice.uniform(0, 2.0))
-        self.kill_some(host, self.dice.choice(("host", "application", "both")))
+        sides = self.dice.choice(("host", "application", "both"))
+        self.kill_some(host, sides if self.applications() else "both")
         if self.applications() and host.poll() is not None:
             self.desktop.kill(self.applications()[0])   # its user would close the box that it shows
         return host
