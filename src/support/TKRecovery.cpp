@@ -17,12 +17,11 @@ constexpr uint64_t kGestureMs = 1000;     // a change that goes on is saved this
 constexpr uint32_t kBusyTries = 200;      // ticks in which another application may let go of the clip's journal
 constexpr uint32_t kJournalsAllowed = 64; // files that wait for their clips
 
+/// Nothing more is written. What was written stays open, so that OK and Cancel still remove it.
 void GiveUp(TKSession* session, BPStatus error)
 {
-    TKRecovery& recovery = session->recovery;
     BPDebugLog("No journal is kept of this session, error %d\n", error);
-    session->platform->stateFile.close(&recovery.file);
-    recovery.phase = tkRecoveryOff;
+    session->recovery.phase = tkRecoveryOff;
 }
 
 BPStatus WriteHeader(TKSession* session)
@@ -49,6 +48,12 @@ BPStatus ReadJournal(TKSession* session, TKJournalContent* content)
     return err;
 }
 
+/// Whether a reading tells that nothing is lost with the file, not merely that it could not be read.
+bool HoldsNothing(BPStatus err)
+{
+    return err == bpNotFoundErr || err == bpInvalidSettingsErr;
+}
+
 /// Begins a file, or goes on behind the records that another application left in it since we looked.
 BPStatus BeginFile(TKSession* session)
 {
@@ -57,8 +62,7 @@ BPStatus BeginFile(TKSession* session)
     const BPStatus err = ReadJournal(session, content);
     session->recovery.sequence = content->sequence;
     BPFree(content);
-    if (err == bpMemFullErr) return err;
-    return err == bpNoErr ? bpNoErr : WriteHeader(session);
+    return HoldsNothing(err) ? WriteHeader(session) : err;
 }
 
 /// Opens the journal for writing, made when missing.
@@ -148,7 +152,8 @@ void Look(TKSession* session)
         recovery.sequence = content->sequence;
         recovery.offered = content->settings;
         Ask(session, content->seconds);
-    } else if (err == bpMemFullErr) {
+    } else if (err != bpNoErr && !HoldsNothing(err)) {
+        ops.close(&recovery.file); // unread, it waits for the next session
         GiveUp(session, err);
     } else {
         ops.discard(&recovery.file);

@@ -160,7 +160,7 @@ void FinishJournal(TKSession* session, uint32_t command, bool hostWasAlive)
     bool done = command == kTKCommandCancel;
     if (command == kTKCommandOK) {
         done = hostWasAlive && (TKHostIsAlive(session) || !BlockIsLeftBehind(session));
-        if (!done) BPDebugLog("The host ended before it took the grade; the journal is kept\n");
+        if (!done) BPDebugLog("The host ended before it took the grade\n");
     }
     TKRecoveryFinish(session, done ? tkRecoveryDone : tkRecoveryKept);
 }

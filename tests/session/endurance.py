@@ -163,8 +163,9 @@ class Endurance(harness.Session):
         time.sleep(self.dice.uniform(0, 2.0))
         sides = self.dice.choice(("host", "application", "both"))
         self.kill_some(host, sides if self.applications() else "both")
-        if self.applications() and host.poll() is not None:
-            self.desktop.kill(self.applications()[0])   # its user would close the box that it shows
+        if host.poll() is not None:
+            for application in self.applications():
+                self.desktop.kill(application)   # its user would close the box that it shows
         return host
 
     def two_visits(self, number):

@@ -438,6 +438,37 @@ TEST_F(TKRecoveryTest, AFullDiskKeepsWhatIsThereAlready)
     }
 }
 
+TEST_F(TKRecoveryTest, AJournalThatCannotBeReadNowWaitsForTheNextSession)
+{
+    Begin();
+    Grade(2);
+    Die();
+    gBPFake.failFrom[bpFakeStateRead] = 1;
+    Begin();
+    EXPECT_TRUE(windows_.questions.empty());
+    Grade(1.5);
+    DoMenuCommand(session_, kTKCommandOK, nullptr);
+    EXPECT_EQ(JournalGain(), 2.0f);
+    Die();
+    Begin();
+    EXPECT_EQ(session_->recovery.offered.hsl.master.gain, 2.0f);
+}
+
+TEST_F(TKRecoveryTest, OKAndCancelRemoveAJournalThatCouldNotGrow)
+{
+    for (const uint32_t command : {uint32_t{kTKCommandOK}, uint32_t{kTKCommandCancel}, uint32_t{kTKCommandExit}}) {
+        gBPFake.stateRoom = TKJournalPosition(2);
+        Begin();
+        Grade(2);
+        Grade(3);
+        EXPECT_EQ(JournalGain(), 2.0f);
+        DoMenuCommand(session_, command, nullptr);
+        EXPECT_EQ(gBPFake.stateFiles.size(), command == kTKCommandExit ? 1u : 0u) << command;
+        Die();
+        gBPFake.stateFiles.clear();
+    }
+}
+
 TEST_F(TKRecoveryTest, HostileContentsAreRefusedAndReplaced)
 {
     const std::string name = JournalName();
