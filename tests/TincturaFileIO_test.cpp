@@ -5,6 +5,7 @@
 #include "tests/CoreTest.h"
 #include "tests/SettingsModel.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdio>
 #include <cstring>
@@ -24,7 +25,7 @@ void ExpectLoad(const std::vector<uint8_t>& bytes, const std::vector<uint32_t>& 
     OCSettings settings = SettingsOf(words);
     // A block of exactly that size: whatever reads beyond it is caught by the sanitizers.
     const std::unique_ptr<uint8_t[]> exact(new uint8_t[bytes.size() + 1]);
-    std::memcpy(exact.get() + 1, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), exact.get() + 1);
     EXPECT_EQ(LoadSettingsBytes(exact.get() + 1, bytes.size(), &settings), taken ? bpNoErr : bpInvalidSettingsErr)
         << what;
     const std::string difference = WordDifference(WordsOf(settings), wanted);
