@@ -110,6 +110,57 @@ TEST_F(BPTimecode, ANegativeNumberYieldsDigitsBelowZero)
     EXPECT_EQ(TextOf({"", -1, 2400, 1, 1, 0, 0, ""}, 64), "00:00:00:0/"); // '/' is the character below '0'
 }
 
+TEST_F(BPTimecode, EachDigitOfEveryFamilyHasItsDivisor)
+{
+    struct Row {
+        uint32_t rate, dropFlag;
+        int32_t unit[6]; // frames of a second, ten seconds, a minute, ten minutes, an hour, ten hours
+        char separator;
+    };
+    constexpr Row kRows[] = {
+        {2997, 0, {30, 300, 1798, 17982, 107892, 1078920}, ';'},
+        {3000, 0, {30, 300, 1798, 17982, 107892, 1078920}, ';'},
+        {2398, 0, {24, 240, 1438, 14382, 86292, 862920}, ';'},
+        {2400, 0, {24, 240, 1438, 14382, 86292, 862920}, ';'},
+        {5994, 0, {60, 600, 3598, 35982, 215892, 2158920}, ';'},
+        {6000, 0, {60, 600, 3598, 35982, 215892, 2158920}, ';'},
+        {2997, 1, {30, 300, 1800, 18000, 108000, 1080000}, ':'},
+        {3000, 7, {30, 300, 1800, 18000, 108000, 1080000}, ':'},
+        {2398, 1, {24, 240, 1440, 14400, 86400, 864000}, ':'},
+        {2400, 1, {24, 240, 1440, 14400, 86400, 864000}, ':'},
+        {5994, 1, {60, 600, 3600, 36000, 216000, 2160000}, ':'},
+        {6000, 1, {60, 600, 3600, 36000, 216000, 2160000}, ':'},
+        {2500, 0, {25, 250, 1500, 15000, 90000, 900000}, ':'},
+        {1250, 1, {12, 125, 750, 7500, 45000, 450000}, ':'},
+        {199, 0, {1, 19, 119, 1194, 7164, 71640}, ':'},
+    };
+    constexpr size_t kDigit[] = {7, 6, 4, 3, 1, 0}; // places in the text
+    for (const Row& row : kRows)
+        for (size_t i = 0; i < 6; ++i) {
+            std::string expected = "00:00:00:00";
+            expected[8] = row.separator;
+            expected[kDigit[i]] = '1';
+            EXPECT_EQ(TextOf({"", row.unit[i], row.rate, 1, row.dropFlag, 0, 0, ""}, 12), expected)
+                << row.rate << " " << row.dropFlag << " " << i;
+        }
+    EXPECT_TRUE(gBPFake.reports.empty());
+}
+
+TEST_F(BPTimecode, WhateverAHostTellsTheTextStaysInItsBuffer)
+{
+    constexpr int32_t kFrames[] = {INT32_MIN, -1, 0, 1, 1798, 107891, INT32_MAX};
+    for (uint32_t rate = 0; rate <= 65535; rate += rate < 120 ? 1 : 977)
+        for (const uint32_t format : {0u, 1u, 2u, 3u, 4u, 255u})
+            for (const int32_t frame : kFrames)
+                for (const int32_t offset : {0, 65535, INT32_MIN}) {
+                    char text[40];
+                    std::memset(text, '#', sizeof text);
+                    BPFramesToTimecodeCString(frame, rate, format, 0, rate % 3, offset, text, 12);
+                    ASSERT_NE(std::memchr(text, 0, 12), nullptr) << rate << " " << format << " " << frame;
+                    ASSERT_EQ(text[12], '#') << rate << " " << format << " " << frame;
+                }
+}
+
 TEST_F(BPTimecode, NoBufferIsTouchedWithoutALength)
 {
     char text[2] = {'a', 'b'};
