@@ -104,6 +104,18 @@ TEST(OchrineGrade, BytesOfBothKindsComeBack)
     }
 }
 
+TEST(OchrineGrade, WhatASettingsFileDoesNotTellIsNeutral)
+{
+    const GradePtr grade = MakeGrade(), neutral = MakeGrade();
+    const std::vector<uint8_t> bytes = BytesOf(grade.get(), OCHRINE_PRESET);
+    OCSettingsChunk chunk;
+    size_t position = 0;
+    ASSERT_TRUE(OCNextSettingsChunk(bytes.data(), bytes.size(), &position, &chunk));
+    grade->settings = AnyGrade(6);
+    EXPECT_EQ(ochrine_grade_from_bytes(grade.get(), bytes.data(), chunk.position), OCHRINE_OK) << "the header alone";
+    EXPECT_TRUE(SameRecord(grade->settings, neutral->settings));
+}
+
 TEST(OchrineGrade, PresetBytesAreThoseOfTheApplication)
 {
     const GradePtr grade = MakeGrade();
