@@ -40,6 +40,13 @@ void MustAgree(const Frame& expected, const Frame& seen, const char* who)
     }
 }
 
+uint32_t Word16(const uint8_t* bytes)
+{
+    return bytes[0] | static_cast<uint32_t>(bytes[1]) << 8;
+}
+
+constexpr uint32_t kRecordWords = sizeof(OCSettings) / 4;
+
 /// The record and the pixels that the bytes hold; what is missing stays neutral, or repeats.
 struct Input {
     OCSettings grade;
@@ -57,7 +64,7 @@ Input Read(const uint8_t* data, size_t size, const uint8_t** pixels, size_t* pix
     data += used;
     size -= used;
     input.width = head[0] % 41 + 1u;
-    input.edit = static_cast<uint32_t>((head[1] | head[2] << 8) % (sizeof(OCSettings) / 4));
+    input.edit = Word16(head + 1) % kRecordWords;
     if (head[3] & 1) { // switches on, so that few bytes reach far
         OCSettings& g = input.grade;
         g.primaryOn = g.hslOn = g.hueOffsetOn = g.rgbOn = g.ycbcrOn = g.cmyOn = g.levelsOn = g.curvesOn = 1;
@@ -65,7 +72,7 @@ Input Read(const uint8_t* data, size_t size, const uint8_t** pixels, size_t* pix
     }
     if (head[3] & 2) { // pairs of place and value
         while (size >= 6) {
-            const size_t word = (data[0] | data[1] << 8) % (sizeof(OCSettings) / 4);
+            const size_t word = Word16(data) % kRecordWords;
             std::memcpy(reinterpret_cast<uint8_t*>(&input.grade) + word * 4, data + 2, 4);
             data += 6;
             size -= 6;
