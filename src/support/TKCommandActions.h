@@ -23,4 +23,6 @@ void TKRunSaveSettings(TKSession* session, const TKCommandSource* source);
 void TKRunSaveUserPreset(TKSession* session, const TKCommandSource* source);
 void TKRunLoadCDL(TKSession* session, const TKCommandSource* source);
 void TKRunSaveCDL(TKSession* session, const TKCommandSource* source);
+void TKRunAutoExposure(TKSession* session, const TKCommandSource* source);
+void TKRunAutoColor(TKSession* session, const TKCommandSource* source);
 void TKRunAbout(TKSession* session, const TKCommandSource* source);

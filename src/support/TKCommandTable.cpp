@@ -55,8 +55,8 @@ constexpr TKCommandRow kCommands[] = {
     Hidden(6, 6, kTKStopsPreview, TKRunSaveSettings),
     Hidden(7, 7, 0, TKRunLoadCurves),
     Hidden(8, 8, 0, TKRunSaveCurves),
-    Hidden(14, 14, kTKCommits, kLater), // Auto Exposure
-    Hidden(15, 15, kTKCommits, kLater), // Auto Color
+    Hidden(14, 14, kTKCommits, TKRunAutoExposure),
+    Hidden(15, 15, kTKCommits, TKRunAutoColor),
     Hidden(12902, 12902, 0, TKRunNothing),
     Keyed(13101, "Single Ctrl+1", '1', kControl, kBoth, TKRunViewSingle, tkEnabledWithViews),
     Keyed(13102, "Normal Ctrl+2", '2', kControl, kBoth, TKRunViewNormal, tkEnabledWithViews),

@@ -1,6 +1,7 @@
 // What the commands do.
 #include "src/support/TKCommands.h"
 
+#include "src/OCAutoCorrections.h"
 #include "src/platform/BPFiles.h"
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
@@ -32,6 +33,18 @@ void SetViewMode(TKSession* session, uint32_t mode)
 {
     session->viewMode = mode;
     TK_UI(session, showViewMode, mode);
+}
+
+/// An automatic correction of the Levels blocks from `first` up to `end` as one undo step. The blocks are switched on,
+/// as an edit by hand would, so that what was found is seen.
+template <class Find> void AutoLevels(TKSession* session, uint32_t first, uint32_t end, Find find)
+{
+    if (!session->sourceFrame) return;
+    TKChangeAsOneStep(session, [&](OCSettings* settings) {
+        find(settings);
+        settings->levelsOn = 1;
+        for (uint32_t block = first; block < end; ++block) settings->levels[block].on = 1;
+    });
 }
 
 } // namespace
@@ -218,6 +231,19 @@ void TKRunPaste(TKSession* session, const TKCommandSource*)
     UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
     RecomputeAndRefresh(session, true);
     // Deliberate: no TKStoreUndo. The slot keeps its older content, and a redo of the paste brings that back.
+}
+
+void TKRunAutoExposure(TKSession* session, const TKCommandSource*)
+{
+    AutoLevels(session, 0, 1, [session](OCSettings* settings) {
+        (void)OCRunAutoExposure(session->sourceFrame, settings, session->prefs.autoLumaTrim);
+    });
+}
+
+void TKRunAutoColor(TKSession* session, const TKCommandSource*)
+{
+    AutoLevels(session, 1, 4,
+               [session](OCSettings* settings) { (void)OCRunAutoColor(session->sourceFrame, settings); });
 }
 
 void TKRunAbout(TKSession* session, const TKCommandSource*)

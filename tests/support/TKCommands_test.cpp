@@ -1,4 +1,5 @@
 // Commands, the clipboard, undo by command, slots and the state of the menus.
+#include "src/OCAutoCorrections.h"
 #include "tests/support/TKTestSession.h"
 
 #include <utility>
@@ -78,6 +79,49 @@ TEST_F(TKCommandsTest, CutAndCopyPutTheSettingsOnTheClipboardAndLeaveThem)
     }
 }
 
+TEST_F(TKCommandsTest, AutoExposureFindsTheMasterLevelsAsOneStepAndSwitchesThemOn)
+{
+    session_->prefs.autoLumaTrim = 0.25f;
+    OCSettings expected = Live();
+    OCAutoExposure(session_->sourceFrame, &expected, 0.25f);
+    ASSERT_NE(expected.levels[0].inblackpt, Live().levels[0].inblackpt);
+    const uint32_t head = session_->undoRing->undoHead, renders = session_->renderCount;
+    DoMenuCommand(session_, 14, nullptr);
+    expected.levelsOn = expected.levels[0].on = 1;
+    EXPECT_EQ(std::memcmp(&Live(), &expected, sizeof expected), 0);
+    EXPECT_EQ(session_->undoRing->undoHead, head + 1);
+    EXPECT_EQ(session_->renderCount, renders + 1);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().levelsOn, 0u);
+    EXPECT_EQ(Live().levels[0].inblackpt, 0.0f);
+}
+
+TEST_F(TKCommandsTest, AutoColorBalancesTheThreeChannelsAsOneStep)
+{
+    Live().levels[2].ingraypt = 0.9f; // forgotten by the command
+    OCSettings expected = Live();
+    expected.levels[2].ingraypt = 0.5f;
+    OCAutoColor(session_->sourceFrame, &expected);
+    OCBalanceGamma(session_->sourceFrame, &expected);
+    const uint32_t head = session_->undoRing->undoHead;
+    DoMenuCommand(session_, 15, nullptr);
+    expected.levelsOn = expected.levels[1].on = expected.levels[2].on = expected.levels[3].on = 1;
+    EXPECT_EQ(std::memcmp(&Live(), &expected, sizeof expected), 0);
+    EXPECT_EQ(Live().levels[0].on, 0u);
+    EXPECT_EQ(session_->undoRing->undoHead, head + 1);
+}
+
+TEST_F(TKCommandsTest, AutomaticCorrectionsWantAPicture)
+{
+    FBFrame* const frame = std::exchange(session_->sourceFrame, nullptr);
+    const OCSettings before = Live();
+    const uint32_t head = session_->undoRing->undoHead;
+    for (const uint32_t id : {14u, 15u}) DoMenuCommand(session_, id, nullptr);
+    EXPECT_EQ(std::memcmp(&Live(), &before, sizeof before), 0);
+    EXPECT_EQ(session_->undoRing->undoHead, head);
+    session_->sourceFrame = frame;
+}
+
 TEST_F(TKCommandsTest, NumbersWithoutACommandDoNothing)
 {
     const OCSettings before = Live();
@@ -100,7 +144,7 @@ TEST_F(TKCommandsTest, TheTableHoldsTheseNumbersAndNoOthers)
         bool served;
     };
     constexpr Span kSpans[] = {
-        {3, 6, true},         {7, 8, true},          {14, 15, false},       {12902, 12902, true}, {13101, 13103, true},
+        {3, 6, true},         {7, 8, true},          {14, 15, true},        {12902, 12902, true}, {13101, 13103, true},
         {13201, 13201, true}, {13202, 13206, true},  {13304, 13304, false}, {13601, 13602, true}, {14105, 14105, true},
         {14107, 14114, true}, {14501, 14557, true},  {14601, 14657, true},  {14701, 14757, true}, {14901, 14904, true},
         {59001, 59009, true}, {59014, 59014, false}, {59025, 59030, true},
