@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace {
 
@@ -127,16 +128,6 @@ static_assert([] {
     return true;
 }());
 
-constexpr size_t kSilentCount = static_cast<size_t>(
-    std::count_if(std::begin(kCommands), std::end(kCommands), [](const TKCommandRow& r) { return !r.run; }));
-constexpr auto kSilentCommands = [] {
-    std::array<TKCommandRange, kSilentCount> ranges = {};
-    size_t count = 0;
-    for (const TKCommandRow& row : kCommands)
-        if (!row.run) ranges[count++] = {row.first, row.last};
-    return ranges;
-}();
-
 } // namespace
 
 std::span<const TKCommandRow> TKCommands()
@@ -153,7 +144,14 @@ const TKCommandRow* TKFindCommand(uint32_t commandID)
 
 std::span<const TKCommandRange> TKSilentCommands()
 {
-    return kSilentCommands;
+    // Not a constant: builds with a sanitizer cannot ask when compiled whether a function is there.
+    static const std::vector<TKCommandRange> ranges = [] {
+        std::vector<TKCommandRange> silent;
+        for (const TKCommandRow& row : kCommands)
+            if (!row.run) silent.push_back({row.first, row.last});
+        return silent;
+    }();
+    return ranges;
 }
 
 std::span<const TKAccelerator> TKAccelerators()
