@@ -82,6 +82,8 @@ class Endurance(harness.Session):
         for pid in victims:
             self.desktop.kill(pid)
             time.sleep(self.dice.choice((0, 0, 0.02, 0.1)))
+        if host.pid in victims:
+            self.wait_ended(host)   # from now on poll() knows it
 
     # Ends of a session. Each leaves no process behind once its user has left.
 
