@@ -6,6 +6,7 @@
 #include "src/platform/BPFiles.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -58,7 +59,12 @@ BPStatus OCLoadGradeBytes(const void* bytes, size_t byteCount, const char* name,
     const ASCCDLProblem problem = ASCCDL_LoadCDL(bytes, byteCount, name, settings);
     if (problem == ASCCDLProblem::none) return bpNoErr;
     const char* text = ASCCDL_ProblemText(problem);
+    constexpr std::string_view tilde = "&tilde;";
+    const std::string_view content(static_cast<const char*>(bytes), byteCount);
     *error = std::string(name) + ": " + (text != nullptr ? text : "no well-formed XML");
+    // Lists that the application saved may be refused for this alone.
+    if (problem == ASCCDLProblem::noDocument && content.find(tilde) != content.npos)
+        *error += ": &tilde; is no entity of XML; ochrine-settings convert --clean reads it as ~";
     return bpInvalidSettingsErr;
 }
 

@@ -85,6 +85,9 @@ TEST(GradeFile, WhatHoldsNoGradeIsNamedAndChangesNothing)
         {{raw, raw + sizeof wrong}, "it holds no grade"},
         {SettingsFile(4).bytes, "it is a settings file of a version that is not known"},
         {Bytes("<a>"), "it: no well-formed XML"},
+        {Bytes("<a>&tilde;</a>"),
+         "it: no well-formed XML: &tilde; is no entity of XML; ochrine-settings convert --clean reads it as ~"},
+        {Bytes("<a><!-- &tilde; --></a>"), "it: Invalid CDL - Missing ColorDecisionList element"},
         {Bytes("<ColorCorrectionCollection/>"), "it: Invalid CDL - Missing ColorDecisionList element"},
     };
     LogCatch log;

@@ -101,6 +101,21 @@ def broken_lists(folder):
     return found
 
 
+def broken_installs(folder):
+    """Pages of the manual that are installed with no program, or stay behind."""
+    lists = "\n".join(tree.text(folder, n) for n in tree.tracked(folder) if os.path.basename(n) == "CMakeLists.txt")
+    found = []
+    for page in tree.tracked(folder):
+        if not re.fullmatch(r"man/[^/]+\.1", page):
+            continue
+        program = re.escape(page[len("man/"):-len(".1")])
+        if not re.search(r"^install\(TARGETS " + program + " RUNTIME ", lists, re.MULTILINE):
+            found.append(f"{page}: its program is not installed")
+        if not re.search(r"^install\(FILES \S*/" + re.escape(page) + " ", lists, re.MULTILINE):
+            found.append(f"{page}: is not installed")
+    return found
+
+
 class Tree(unittest.TestCase):
     def sound(self, broken):
         self.assertFalse(broken, "\n" + "\n".join(broken))
@@ -119,6 +134,9 @@ class Tree(unittest.TestCase):
 
     def test_every_source_is_built(self):
         self.sound(broken_lists(self.root))
+
+    def test_every_program_with_a_manual_is_installed(self):
+        self.sound(broken_installs(self.root))
 
     def test_every_reader_has_seeds(self):
         self.sound(broken_seeds(self.root))
@@ -154,6 +172,13 @@ class SelfTest(unittest.TestCase):
         for name in ("src/C.cpp", "src/B.cpp", "src/linux/A.cpp", "src/A.c", "host/A.cpp", "tests/B_test.cpp"):
             with self.subTest(name=name):
                 self.assertEqual(len(self.broken(broken_lists, sound | {name: ""})), 1)
+
+    def test_installs(self):
+        sound = ["add_executable(a main.cpp)", "install(TARGETS a RUNTIME DESTINATION bin)",
+                 "install(FILES ${CMAKE_SOURCE_DIR}/man/a.1 DESTINATION share/man/man1)"]
+        for left_out, count in ((None, 0), (1, 1), (2, 1)):
+            lines = "\n".join(line for i, line in enumerate(sound) if i != left_out) + "\n"
+            self.assertEqual(len(self.broken(broken_installs, {"tools/a/CMakeLists.txt": lines, "man/a.1": ""})), count)
 
     def test_seeds(self):
         sound = {"fuzz/Block_fuzz.cpp": "", "fuzz/corpora/Block/a": "x", "fuzz/CMakeLists.txt": "oc_fuzz(Block S x)"}

@@ -125,6 +125,26 @@ TEST(LUTMeasure, TellsTheLargestTheMeanAndThe99thOfAHundred)
     EXPECT_DOUBLE_EQ(LUTMeasure(table, lutTrilinear, tenBits, in, graded).outside, 1 / 200.0);
 }
 
+TEST(LUTMeasure, ANumberAndNoneDifferWithoutEndAndTwoOfNoneDoNot)
+{
+    const float values[] = {0.5f, INFINITY, NAN};
+    for (const float inTable : values)
+        for (const float inPipeline : values) {
+            const LUTTable table = {
+                .points = 2, .order = lutBlueFastest, .rgb = std::vector<float>(2 * 2 * 2 * 3, inTable)};
+            LUTPicture in, graded;
+            for (int plane = 0; plane < 3; ++plane) {
+                in.plane[plane] = {0.5f};
+                graded.plane[plane] = {inPipeline};
+            }
+            const LUTError error = LUTMeasure(table, lutTrilinear, {0, 0, 0}, in, graded);
+            const bool alike = inTable == inPipeline || (std::isnan(inTable) && std::isnan(inPipeline));
+            EXPECT_EQ(error.max, alike ? 0 : INFINITY) << inTable << " " << inPipeline;
+            EXPECT_EQ(error.mean, error.max);
+            EXPECT_EQ(LUTIsFinite(table, graded), std::isfinite(inTable) && std::isfinite(inPipeline));
+        }
+}
+
 TEST(LUTTestPicture, IsAlwaysTheSameAndBetweenBlackAndWhite)
 {
     const LUTPicture picture = LUTTestPicture(), again = LUTTestPicture();

@@ -31,7 +31,7 @@ class Association(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         globs = self.read("share/mime/globs2").decode().splitlines()
         for line in ("50:application/x-ochrine-preset:*.ocpreset", "50:application/x-ochrine-grade:*.ocgrade",
-                     "50:application/x-asc-cdl+xml:*.cdl"):
+                     "50:application/x-asc-cdl+xml:*.cdl", "50:application/x-asc-cdl+xml:*.ccc"):
             self.assertIn(line, globs)
         magic = self.read("share/mime/magic")
         self.assertIn(b"[60:application/x-ochrine-preset]\n>4=\x00\x04\x11\x22\x33\x44", magic)

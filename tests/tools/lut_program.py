@@ -139,6 +139,26 @@ class Program(unittest.TestCase):
         notes = self.report("--target", "cube", golden("0001-neutral"))["notes"]
         self.assertEqual(len(notes), 1)
 
+    def test_an_odd_name_is_still_json(self):
+        done = subprocess.run([os.fsencode(PROGRAM), b"--json", golden("0001-neutral").encode(), b'a"\\\n\xff.cube'],
+                              capture_output=True, timeout=120, cwd=self.folder)
+        self.assertEqual(json.loads(done.stdout.decode())["out"], 'a"\\\n\ufffd.cube')
+
+    def test_a_grade_without_finite_values_is_no_exact_one(self):
+        neutral = struct.pack(">12f", *[1, 1, 0] * 4)
+        for value in (float("inf"), float("nan")):
+            master = struct.pack(">I12f", 1, 1, 1, value, *[1, 1, 0] * 3)
+            chunk = master + (struct.pack(">I", 0) + neutral) * 3
+            with open(self.path("wild.ocpreset"), "wb") as stream:
+                stream.write(struct.pack(">IIIIIII", 2, 0x11223344, 16, 4, 1, 30, len(chunk)) + chunk)
+            with self.subTest(value=value):
+                def refuse(word):
+                    raise AssertionError(word)
+                done = self.run_tool("--json", "--target", "lustre", "--max-error", "0.5", "wild.ocpreset", code=1)
+                report = json.loads(done.stdout, parse_constant=refuse)
+                self.assertIsNone(report["trilinear"]["max"])
+                self.assertTrue(any("infinite or no numbers" in note for note in report["notes"]), report["notes"])
+
     def test_what_the_target_cuts_is_told(self):
         with open(self.path("bright.cdl"), "wb") as stream:
             stream.write(CDL.replace(b"0.5 0.5 0.5", b"2 2 2"))
@@ -195,6 +215,15 @@ class Program(unittest.TestCase):
 
     def test_a_table_that_cannot_be_written_ends_with_4(self):
         self.run_tool("--target", "cube", golden("0001-neutral"), "gone/x.cube", code=4)
+
+    def test_the_grade_that_is_read_is_not_replaced(self):
+        name = self.cdl()
+        os.symlink(name, self.path("link.cube"))
+        for out in (name, "./" + name, "link.cube"):
+            done = self.run_tool("--target", "cube", name, out, code=4)
+            self.assertIn(f"the table would replace {out}, which is being read", done.stderr)
+        with open(self.path(name), "rb") as stream:
+            self.assertEqual(stream.read(), CDL)
 
     def test_a_table_is_replaced_whole_and_keeps_its_mode(self):
         with open(self.path("x.cube"), "w", encoding="utf-8") as stream:

@@ -57,6 +57,14 @@ void Trilinear(const LUTTable& table, const Place at[3], float out[3])
     }
 }
 
+/// Equal infinities do not differ, nor do two values that are no numbers; a number and none differ without end.
+double DifferenceOf(double wanted, double seen)
+{
+    if (wanted == seen || (std::isnan(wanted) && std::isnan(seen))) return 0;
+    const double difference = std::fabs(wanted - seen);
+    return std::isnan(difference) ? INFINITY : difference;
+}
+
 /// From the lowest corner to the highest, along the axes in the order of their parts.
 void Tetrahedral(const LUTTable& table, const Place at[3], float out[3])
 {
@@ -105,6 +113,14 @@ void LUTLookup(const LUTTable& table, LUTInterpolation interpolation, const floa
     }
 }
 
+bool LUTIsFinite(const LUTTable& table, const LUTPicture& graded)
+{
+    const auto isFinite = [](const std::vector<float>& values) {
+        return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
+    };
+    return isFinite(table.rgb) && std::all_of(graded.plane, graded.plane + 3, isFinite);
+}
+
 LUTError LUTMeasure(const LUTTable& table, LUTInterpolation interpolation, const OCLUTEncoding& encoding,
                     const LUTPicture& in, const LUTPicture& graded)
 {
@@ -124,8 +140,7 @@ LUTError LUTMeasure(const LUTTable& table, LUTInterpolation interpolation, const
             // Half a step of the target is its rounding, not its range.
             const double slack = encoding.scale == 0 ? 0 : 0.5 / encoding.scale;
             if (!(wanted >= low - slack && wanted <= high + slack)) isOutside = true;
-            const double error = std::fabs(wanted - double{seen[plane]});
-            errors.push_back(error >= 0 ? error : 0.0); // what is no number in the pipeline is 0 in no table
+            errors.push_back(DifferenceOf(wanted, double{seen[plane]}));
         }
         outside += isOutside;
     }

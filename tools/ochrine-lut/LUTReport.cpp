@@ -1,6 +1,9 @@
 // The report, for people and for programs.
 #include "src/BPNumbers.h"
+#include "src/BPXML2Support.h"
 #include "tools/ochrine-lut/LUTTool.h"
+
+#include <cmath>
 
 namespace {
 
@@ -28,7 +31,7 @@ void AppendErrors(std::string* text, const std::string& name, const LUTError& er
 void AppendJsonText(std::string* text, const std::string& value)
 {
     *text += '"';
-    for (const char character : value) {
+    for (const char character : BPXML2_ValidUtf8(value)) {
         if (character == '"' || character == '\\') *text += '\\';
         if (static_cast<unsigned char>(character) < 0x20) {
             *text += "\\u00";
@@ -41,10 +44,16 @@ void AppendJsonText(std::string* text, const std::string& value)
     *text += '"';
 }
 
+/// JSON has no word for what is not finite.
+std::string JsonNumber(double value)
+{
+    return std::isfinite(value) ? Fixed(value, 9) : "null";
+}
+
 void AppendJsonErrors(std::string* text, const LUTError& error)
 {
-    *text += "{\"max\": " + Fixed(error.max, 9) + ", \"p99\": " + Fixed(error.p99, 9) +
-             ", \"mean\": " + Fixed(error.mean, 9) + ", \"outside\": " + Fixed(error.outside, 9) + "}";
+    *text += "{\"max\": " + JsonNumber(error.max) + ", \"p99\": " + JsonNumber(error.p99) +
+             ", \"mean\": " + JsonNumber(error.mean) + ", \"outside\": " + JsonNumber(error.outside) + "}";
 }
 
 } // namespace

@@ -57,13 +57,17 @@ enum LUTInterpolation : uint32_t { lutTrilinear, lutTetrahedral };
 /// What a system makes of a colour with the table; inputs outside 0 to 1 are held there.
 void LUTLookup(const LUTTable& table, LUTInterpolation interpolation, const float in[3], float out[3]);
 
-/// Differences between pipeline and table over all channels of a picture.
+/// Differences between pipeline and table over all channels of a picture. They are infinite where one has a number and
+/// the other none, and 0 where neither has one.
 struct LUTError {
     double max = 0, mean = 0, p99 = 0;
     double outside = 0; ///< part of the pixels that the pipeline takes beyond what the table can hold
 };
 LUTError LUTMeasure(const LUTTable& table, LUTInterpolation interpolation, const OCLUTEncoding& encoding,
                     const LUTPicture& in, const LUTPicture& graded);
+
+/// False when a value of the table, or one that the pipeline makes, is infinite or no number.
+bool LUTIsFinite(const LUTTable& table, const LUTPicture& graded);
 
 // The tools of a grade -------------------------------------------------------------------------------------------------
 
@@ -96,6 +100,6 @@ struct LUTReport {
     std::vector<std::string> warnings{};
 };
 
-/// The report for people, or as one JSON object.
+/// The report for people, or as one JSON object, in which what is not finite is null.
 std::string LUTReportText(const LUTReport& report);
 std::string LUTReportJson(const LUTReport& report);

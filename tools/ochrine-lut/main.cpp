@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 
 namespace {
@@ -96,6 +97,12 @@ LUTExit Run(const LUTOptions& options)
         return LUTExit::input;
     }
 
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.out, options.grade, ignored)) {
+        Say("the table would replace " + options.out + ", which is being read");
+        return LUTExit::output;
+    }
+
     OCEngine* made = nullptr;
     if (OCCreateEngine(&made) != bpNoErr) {
         Say("there is not enough memory");
@@ -125,6 +132,8 @@ LUTExit Run(const LUTOptions& options)
                         .tetrahedral = ErrorOf(baked, lutTetrahedral, options, picture),
                         .tools = {},
                         .warnings = LUTWarnings(grade)};
+    if (!LUTIsFinite(baked.table, baked.graded))
+        report.warnings.push_back("the grade makes values that are infinite or no numbers, and no table carries them");
     if (!options.quiet) {
         for (const LUTGradeTool& tool : LUTToolsOf(grade)) {
             Baked alone;

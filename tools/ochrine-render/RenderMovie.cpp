@@ -43,11 +43,19 @@ AVFieldOrder FieldsOf(const RenderSource& source)
     return order == AV_FIELD_UNKNOWN ? AV_FIELD_PROGRESSIVE : order;
 }
 
-std::string TemporaryOf(const std::string& path)
+/// What a path leads to: a link stays a link, and the file behind it is replaced.
+std::string TargetOf(const std::string& path)
 {
-    const std::filesystem::path target(path);
-    const std::string mark = "." + std::to_string(std::random_device()()) + ".partial";
-    return (target.parent_path() / ("." + target.stem().string() + mark + target.extension().string())).string();
+    std::error_code failed;
+    const std::filesystem::path target = std::filesystem::canonical(path, failed);
+    return failed ? path : target.string();
+}
+
+/// A neighbour of a file. Its name does not grow with that of the file, which may be as long as names can be.
+std::string TemporaryOf(const std::string& target)
+{
+    const std::string name = ".ochrine-" + std::to_string(std::random_device()()) + ".partial.mov";
+    return (std::filesystem::path(target).parent_path() / name).string();
 }
 
 } // namespace
@@ -248,12 +256,13 @@ bool MovieFile::TryStart(const std::string& path, const RenderSource& source, co
                          int64_t first, int64_t last, bool keepAudio, std::string* warning)
 {
     path_ = path;
+    target_ = TargetOf(path);
     source_ = &source;
     first_ = first;
     last_ = last;
     const ClipRate rate = source.Info().rate;
     base_ = source.Movie() != nullptr ? source.Movie()->TimeBase() : AVRational{rate.denominator, rate.numerator};
-    const std::string temporary = TemporaryOf(path);
+    const std::string temporary = TemporaryOf(target_);
     AVFormatContext* made = nullptr;
     int result = avformat_alloc_output_context2(&made, nullptr, "mov", temporary.c_str());
     output_.reset(made);
@@ -362,13 +371,13 @@ BPStatus MovieFile::Finish()
     if (result < 0) return Fail("cannot write " + path_, result);
     if (!CloseDisk()) return bpParamErr;
     std::error_code failed;
-    std::filesystem::rename(temporary_, path_, failed);
+    std::filesystem::rename(temporary_, target_, failed);
     if (failed) {
         error_ = "cannot write " + path_ + ": " + failed.message();
         return bpParamErr;
     }
     temporary_.clear();
-    const std::string folder = std::filesystem::path(path_).parent_path().string();
+    const std::string folder = std::filesystem::path(target_).parent_path().string();
     const int place = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (place >= 0) {
         (void)fsync(place);

@@ -70,7 +70,9 @@ class MovieFile {
     int64_t TimeOf(int64_t number) const;
     bool CloseDisk();
 
-    std::string path_, temporary_, error_;
+    std::string path_;   ///< as it was given, for what is said
+    std::string target_; ///< what it leads to
+    std::string temporary_, error_;
     const RenderSource* source_ = nullptr;
     int64_t first_ = 0, last_ = 0;
     AVRational base_ = {1, 25}; ///< of TimeOf

@@ -123,10 +123,11 @@ Render::Taken Render::Decode(RenderWorker* worker, int64_t number)
     std::string error;
     const double begin = worker->Clock();
     BPStatus err = source_.ReadFrame(number, &worker->Reader(), &worker->Source(), &error);
-    const bool isHeld = err == bpParamErr && options_.badFrames == BadFrames::hold;
-    if (isHeld) {
+    // Whatever a frame suffers from, but want of memory, which the frames before it would suffer from too.
+    const auto isBad = [&err] { return err != bpNoErr && err != bpMemFullErr; };
+    if (isBad() && options_.badFrames == BadFrames::hold) {
         std::string ignored;
-        for (int64_t earlier = std::min(number, source_.Last() + 1) - 1; err != bpNoErr && earlier >= source_.First();
+        for (int64_t earlier = std::min(number, source_.Last() + 1) - 1; isBad() && earlier >= source_.First();
              --earlier) {
             err = source_.ReadFrame(earlier, &worker->Reader(), &worker->Source(), &ignored);
         }
@@ -137,7 +138,7 @@ Render::Taken Render::Decode(RenderWorker* worker, int64_t number)
     }
     worker->Times().decode += worker->Clock() - begin;
     if (err == bpNoErr) return Taken::frame;
-    if (err != bpMemFullErr && options_.badFrames == BadFrames::skip) return Taken::nothing;
+    if (isBad() && options_.badFrames == BadFrames::skip) return Taken::nothing;
     Fail(err == bpMemFullErr ? renderNoMemory : renderBadFrame, number - plan_.first,
          err == bpMemFullErr ? "out of memory" : error);
     return Taken::none;

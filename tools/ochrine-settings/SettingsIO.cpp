@@ -67,15 +67,11 @@ bool ReadGrade(const std::string& path, const ToolOptions& options, ToolGrade* g
     if (load() == bpNoErr) return true;
 
     std::string text(grade->bytes.begin(), grade->bytes.end());
-    if (grade->kind == OCGradeKind::decisionList && CleanTildes(&text) > 0) {
-        if (options.clean) {
-            grade->bytes.assign(text.begin(), text.end());
-            if (load() == bpNoErr) {
-                Say("warning", path + " was read with ~ in place of &tilde;, which XML does not declare");
-                return true;
-            }
-        } else {
-            error += ": &tilde; is no entity of XML; --clean reads it as ~";
+    if (options.clean && grade->kind == OCGradeKind::decisionList && CleanTildes(&text) > 0) {
+        grade->bytes.assign(text.begin(), text.end());
+        if (load() == bpNoErr) {
+            Say("warning", path + " was read with ~ in place of &tilde;, which XML does not declare");
+            return true;
         }
     }
     Say("", error);

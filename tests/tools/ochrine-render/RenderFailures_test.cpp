@@ -143,6 +143,21 @@ TEST_F(RenderFailures, BadFramesAreSkippedOrHeldWhenAsked)
     }
 }
 
+TEST_F(RenderFailures, AFrameThatCannotBeReadIsHeldLikeADamagedOne)
+{
+    MakePictures(1, 4);
+    const std::string lost = folder_.Path("src_0003.png");
+    std::filesystem::remove(lost);
+    std::filesystem::create_symlink("nowhere.png", lost); // its name is there, the file is not
+    EXPECT_EQ(Run("src_%04d.png o_%04d.png").exit, 4);
+    const CommandResult result = Run("--bad-frames hold src_%04d.png h_%04d.png");
+    EXPECT_EQ(result.exit, 0) << result.complained;
+    EXPECT_NE(result.complained.find("1 bad frames show the one before"), std::string::npos) << result.complained;
+    EXPECT_EQ(BytesOf(folder_.Path("h_0003.png")), BytesOf(folder_.Path("h_0002.png")));
+    EXPECT_EQ(Run("--bad-frames skip src_%04d.png s_%04d.png").exit, 0);
+    EXPECT_FALSE(Has("s_0003.png"));
+}
+
 TEST_F(RenderFailures, ADamagedFrameStopsTheRender)
 {
     MakePictures(1, 3, "160x90");

@@ -215,6 +215,28 @@ TEST_F(RenderMovie, AMovieThatIsThereIsLeftAloneWhenAsked)
     EXPECT_GT(BytesOf(folder_.Path("out.mov")).size(), 10000u);
 }
 
+TEST_F(RenderMovie, AnyNameThatAFileCanHaveIsTaken)
+{
+    MakeMovie();
+    const std::string name = std::string(251, 'n') + ".mov";
+    const CommandResult result = Run("src.mov " + name);
+    EXPECT_EQ(result.exit, 0) << result.complained;
+    EXPECT_EQ(Files(), std::vector<std::string>{name});
+}
+
+TEST_F(RenderMovie, ALinkStaysALink)
+{
+    MakeMovie();
+    std::filesystem::create_directory(folder_.Path("far"));
+    WriteBytes(folder_.Path("far/real.mov"), "old", 3);
+    std::filesystem::create_symlink("far/real.mov", folder_.Path("link.mov"));
+    ASSERT_EQ(Run("src.mov link.mov").exit, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_.Path("link.mov")));
+    EXPECT_GT(BytesOf(folder_.Path("far/real.mov")).size(), 10000u);
+    const std::filesystem::directory_iterator far(folder_.Path("far"));
+    EXPECT_EQ(std::distance(begin(far), end(far)), 1);
+}
+
 TEST_F(RenderMovie, SoundThatDoesNotFitIsTold)
 {
     ASSERT_TRUE(RunFFmpeg("-f lavfi -i testsrc2=size=64x32:rate=25 -f lavfi -i sine -t 1 -c:v ffv1 -c:a flac " +
