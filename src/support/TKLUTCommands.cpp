@@ -7,8 +7,10 @@
 #include "src/platform/BPSystem.h"
 #include "src/support/TKPreviewLUTs.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -86,16 +88,16 @@ void CVLoadCurrentCurves(TKSession* session)
         OCSettings loaded = session->liveSettings;
         const OCLUTRead read = OCLoadCurveFile(kind < 0 ? 0 : static_cast<uint32_t>(kind), path.c_str(), &loaded);
         if (read.alert) session->platform->alert.messageBox(kProductName, read.alert);
-        if (read.status == bpNoErr && !session->quitting)
-            TKChangeAsOneStep(session, [&](OCSettings* settings) { *settings = loaded; });
+        if (read.status == bpNoErr && !session->quitting) session->liveSettings = loaded;
     }
     BPDebugLog("Leaving CVLoadCurrentCurves\n");
 }
 
 void TKSaveCurves(TKSession* session)
 {
-    for (const HCurve& curve : session->liveSettings.rgbCurve)
-        if (curve.curveKind & 1) return;
+    const auto& curves = session->liveSettings.rgbCurve;
+    if (std::all_of(std::begin(curves), std::end(curves), [](const HCurve& curve) { return curve.curveKind & 1; }))
+        return;
     const BPFileType type = {.extension = ".acv", .description = "Curves (*.acv)"};
     const BPFileQuestion question = {.title = "Save Curve",
                                      .button = "Save",
@@ -120,7 +122,8 @@ void TKRunSelectPreviewLUT(TKSession* session, const TKCommandSource*)
 
 void TKRunLoadCurves(TKSession* session, const TKCommandSource*)
 {
-    CVLoadCurrentCurves(session);
+    // Deliberate: the step is opened before the dialog, so a cancelled dialog leaves a step without a change.
+    TKChangeAsOneStep(session, [session](OCSettings*) { CVLoadCurrentCurves(session); });
 }
 
 void TKRunSaveCurves(TKSession* session, const TKCommandSource*)

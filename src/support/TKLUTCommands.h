@@ -12,11 +12,12 @@ BPStatus TKExportLUT(TKSession* session, const OCLUTTarget& target);
 /// Asks for a path and saves the live settings as a preview LUT of kOCPreviewSaveSize entries.
 BPStatus TKSavePreviewLUT(TKSession* session);
 
-/// Asks for a curve file and loads it into the live settings as one undo step; what is wrong with it is shown. Without a
-/// file, or with one that is none, there is no step.
+/// Asks for a curve file and loads it into the live settings; what is wrong with it is shown. Without a file, or with one
+/// that is none, they stay as they are. The undo step around it, and what follows on the screen, are the caller's.
 void CVLoadCurrentCurves(TKSession* session);
 
-/// Asks for a path and saves the four curves. Nothing happens while one of them is a loaded table.
+/// Asks for a path and saves the four curves, a loaded table among them as a straight line. Nothing happens while all
+/// four are loaded tables.
 void TKSaveCurves(TKSession* session);
 
 // For the command table.
@@ -26,5 +27,5 @@ template <uint32_t command> void TKRunExportLUT(TKSession* session, const TKComm
 }
 void TKRunSavePreviewLUT(TKSession* session, const TKCommandSource* source);
 void TKRunSelectPreviewLUT(TKSession* session, const TKCommandSource* source); ///< by session->commandID
-void TKRunLoadCurves(TKSession* session, const TKCommandSource* source);
+void TKRunLoadCurves(TKSession* session, const TKCommandSource* source); ///< one undo step, also when nothing loads
 void TKRunSaveCurves(TKSession* session, const TKCommandSource* source);

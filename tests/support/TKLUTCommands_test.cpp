@@ -156,12 +156,13 @@ TEST_F(TKLUTCommandsTest, LoadedCurvesAreOneUndoStep)
     EXPECT_EQ(Live().curvesOn, 0u);
 }
 
-TEST_F(TKLUTCommandsTest, WhatIsNoCurveFileMakesNoStep)
+TEST_F(TKLUTCommandsTest, WhatIsNoCurveFileMakesAStepWithoutAChange)
 {
     const OCSettings before = Live();
     const uint32_t steps = session_->undoRing->undoHead;
     BPFakeCaptureLog();
     DoMenuCommand(session_, 7, nullptr); // cancelled
+    EXPECT_EQ(session_->undoRing->undoHead, steps + 1);
     EXPECT_NE(gBPFake.log.find("selection returned -128\n"), std::string::npos);
     EXPECT_NE(gBPFake.log.find("Leaving CVLoadCurrentCurves\n"), std::string::npos);
     Answer("c.txt", "table a 1\n");
@@ -171,10 +172,12 @@ TEST_F(TKLUTCommandsTest, WhatIsNoCurveFileMakesNoStep)
     ASSERT_EQ(gBPFake.alerts.size(), 1u);
     EXPECT_EQ(gBPFake.alerts[0].text, "LUT file is of unsupported type.");
     EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
-    EXPECT_EQ(session_->undoRing->undoHead, steps);
+    EXPECT_EQ(session_->undoRing->undoHead, steps + 3);
+    for (int i = 0; i < 3; ++i) DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
 }
 
-TEST_F(TKLUTCommandsTest, CurvesAreSavedUnlessOneIsALoadedTable)
+TEST_F(TKLUTCommandsTest, CurvesAreSavedUnlessAllAreLoadedTables)
 {
     gBPFake.fileAnswers.push_back(Path("c.acv"));
     DoMenuCommand(session_, 8, nullptr);
@@ -184,10 +187,18 @@ TEST_F(TKLUTCommandsTest, CurvesAreSavedUnlessOneIsALoadedTable)
     EXPECT_EQ(gBPFake.fileQuestions[0].defaultName, "Untitled Curve");
     EXPECT_EQ(gBPFake.fileQuestions[0].defaultExtension, "acv");
     EXPECT_EQ(Content("c.acv").size(), 4u + 5 * 10);
+    for (const int table : {0, 1, 2}) Live().rgbCurve[table].curveKind = 1;
+    HCurvePoints& blue = Live().rgbCurve[3].points.xy;
+    blue.pointCount = 3;
+    blue.x[1] = blue.y[1] = 0.2f;
+    blue.x[2] = blue.y[2] = 1;
+    gBPFake.fileAnswers.push_back(Path("b.acv"));
+    DoMenuCommand(session_, 8, nullptr);
+    EXPECT_EQ(Content("b.acv").size(), 4u + 3 * 10 + 14 + 10); // the tables as straight lines
     Live().rgbCurve[3].curveKind = 1;
     gBPFake.fileAnswers.push_back(Path("d.acv"));
     DoMenuCommand(session_, 8, nullptr);
-    EXPECT_EQ(gBPFake.fileQuestions.size(), 1u);
+    EXPECT_EQ(gBPFake.fileQuestions.size(), 2u);
     EXPECT_FALSE(std::filesystem::exists(Path("d.acv")));
 }
 

@@ -87,6 +87,18 @@ TEST_F(TKPreviewLUTsTest, AChoiceIsKeptPerOutputAndDrawnAgain)
     EXPECT_EQ(Prefs().primaryLUTIndex, 50u); // served by 55, kept as 50
 }
 
+TEST_F(TKPreviewLUTsTest, TheStandInOfNoneIsKeptAsNone)
+{
+    for (uint32_t output = 0; output < tkPreviewOutputCount; ++output) {
+        ASSERT_TRUE(TKSelectPreviewCommand(session_, 14554 + 100 * output));
+        ASSERT_TRUE(TKSelectPreviewCommand(session_, 14555 + 100 * output));
+        const auto items = TKPreviewMenu(Prefs(), static_cast<TKPreviewOutput>(output));
+        EXPECT_EQ(TKPreviewIndex(Prefs(), static_cast<TKPreviewOutput>(output)), 50u);
+        EXPECT_FALSE(TKPreviewIsOn(Prefs(), static_cast<TKPreviewOutput>(output)));
+        EXPECT_TRUE(items[0].checked);
+    }
+}
+
 TEST_F(TKPreviewLUTsTest, NumbersOfNoTableDoNothing)
 {
     const TKPreferences before = Prefs();
