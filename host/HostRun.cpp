@@ -227,7 +227,8 @@ int Loop(Session* session, OCSettings* grade, const Keep& keep)
         MisbehaveInStep(session->options.misbehave, session->host, session->application, event, &session->misbehaviour);
         if (HostIsInterrupted()) {
             HostComplain("interrupted by signal %d", HostInterruptingSignal());
-            return hostInterrupted;
+            OchrineHostStep(session->host, &event); // an OK that came meanwhile is not to be lost
+            return event.kind == ochrineEventDone ? TakeGrade(session, grade, keep) : int{hostInterrupted};
         }
         session->platform.clock.sleepMs(kStepMs);
     }

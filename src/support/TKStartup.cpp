@@ -274,6 +274,10 @@ void TKEndSession(TKSession* session, uint32_t command)
 {
     TKUIComm* block = TKBlockOf(session);
     if (!block && command != kTKCommandExit) return; // resident: the window is hidden
+    if (command == kTKCommandOK && TKHostTookItsBlock(session)) {
+        TKEndLostSession(session); // nobody would find the grade
+        return;
+    }
     if (command == kTKCommandOK) TKStopPlayback(session);
     (void)CommitOpenEdit(session, true);
     TKStopPlayback(session);

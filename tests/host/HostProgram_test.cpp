@@ -1,11 +1,14 @@
 // The program ochrine-host from the outside, with a program that stands for Ochrine.
 #include "host/HostMisbehave.h"
 #include "host/HostOptions.h"
+#include "host/HostProgress.h"
 #include "host/HostRun.h"
 #include "host/HostSession.h"
 #include "src/OCSettings.h"
 #include "tests/host/ClipTest.h"
 
+#include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -228,6 +232,59 @@ TEST_F(HostProgram, TheGradeIsKeptBeforeTheBlockGoes)
         EXPECT_FALSE(IsBlockLeft());
     }
     unsetenv("OC_FAKE_MODE");
+}
+
+/// The clock of a host whose application takes the clip at the first look at it; at the second one OK and an
+/// interruption come together, behind the host's look at its block.
+uint64_t ClockOfALateOK()
+{
+    BPPlatform platform = {};
+    BPFillLinuxPlatform(&platform);
+    BPSharedMemory memory = {};
+    if (platform.sharedMemory.open(kOchrineBlockName, kOchrineBlockBytes, &memory) == bpNoErr) {
+        auto* block = reinterpret_cast<OchrineBlock*>(memory.address);
+        if (OchrineLoadStatus(block) == kTKUIStatusDataReady) {
+            OchrineStoreStatus(block, kTKUIStatusUIRunning);
+        } else if (OchrineLoadStatus(block) == kTKUIStatusUIRunning) {
+            const float saturation = 125;
+            std::memcpy(reinterpret_cast<uint8_t*>(block->settings) + offsetof(OCSettings, hsl.master.saturation),
+                        &saturation, sizeof saturation);
+            OchrineStoreStatus(block, kTKUIStatusUIDone);
+            std::raise(SIGINT);
+        }
+        platform.sharedMemory.close(&memory);
+    }
+    return platform.clock.monotonicMs();
+}
+
+TEST_F(HostProgram, AnInterruptedHostTakesAGradeThatIsDone)
+{
+    std::string error;
+    std::unique_ptr<ClipSource> clip = OpenClip(folder_.Path("clip.mov"), {}, &error);
+    ASSERT_NE(clip, nullptr);
+    const std::string application = folder_.Path("application");
+    std::ofstream(application) << "#!/bin/sh\nexec sleep 3\n";
+    std::filesystem::permissions(application, std::filesystem::perms::owner_all);
+    const pid_t child = fork(); // the interruption stays for good in the process that it reached
+    if (child == 0) {
+        HostCatchSignals();
+        BPPlatform platform = {};
+        BPFillLinuxPlatform(&platform);
+        platform.clock.monotonicMs = ClockOfALateOK;
+        HostOptions options;
+        options.application = application;
+        OCSettings grade = {};
+        OCResetSettings(&grade, kOCResetAll, kOCResetAll, kOCResetDefaults);
+        const auto keep = [](const OCSettings& result, bool changed) -> int {
+            return changed && result.hsl.master.saturation == 125 ? 42 : 43;
+        };
+        _exit(RunHostSession(platform, options, clip.get(), &grade, keep));
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_FALSE(IsBlockLeft());
 }
 
 TEST_F(HostProgram, MisbehavesAsAsked)

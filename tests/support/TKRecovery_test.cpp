@@ -275,6 +275,33 @@ TEST_F(TKRecoveryTest, OKIntoADeadHostKeepsTheJournal)
     }
 }
 
+TEST_F(TKRecoveryTest, OKIntoABlockThatWasJustTakenBackKeepsTheJournal)
+{
+    for (const bool resident : {true, false}) {
+        Begin();
+        Grade(2);
+        session_->prefs.uiTimeoutEnable = resident;
+        windows_.calls.clear();
+        const std::shared_ptr<uint8_t> bytes = gBPFake.blocks[kTKCommBlockName].bytes;
+        gBPFake.blocks.erase(kTKCommBlockName); // no tick has seen it
+        DoMenuCommand(session_, kTKCommandOK, nullptr);
+        EXPECT_EQ(JournalGain(), 2.0f);
+        ASSERT_EQ(gBPFake.alerts.size(), 1u);
+        EXPECT_EQ(gBPFake.alerts[0].text.find("The host has ended this session"), 0u);
+        EXPECT_NE(gBPFake.alerts[0].text.find("The grade is kept"), std::string::npos);
+        EXPECT_EQ(TKBlockOf(session_), nullptr);
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+        float gain = 0;
+        std::memcpy(&gain, bytes.get() + offsetof(TKUIComm, settings) + offsetof(OCSettings, hsl.master.gain), 4);
+        EXPECT_EQ(gain, 1.0f); // nothing was stored
+        Die();
+        Begin();
+        EXPECT_EQ(windows_.questions.size(), 1u);
+        Die();
+        gBPFake.stateFiles.clear();
+    }
+}
+
 TEST_F(TKRecoveryTest, AGradeThatTheHostHasAlreadyIsNotOffered)
 {
     Begin();
