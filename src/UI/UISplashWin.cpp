@@ -102,6 +102,7 @@ void UISplashWin::paintEvent(QPaintEvent*)
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
 
+    if (text_.isEmpty()) return;
     const QRect box(width() - kTextBoxWidth, height() - kTextBoxHeight, kTextBoxWidth, kTextBoxHeight);
     painter.fillRect(box, QColor(0xFF, 0xCC, 0x00));
     QFont line(QStringLiteral("Arial"));
