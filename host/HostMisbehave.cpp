@@ -165,6 +165,7 @@ bool MisbehaveInRequest(Misbehave mode, OchrineHost* host, std::vector<uint8_t>*
     case Misbehave::twoFrames: SendAside(host, kOchrineFrameWord, std::vector<uint8_t>(pixels->size())); break;
     case Misbehave::shortFrame:
         SendAside(host, kOchrineFrameWord, {pixels->begin(), pixels->end() - host->frame.rowBytes});
+        OchrineHostRefuse(host); // a frame that cannot be used is no answer
         return true;
     case Misbehave::longFrame: {
         std::vector<uint8_t> longer = *pixels;

@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr uint64_t kLargestFrameBytes = kScopeSurfacePixelLimit * 16; // padding of rows included
 constexpr uint32_t kChunkWaitTicks = 10;
 constexpr uint32_t kOrphanWaits = 60; // of 10 ticks: a host that gave no process id cannot be watched, only outwaited
 constexpr uint32_t kSpareChunks = 64; // that a host may send beyond one a row
@@ -298,12 +299,13 @@ BPStatus TKReadFrameShape(const TKUIComm* block, TKFrameShape* shape)
     const uint32_t rowBytes = TKReadOnce(block->frameRowBytes);
     const auto format = static_cast<FBPixelFormat>(static_cast<int32_t>(TKReadOnce(block->framePixelFormat)));
     const uint64_t leastRow = SidesAreSound(width, height) ? FBPixelRowBytes(width, format) : 0;
-    if (leastRow == 0 || rowBytes < leastRow || rowBytes % RowAlignment(format) != 0) {
+    const uint32_t planes = format == pixFormatRGB16Planar ? 3 : format == pixFormatRGBYPlanar_Float ? 4 : 1;
+    if (leastRow == 0 || rowBytes < leastRow || rowBytes % RowAlignment(format) != 0 ||
+        uint64_t{rowBytes} * height * planes > kLargestFrameBytes) {
         BPDebugLog("A frame of %u x %u pixels with rows of %u bytes in format %d is refused\n", width, height, rowBytes,
                    static_cast<int>(format));
         return bpParamErr;
     }
-    const uint32_t planes = format == pixFormatRGB16Planar ? 3 : format == pixFormatRGBYPlanar_Float ? 4 : 1;
     shape->width = width;
     shape->height = height;
     shape->rowBytes = rowBytes;

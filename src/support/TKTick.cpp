@@ -75,7 +75,7 @@ bool JournalStep(TKSession* session)
 bool ChannelStep(TKSession* session)
 {
     if (session->frameChannel.handle == 0) return true;
-    (void)TKCommWindowPoll(session, 0);
+    TKCommWindowPoll(session, {});
     session->platform->frameChannel.release(&session->frameChannel);
     return true;
 }

@@ -8,6 +8,7 @@
 #include "src/platform/BPMemory.h"
 #include "src/support/TKRecovery.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cinttypes>
 #include <cstdio>
@@ -18,8 +19,9 @@ namespace {
 constexpr char kTag[] = "Ochrine 3 UI";
 constexpr uint32_t kHeaderWaitMs = 50;
 constexpr uint32_t kFrameWaitMs = 15;
-constexpr uint32_t kFrameWord = 9;      // data word of a message that brings a frame
-constexpr uint32_t kMessagesAPoll = 64; // a host that floods the channel does not hold the main thread
+constexpr uint32_t kSpareAnswerBytes = 1u << 20; // that a host may send beyond the frame
+constexpr uint32_t kFrameWord = 9;               // data word of a message that brings a frame
+constexpr uint32_t kMessagesAPoll = 64;          // a host that floods the channel does not hold the main thread
 
 bool HeaderMatches(const TKUIComm* block)
 {
@@ -92,13 +94,13 @@ void RefuseBlock(TKSession* session)
     TKCloseCommBlock(session);
 }
 
-/// The bytes that one answer of the host may have, or 0 when the block describes no frame that could be taken.
-uint32_t LargestAnswer(const TKSession* session)
+/// The bytes that one answer of the host may have: none at all when the block describes no frame that could be taken.
+TKAnswerRange AnswersToTake(const TKSession* session)
 {
     TKFrameShape shape;
-    if (!session->sourceFrame || TKReadFrameShape(TKBlockOf(session), &shape) != bpNoErr) return 0;
-    const uint64_t whole = uint64_t{shape.rowBytes} * shape.height * shape.planes;
-    return whole <= UINT32_MAX ? static_cast<uint32_t>(whole) : 0;
+    if (!session->sourceFrame || TKReadFrameShape(TKBlockOf(session), &shape) != bpNoErr) return {};
+    const uint64_t most = std::min<uint64_t>(shape.byteCount + kSpareAnswerBytes, UINT32_MAX);
+    return {.minimumBytes = static_cast<uint32_t>(shape.byteCount), .maximumBytes = static_cast<uint32_t>(most)};
 }
 
 void ForgetReceivedFrame(TKSession* session)
@@ -108,15 +110,15 @@ void ForgetReceivedFrame(TKSession* session)
     session->receivedBytes = 0;
 }
 
-/// Waits for the answer to status 9. False when the host failed or ended.
-bool AwaitFrame(TKSession* session, uint32_t maximumBytes)
+/// Waits for the answer to status 9; one that cannot be used is none. False when the host refused or ended.
+bool AwaitFrame(TKSession* session, TKAnswerRange range)
 {
     const TKUIComm* block = TKBlockOf(session);
     while (!session->receivedFrame) {
         if (TKReadStatus(block) == kTKUIStatusRequestFailed || TKHostTookItsBlock(session)) return false;
         session->platform->clock.sleepMs(kFrameWaitMs);
         const bool alive = TKHostIsAlive(session); // before the look: what it sent before its end is then waiting
-        if (TKCommWindowPoll(session, maximumBytes)) return false;
+        TKCommWindowPoll(session, range);
         if (!alive && !session->receivedFrame) return false;
     }
     return true;
@@ -319,26 +321,29 @@ void TKCommWindowClose(TKSession* session)
     session->frameChannel = {};
 }
 
-bool TKCommWindowPoll(TKSession* session, uint32_t maximumBytes)
+void TKCommWindowPoll(TKSession* session, TKAnswerRange range)
 {
-    if (session->frameChannel.handle == 0) return false;
+    if (session->frameChannel.handle == 0) return;
     const BPFrameChannelOps& ops = session->platform->frameChannel;
-    bool refused = false;
     for (uint32_t i = 0; i < kMessagesAPoll; ++i) {
         BPFrameMessage message = {};
-        if (ops.receive(&session->frameChannel, kFrameWord, maximumBytes, &message) != bpNoErr) break;
+        if (ops.receive(&session->frameChannel, kFrameWord, range.maximumBytes, &message) != bpNoErr) break;
         if (message.dataWord != kFrameWord) {
+            BPFree(message.bytes);
+            continue;
+        }
+        BPDebugLog("CommWindowEventProc: returning pixel buffer of %d bytes at 0x%08" PRIXPTR,
+                   static_cast<int>(message.byteCount), reinterpret_cast<uintptr_t>(message.bytes));
+        if (!message.bytes || message.byteCount < range.minimumBytes) {
+            if (range.maximumBytes != 0)
+                BPDebugLog("A frame of %u bytes does not fit the clip's frames\n", message.byteCount);
             BPFree(message.bytes);
             continue;
         }
         ForgetReceivedFrame(session);
         session->receivedFrame = message.bytes;
-        session->receivedBytes = message.bytes ? message.byteCount : 0;
-        BPDebugLog("CommWindowEventProc: returning pixel buffer of %d bytes at 0x%08" PRIXPTR,
-                   static_cast<int>(message.byteCount), reinterpret_cast<uintptr_t>(message.bytes));
-        refused = !message.bytes;
+        session->receivedBytes = message.byteCount;
     }
-    return refused;
 }
 
 BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteCount)
@@ -349,21 +354,19 @@ BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteC
     if (!block) return bpNoErr;
     if (TKReadOnce(block->hostProcessHigh) == 0 && TKReadOnce(block->hostProcessID) == 0) return bpNoErr;
     if (session->hostProcessHigh == 0 && session->hostProcessID == 0) return bpNoErr;
-    const uint32_t maximumBytes = LargestAnswer(session);
-    if (maximumBytes == 0) return bpNoErr;
+    const TKAnswerRange range = AnswersToTake(session);
+    if (range.maximumBytes == 0) return bpNoErr;
 
     std::memcpy(block->commWindowName, session->commWindowName, sizeof block->commWindowName);
     if (session->frameChannel.handle != 0) { // answers to older requests are answers to nothing
-        (void)TKCommWindowPoll(session, 0);
+        TKCommWindowPoll(session, {});
         session->platform->frameChannel.release(&session->frameChannel);
     }
     ForgetReceivedFrame(session);
     TKRecoveryFlush(session); // the wait may be long
     TKStoreStatus(block, kTKUIStatusRequestFrame);
-    if (!AwaitFrame(session, maximumBytes)) {
+    if (!AwaitFrame(session, range) && TKReadStatus(block) == kTKUIStatusRequestFailed)
         BPDebugLog("OCCB_GetClipFrame: host returned kTKUIStatusRequestFailed\n");
-        ForgetReceivedFrame(session);
-    }
     TKStoreStatus(block, kTKUIStatusUIRunning);
     // Only now: the end of the connection tells the host that its frame was taken and that status is 3.
     if (session->frameChannel.handle != 0) session->platform->frameChannel.release(&session->frameChannel);

@@ -63,9 +63,14 @@ bool TKHostIsAlive(const TKSession* session);
 BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block);
 void TKCommWindowClose(TKSession* session);
 
-/// Takes what waits in the channel; a frame replaces the one that nobody took. `maximumBytes` bounds a message. True
-/// when a message was refused although it claimed to be a frame.
-bool TKCommWindowPoll(TKSession* session, uint32_t maximumBytes);
+/// The sizes that a frame of the host may have. Without a maximum none is taken.
+struct TKAnswerRange {
+    uint32_t minimumBytes, maximumBytes;
+};
+
+/// Takes what waits in the channel; a frame replaces the one that nobody took. A message of another size, or one for
+/// which memory is short, is passed over.
+void TKCommWindowPoll(TKSession* session, TKAnswerRange range);
 
 /// Asks the host for the frame at frameTime and waits for it. *buffer is the frame, owned by the caller until BPFree, or
 /// null when the host has none. Returns bpNoErr always.

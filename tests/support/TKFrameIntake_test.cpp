@@ -357,14 +357,28 @@ TEST_F(TKFrameIntake, AShapeIsTakenOrRefusedByItself)
     };
     const auto none = static_cast<FBPixelFormat>(77);
     host_.Make();
-    for (const Case& c : {Case{8, 6, 32, pixFormatARGB8, 192}, Case{8, 6, 36, pixFormatARGB8, 212},
-                          Case{8, 6, 31, pixFormatARGB8, 0}, Case{8, 6, 33, pixFormatARGB8, 0},
-                          Case{8, 6, 34, pixFormatBGRA8, 0}, Case{8, 6, 66, pixFormatARGB16_32K, 394},
-                          Case{8, 6, 65, pixFormatARGB16_32K, 0}, Case{8, 6, 130, pixFormatRGBA32_Float, 0},
-                          Case{8, 6, 132, pixFormatYRGB32_Float, 788}, Case{0, 6, 32, pixFormatARGB8, 0},
-                          Case{8, 0, 32, pixFormatARGB8, 0}, Case{8, 6, 0, pixFormatARGB8, 0}, Case{8, 6, 32, none, 0},
-                          Case{65536, 1, 1u << 20, pixFormatARGB8, 0}, Case{65535, 2049, 1u << 20, pixFormatARGB8, 0},
-                          Case{65535, 2048, 0xFFFFFFFC, pixFormatARGB8, uint64_t{2047} * 0xFFFFFFFC + 262140},
+    for (const Case& c : {Case{8, 6, 32, pixFormatARGB8, 192},
+                          Case{8, 6, 36, pixFormatARGB8, 212},
+                          Case{8, 6, 31, pixFormatARGB8, 0},
+                          Case{8, 6, 33, pixFormatARGB8, 0},
+                          Case{8, 6, 34, pixFormatBGRA8, 0},
+                          Case{8, 6, 66, pixFormatARGB16_32K, 394},
+                          Case{8, 6, 65, pixFormatARGB16_32K, 0},
+                          Case{8, 6, 130, pixFormatRGBA32_Float, 0},
+                          Case{8, 6, 132, pixFormatYRGB32_Float, 788},
+                          Case{0, 6, 32, pixFormatARGB8, 0},
+                          Case{8, 0, 32, pixFormatARGB8, 0},
+                          Case{8, 6, 0, pixFormatARGB8, 0},
+                          Case{8, 6, 32, none, 0},
+                          Case{65536, 1, 1u << 20, pixFormatARGB8, 0},
+                          Case{65535, 2049, 1u << 20, pixFormatARGB8, 0},
+                          Case{65535, 2048, 0xFFFFFFFC, pixFormatARGB8, 0},
+                          Case{8, 1, 0x80000004, pixFormatARGB8, 0},
+                          Case{8, 1, 0x80000000, pixFormatARGB8, 32},
+                          Case{8, 2, 0x40000004, pixFormatARGB8, 0},
+                          Case{8, 2, 0x40000000, pixFormatARGB8, 0x40000020},
+                          Case{8, 1, 0x2AAAAAAC, pixFormatRGB16Planar, 0},
+                          Case{8, 1, 0x20000004, pixFormatRGBYPlanar_Float, 0},
                           Case{0x40000001, 1, 4, pixFormatARGB8, 0}}) {
         TKUIComm* block = host_.Block();
         block->frameWidth = c.width;
@@ -519,13 +533,16 @@ TEST_F(TKFrameIntake, AFailedRequestKeepsThePictureButShowsTheNewPosition)
 TEST_F(TKFrameIntake, AFrameThatIsTooShortKeepsThePicture)
 {
     Attach();
+    gBPFake.sleeps.clear();
     host_.serve = [](TKTestHost* host) {
         const std::vector<uint8_t> frame = host->Frame(9);
-        if (gBPFake.messages.empty()) BPFakeQueueMessage(9, frame.data(), static_cast<uint32_t>(frame.size() - 5));
+        if (gBPFake.sleeps.size() == 1) BPFakeQueueMessage(9, frame.data(), static_cast<uint32_t>(frame.size() - 5));
+        if (gBPFake.sleeps.size() == 4) host->Block()->status = kTKUIStatusRequestFailed;
     };
     TKLocate(session_, 500);
     EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
     EXPECT_EQ(TKLogCount("A frame of 211 bytes does not fit the clip's frames\n"), 1u);
+    EXPECT_EQ(gBPFake.sleeps.size(), 4u); // the wait went on
     EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
 }
 

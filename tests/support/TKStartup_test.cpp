@@ -450,7 +450,7 @@ TEST_F(TKStartupTest, AHostThatDiesWhileAttachedEndsTheApplicationAfterOK)
     ASSERT_EQ(StartUp(), tkStartRun);
     gBPFake.alive[kHostProcess] = false;
     TKStepFrames(session_, 1); // answered by nobody, and does not hang
-    EXPECT_TRUE(TKLogHas({"OCCB_GetClipFrame: host returned kTKUIStatusRequestFailed\n"}));
+    EXPECT_EQ(TKLogCount("host returned kTKUIStatusRequestFailed\n"), 0u);
     DoMenuCommand(session_, kTKCommandOK, nullptr);
     EXPECT_EQ(host_.Block()->settings.signature, kOCSettingsSignature);
     gBPFake.blocks.erase(kTKCommBlockName);

@@ -397,7 +397,7 @@ TEST_F(TKCallback, StatusElevenGivesNoFrame)
     EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
 }
 
-TEST_F(TKCallback, AHostThatDiesWhileAFrameIsAwaitedCountsAsEleven)
+TEST_F(TKCallback, AHostThatDiesWhileAFrameIsAwaitedEndsTheRequest)
 {
     for (const bool reaped : {false, true}) {
         Attach();
@@ -416,7 +416,7 @@ TEST_F(TKCallback, AHostThatDiesWhileAFrameIsAwaitedCountsAsEleven)
         EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &byteCount), bpNoErr);
         EXPECT_EQ(buffer, nullptr);
         EXPECT_EQ(gBPFake.sleeps.size(), 4u);
-        EXPECT_EQ(TKLogCount("kTKUIStatusRequestFailed\n"), 1u);
+        EXPECT_EQ(TKLogCount("kTKUIStatusRequestFailed\n"), 0u); // it said nothing of the kind
         host_ = {};
         TearDown();
         SetUp();
@@ -492,41 +492,99 @@ TEST_F(TKCallback, AnOldAnswerIsNoAnswer)
     BPFree(buffer);
 }
 
-TEST_F(TKCallback, AMessageThatLiesAboutItsSizeCountsAsEleven)
+TEST_F(TKCallback, AnAnswerThatCannotBeUsedLeavesTheRequestPending)
 {
-    for (const bool large : {false, true}) {
+    constexpr uint32_t spare = 1u << 20;
+    struct Case {
+        uint32_t byteCount, claimed; // claimed 216 with other bytes: the message lies
+        bool rightAnswerFollows;
+    };
+    for (const Case& c : {Case{212 + spare + 1, 212 + spare + 1, true}, Case{212 + spare + 1, 212 + spare + 1, false},
+                          Case{211, 211, true}, Case{211, 211, false}, Case{20, 216, true}, Case{20, 216, false}}) {
         Attach();
-        static bool tooLarge;
-        tooLarge = large;
+        gBPFake.sleeps.clear();
+        static Case now;
+        now = c;
         host_.serve = [](TKTestHost* host) {
-            const std::vector<uint8_t> bytes(tooLarge ? host->FrameBytes() + 1 : 20);
-            gBPFake.messages.push_back(
-                {.dataWord = 9, .byteCount = static_cast<uint32_t>(tooLarge ? bytes.size() : 216), .bytes = bytes});
+            if (gBPFake.sleeps.size() == 2)
+                gBPFake.messages.push_back(
+                    {.dataWord = 9, .byteCount = now.claimed, .bytes = std::vector<uint8_t>(now.byteCount)});
+            if (gBPFake.sleeps.size() < 5) return;
+            if (now.rightAnswerFollows)
+                host->SendFrames();
+            else
+                host->Block()->status = kTKUIStatusRequestFailed;
         };
         uint8_t* buffer = nullptr;
         uint32_t byteCount = 0;
         EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &byteCount), bpNoErr);
-        EXPECT_EQ(buffer, nullptr);
-        EXPECT_EQ(byteCount, 0u);
-        EXPECT_EQ(TKLogCount("kTKUIStatusRequestFailed\n"), 1u);
+        EXPECT_EQ(buffer != nullptr, c.rightAnswerFollows) << c.byteCount;
+        EXPECT_EQ(byteCount, c.rightAnswerFollows ? 216u : 0u);
+        EXPECT_EQ(gBPFake.sleeps.size(), 5u);
+        EXPECT_EQ(TKLogCount("kTKUIStatusRequestFailed\n"), c.rightAnswerFollows ? 0u : 1u);
+        EXPECT_EQ(TKLogCount(" does not fit the clip's frames\n"), 1u);
         EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+        BPFree(buffer);
         host_ = {};
         TearDown();
         SetUp();
     }
 }
 
-TEST_F(TKCallback, WithoutMemoryForTheAnswerTheRequestFails)
+TEST_F(TKCallback, AFrameThatIsLongerThanNeededIsTaken)
+{
+    for (const uint32_t size : {212u, 213u, 216u, 252u, 212u + (1u << 20)}) {
+        Attach();
+        static uint32_t byteCount;
+        byteCount = size;
+        host_.serve = [](TKTestHost* host) {
+            std::vector<uint8_t> bytes = host->Frame(7);
+            bytes.resize(byteCount);
+            BPFakeQueueMessage(9, bytes.data(), byteCount);
+        };
+        uint8_t* buffer = nullptr;
+        uint32_t taken = 0;
+        EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &taken), bpNoErr);
+        ASSERT_NE(buffer, nullptr) << size;
+        EXPECT_EQ(taken, size);
+        EXPECT_EQ(std::memcmp(buffer, host_.Frame(7).data(), 212), 0);
+        BPFree(buffer);
+        host_ = {};
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKCallback, AnUnusableAnswerLeavesTheGoodOneBeforeItAlone)
 {
     Attach();
+    host_.serve = [](TKTestHost* host) {
+        const std::vector<uint8_t> good = host->Frame(50);
+        BPFakeQueueMessage(9, good.data(), static_cast<uint32_t>(good.size()));
+        BPFakeQueueMessage(9, good.data(), 100);
+    };
+    uint8_t* buffer = nullptr;
+    uint32_t byteCount = 0;
+    EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &byteCount), bpNoErr);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(byteCount, 216u);
+    BPFree(buffer);
+}
+
+TEST_F(TKCallback, WithoutMemoryForTheAnswerTheNextOneIsAwaited)
+{
+    Attach();
+    gBPFake.sleeps.clear();
     host_.serve = [](TKTestHost* host) { host->SendFrames(); };
     BPFailAllocation(1);
     uint8_t* buffer = nullptr;
     uint32_t byteCount = 0;
     EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &byteCount), bpNoErr);
     BPFailAllocation(0);
-    EXPECT_EQ(buffer, nullptr);
+    EXPECT_NE(buffer, nullptr);
+    EXPECT_EQ(gBPFake.sleeps.size(), 2u);
     EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+    BPFree(buffer);
 }
 
 TEST_F(TKCallback, GeometryThatTurnsBadAfterTheAttachAsksForNothing)
