@@ -3,6 +3,7 @@
 
 #include "src/OCHistogram.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -86,27 +87,29 @@ OCTrim OCTrimBins(const uint32_t* bins, uint32_t binCount, uint64_t count)
     return trim;
 }
 
-void OCAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim)
+bool OCAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim)
 {
     const FrameHistogram histogram(frame);
-    if (!histogram.counted) return;
+    if (!histogram.counted) return false;
     SetEnds(&settings->levels[0], histogram.set.lumaBins, TrimCount(*frame, static_cast<double>(autoLumaTrim)));
+    return true;
 }
 
-void OCAutoColor(const FBFrame* frame, OCSettings* settings)
+bool OCAutoColor(const FBFrame* frame, OCSettings* settings)
 {
     const FrameHistogram histogram(frame);
-    if (!histogram.counted) return;
+    if (!histogram.counted) return false;
     for (uint32_t c = 0; c < kChannels; ++c) {
         SetEnds(&settings->levels[c + 1], histogram.Channel(c), TrimCount(*frame, kOCColorTrim));
         settings->levels[c + 1].ingraypt = kNeutralGray;
     }
+    return true;
 }
 
-void OCBalanceGamma(const FBFrame* frame, OCSettings* settings)
+bool OCBalanceGamma(const FBFrame* frame, OCSettings* settings)
 {
     const FrameHistogram histogram(frame);
-    if (!histogram.counted) return;
+    if (!histogram.counted) return false;
     float mean[kChannels], ratio[kChannels];
     for (uint32_t c = 0; c < kChannels; ++c) {
         const OCBinStatistics bins = OCMeasureBins(histogram.Channel(c), kOCHistogramBins);
@@ -118,18 +121,22 @@ void OCBalanceGamma(const FBFrame* frame, OCSettings* settings)
         const float gray = GrayOf(ExponentOf(block) / ratio[c]);
         block.ingraypt = (block.inwhitept - block.inblackpt) * gray + block.inblackpt;
     }
+    return true;
 }
 
 uint32_t OCRunAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim)
 {
-    OCAutoExposure(frame, settings, autoLumaTrim);
-    return kOCResetLevels;
+    return OCAutoExposure(frame, settings, autoLumaTrim) ? kOCResetLevels : 0;
 }
 
 uint32_t OCRunAutoColor(const FBFrame* frame, OCSettings* settings)
 {
-    for (uint32_t c = 0; c < kChannels; ++c) settings->levels[c + 1].ingraypt = kNeutralGray;
-    OCAutoColor(frame, settings);
-    OCBalanceGamma(frame, settings);
+    OCLevelsBlock before[kChannels];
+    std::copy_n(settings->levels + 1, kChannels, before);
+    if (!OCAutoColor(frame, settings)) return 0; // it sets the gray points too
+    if (!OCBalanceGamma(frame, settings)) {
+        std::copy_n(before, kChannels, settings->levels + 1);
+        return 0;
+    }
     return kOCResetLevels << 1 | kOCResetLevels << 2 | kOCResetLevels << 3;
 }

@@ -17,19 +17,20 @@ inline constexpr double kOCColorTrim = 0.0007;
 /// frame          the source frame
 /// autoLumaTrim   share of pixels given up at each end, the preference "Auto Luma Trim"; a NaN or less than 0 counts as 0
 ///
-/// Thread: main.
-void OCAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim);
+/// Returns false when nothing could be counted: the settings are as they were.   Thread: main.
+bool OCAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim);
 
 /// Sets `inblackpt` and `inwhitept` of the red, green and blue block to the ends of the channel's histogram, and
-/// `ingraypt` to 0.5.   Thread: main.
-void OCAutoColor(const FBFrame* frame, OCSettings* settings);
+/// `ingraypt` to 0.5. Returns false when nothing could be counted: the settings are as they were.   Thread: main.
+bool OCAutoColor(const FBFrame* frame, OCSettings* settings);
 
 /// Moves `ingraypt` of the red, green and blue block so that the channels' means meet the largest one. When the two
-/// largest means are equal the exponents stay.   Thread: main.
-void OCBalanceGamma(const FBFrame* frame, OCSettings* settings);
+/// largest means are equal the exponents stay. Returns false when nothing could be counted: the settings are as they were.
+/// Thread: main.
+bool OCBalanceGamma(const FBFrame* frame, OCSettings* settings);
 
 /// The command "Auto Exposure" without undo, controls and picture: OCAutoExposure. Returns the tool mask of the groups
-/// that were written, for UpdateAllControls.   Thread: main.
+/// that were written, for UpdateAllControls; 0 when nothing could be counted, and nothing was written.   Thread: main.
 uint32_t OCRunAutoExposure(const FBFrame* frame, OCSettings* settings, float autoLumaTrim);
 
 /// The command "Auto Color", likewise: the three gray points to 0.5, OCAutoColor, OCBalanceGamma.   Thread: main.

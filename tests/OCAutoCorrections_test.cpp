@@ -373,18 +373,42 @@ TEST_F(OCAuto, SwitchesStayAsTheyAre)
 TEST_F(OCAuto, WithoutMemoryNothingHappensAndNothingIsSaid)
 {
     const FramePtr frame = FrameOf(10, 10, [](uint32_t) { return Code{200, 100, 50}; });
-    using Step = void (*)(const FBFrame*, OCSettings*);
-    const Step steps[] = {[](const FBFrame* f, OCSettings* s) { OCAutoExposure(f, s, 0.001f); }, OCAutoColor,
+    using Step = bool (*)(const FBFrame*, OCSettings*);
+    const Step steps[] = {[](const FBFrame* f, OCSettings* s) { return OCAutoExposure(f, s, 0.001f); }, OCAutoColor,
                           OCBalanceGamma};
     for (Step step : steps) {
         OCSettings after = grade;
         LogCatch log;
         BPFailAllocation(1);
-        step(frame.get(), &after);
+        EXPECT_FALSE(step(frame.get(), &after));
         BPFailAllocation(0);
         EXPECT_TRUE(Changed(grade, after).empty());
         EXPECT_EQ(log.Text(), "");
         EXPECT_TRUE(log.reports.empty());
+    }
+}
+
+TEST_F(OCAuto, ACommandThatLacksMemoryAnywhereChangesNothing)
+{
+    const FramePtr frame = FrameOf(10, 10, [](uint32_t) { return Code{200, 100, 50}; });
+    for (uint32_t i = 0; i < 4; ++i) grade.levels[i].ingraypt = 0.3f;
+    using Command = uint32_t (*)(const FBFrame*, OCSettings*);
+    const Command commands[] = {[](const FBFrame* f, OCSettings* s) { return OCRunAutoExposure(f, s, 0.001f); },
+                                OCRunAutoColor};
+    for (Command command : commands) {
+        uint64_t failures = 0;
+        for (;;) {
+            OCSettings after = grade;
+            BPFailAllocation(failures + 1);
+            const uint32_t written = command(frame.get(), &after);
+            const bool failed = BPAllocationCount() > failures;
+            BPFailAllocation(0);
+            EXPECT_EQ(written == 0, failed) << failures;
+            EXPECT_EQ(Changed(grade, after).empty(), failed) << failures;
+            if (!failed) break;
+            ++failures;
+        }
+        EXPECT_GE(failures, 1u);
     }
 }
 

@@ -44,8 +44,11 @@ uint32_t TKVirtualKey(const QKeyEvent& event)
     case Qt::Key_Backtab: return kTKKeyTab;
     case Qt::Key_Escape: return kTKKeyEscape;
     case Qt::Key_Backspace: return kTKKeyBack;
-    default: return KeyByPlace(event.nativeScanCode());
+    default: break;
     }
+    // A sign of a Latin layout that stands where others have a letter is that sign; only digits go by their place.
+    const uint32_t byPlace = KeyByPlace(event.nativeScanCode());
+    return key > 0 && key < 0x80 && byPlace >= 'A' ? 0 : byPlace;
 }
 
 uint32_t TKModifiersOf(Qt::KeyboardModifiers modifiers)

@@ -7,7 +7,7 @@
 #include <QWidget>
 
 /// The virtual key code of an event, or 0 for a key that the logic does not know. On a layout without Latin letters the
-/// place of the key tells the letter.
+/// place of the key tells the letter, and on one with signs in the row of digits the digit.
 uint32_t TKVirtualKey(const QKeyEvent& event);
 
 /// Shift, control and alt of an event, without caps lock.

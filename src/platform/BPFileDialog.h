@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 /// A kind of file that a dialog offers.
@@ -30,6 +31,8 @@ struct BPFileDialogOps {
     /// A file that may be written: whether an old one is replaced has been asked.
     bool (*save)(const BPFileQuestion& question, std::string* path);
 
-    /// A line of text; the suggestion is selected. The name may be empty.
-    bool (*askName)(const char* title, const char* suggestion, std::string* name);
+    /// A line of text; the suggestion is selected. The name may be empty. `h` and `v` are the place of the window on the
+    /// desktop: it opens there when a screen is there, else, and with -1, centred on its parent. Where it was left is
+    /// stored, cancelled or not; a window system that tells no places leaves them alone.
+    bool (*askName)(const char* title, const char* suggestion, int32_t* h, int32_t* v, std::string* name);
 };

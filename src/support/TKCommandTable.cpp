@@ -1,13 +1,13 @@
 // The command table: every number with its text, key, rule and function.
 //
-// A command whose tool is not here yet has no function: it does nothing, and TKSilentCommands lists it. When the tool
-// comes, its row gets the function and nothing else has to change.
+// A command whose tool is not here yet has no function, or asks by its rule for a layout that the window does not have:
+// it does nothing, and TKSilentCommands lists it. When the tool comes, its row gets the function, or the window the
+// layout, and nothing else has to change.
 #include "src/support/TKCommandActions.h"
 #include "src/support/TKLUTCommands.h"
 
 #include <algorithm>
 #include <array>
-#include <vector>
 
 namespace {
 
@@ -54,7 +54,7 @@ constexpr TKCommandRow kCommands[] = {
     Hidden(4, 4, kTKCommits, TKRunResetGroup),
     Hidden(5, 5, kBoth, TKRunLoadSettings), // of a pane
     Hidden(6, 6, kTKStopsPreview, TKRunSaveSettings),
-    Hidden(7, 7, 0, TKRunLoadCurves),
+    Hidden(7, 7, kTKCommits, TKRunLoadCurves),
     Hidden(8, 8, 0, TKRunSaveCurves),
     Hidden(14, 14, kTKCommits, TKRunAutoExposure),
     Hidden(15, 15, kTKCommits, TKRunAutoColor),
@@ -142,16 +142,17 @@ const TKCommandRow* TKFindCommand(uint32_t commandID)
     return nullptr;
 }
 
-std::span<const TKCommandRange> TKSilentCommands()
+bool TKCommandIsSilent(const TKSession* session, const TKCommandRow& row)
 {
-    // Not a constant: builds with a sanitizer cannot ask when compiled whether a function is there.
-    static const std::vector<TKCommandRange> ranges = [] {
-        std::vector<TKCommandRange> silent;
-        for (const TKCommandRow& row : kCommands)
-            if (!row.run) silent.push_back({row.first, row.last});
-        return silent;
-    }();
-    return ranges;
+    return !row.run || (row.enabled == tkEnabledWithViews && !session->ui.showViewMode);
+}
+
+std::vector<TKCommandRange> TKSilentCommands(const TKSession* session)
+{
+    std::vector<TKCommandRange> silent;
+    for (const TKCommandRow& row : kCommands)
+        if (TKCommandIsSilent(session, row)) silent.push_back({row.first, row.last});
+    return silent;
 }
 
 std::span<const TKAccelerator> TKAccelerators()

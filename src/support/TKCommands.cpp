@@ -36,12 +36,13 @@ void SetViewMode(TKSession* session, uint32_t mode)
 }
 
 /// An automatic correction of the Levels blocks from `first` up to `end` as one undo step. The blocks are switched on,
-/// as an edit by hand would, so that what was found is seen.
+/// as an edit by hand would, so that what was found is seen. A frame of which nothing can be counted leaves a step
+/// without a change.
 template <class Find> void AutoLevels(TKSession* session, uint32_t first, uint32_t end, Find find)
 {
     if (!session->sourceFrame) return;
     TKChangeAsOneStep(session, [&](OCSettings* settings) {
-        find(settings);
+        if (find(settings) == 0) return;
         settings->levelsOn = 1;
         for (uint32_t block = first; block < end; ++block) settings->levels[block].on = 1;
     });
@@ -52,7 +53,7 @@ template <class Find> void AutoLevels(TKSession* session, uint32_t first, uint32
 void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource* source)
 {
     const TKCommandRow* row = TKFindCommand(commandID);
-    if (!row || !row->run) return;
+    if (!row || TKCommandIsSilent(session, *row)) return;
     if (row->before & kTKStopsPreview) TKPreviewOff(session);
     if (row->before & kTKFocusesMain) TK_UI(session, focusMainWindow);
     if (row->before & kTKCommits) (void)CommitOpenEdit(session, true);
@@ -63,13 +64,13 @@ void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource
 bool TKCommandIsEnabled(const TKSession* session, uint32_t commandID)
 {
     const TKCommandRow* row = TKFindCommand(commandID);
-    if (!row || !row->run) return false;
+    if (!row || TKCommandIsSilent(session, *row)) return false;
     switch (row->enabled) {
-    case tkEnabledAlways: return true;
     case tkEnabledWithUndo: return UndoCanStepBack(session->undoRing);
     case tkEnabledWithRedo: return UndoCanStepForward(session->undoRing);
     case tkEnabledWithPaste: return session->sourceFrame && session->platform->clipboard.has(kTKSettingsFormat);
-    case tkEnabledWithViews: return session->ui.showViewMode != nullptr;
+    case tkEnabledAlways:
+    case tkEnabledWithViews: return true; // without them it is silent
     }
     return false;
 }
@@ -236,14 +237,14 @@ void TKRunPaste(TKSession* session, const TKCommandSource*)
 void TKRunAutoExposure(TKSession* session, const TKCommandSource*)
 {
     AutoLevels(session, 0, 1, [session](OCSettings* settings) {
-        (void)OCRunAutoExposure(session->sourceFrame, settings, session->prefs.autoLumaTrim);
+        return OCRunAutoExposure(session->sourceFrame, settings, session->prefs.autoLumaTrim);
     });
 }
 
 void TKRunAutoColor(TKSession* session, const TKCommandSource*)
 {
     AutoLevels(session, 1, 4,
-               [session](OCSettings* settings) { (void)OCRunAutoColor(session->sourceFrame, settings); });
+               [session](OCSettings* settings) { return OCRunAutoColor(session->sourceFrame, settings); });
 }
 
 void TKRunAbout(TKSession* session, const TKCommandSource*)

@@ -4,6 +4,8 @@
 #include "src/support/TKKeys.h"
 #include "src/support/TKSession.h"
 
+#include <vector>
+
 enum : uint32_t {
     kTKCommandResetPane = 3,
     kTKCommandResetGroup = 4,
@@ -76,9 +78,13 @@ struct TKCommandRange {
     uint32_t first, last;
 };
 
-/// The one list of what is still to come: commands whose tools are not here yet. They do nothing, and their menu items
-/// are disabled. Numbers in no row of the table do nothing either.
-std::span<const TKCommandRange> TKSilentCommands();
+/// Whether the tool of a command is not here yet: its row has no function, or the window has only one layout and the
+/// command would choose one.
+bool TKCommandIsSilent(const TKSession* session, const TKCommandRow& row);
+
+/// The one list of what is still to come, in order: the silent commands. They do nothing, and their menu items are
+/// disabled. Numbers in no row of the table do nothing either.
+std::vector<TKCommandRange> TKSilentCommands(const TKSession* session);
 
 /// Carries out a command; `source` may be null. An unknown number does nothing.
 void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource* source);

@@ -226,23 +226,25 @@ void PrefsSetDefaults(TKPreferences* record, const BPPlatform& platform)
     record->dialogMode = record->externalPreviewMode;
 }
 
-void PrefsRead(TKPreferences* record, const BPPlatform& platform)
+BPStatus PrefsRead(TKPreferences* record, const BPPlatform& platform)
 {
     PrefsSetDefaults(record, platform);
     const BPKeyedStoreOps& ops = platform.keyedStore;
     BPKeyedStore store = {};
     if (BPStatus err = ops.open(kTKPreferencesStore, &store); err != bpNoErr) {
         BPDebugLog("PrefsRead: the store cannot be opened, error %d; the defaults are in force\n", err);
-        return;
+        return err == bpFileNotFoundErr ? bpNoErr : err;
     }
     // One step: two processes that start at once do not see each other's half-filled store. A store that only can be
     // read is read, and nothing is written back.
     const BPStatus begun = ops.begin(&store);
+    BPStatus unread = bpNoErr;
     for (const TKPreferenceRow& row : TKPreferenceRows()) {
         const BPStatus err = ReadRow(record, row, ops, &store);
         if (err == bpNotFoundErr && begun == bpNoErr) (void)WriteRow(*record, row, ops, &store);
         if (err == bpNoErr || err == bpNotFoundErr) continue;
         // Each further value would wait as long as this one did.
+        unread = err;
         BPDebugLog("PrefsRead: \"%s\" cannot be read, error %d; what follows has its default\n", row.name, err);
         break;
     }
@@ -251,6 +253,7 @@ void PrefsRead(TKPreferences* record, const BPPlatform& platform)
     ops.close(&store);
     PrefsDeriveUndoDepth(record);
     PrefsDeriveVideoRange(record);
+    return unread;
 }
 
 BPStatus PrefsWrite(const TKPreferences& record, const BPPlatform& platform)

@@ -98,8 +98,10 @@ void PrefsSetDefaults(TKPreferences* record, const BPPlatform& platform);
 
 /// Sets the defaults, then reads every value that the store has and writes back those that are missing. A store that
 /// cannot be opened leaves the defaults; one that fails while it is read leaves them to the values not yet read; one
-/// that only can be read is read. The log tells each.   Thread: main.
-void PrefsRead(TKPreferences* record, const BPPlatform& platform);
+/// that only can be read is read. The log tells each. Returns the first error of opening and reading; a missing value is
+/// none, nor is a store that nobody has made yet. After an error the record is not what the user has stored, and
+/// writing it would destroy that.   Thread: main.
+BPStatus PrefsRead(TKPreferences* record, const BPPlatform& platform);
 
 /// Writes every value, all or none: after an error, which the log tells too, the store holds what it held.
 /// Thread: main.

@@ -154,7 +154,8 @@ struct TKSession {
 
     // Interface.
     TKPreferences prefs;
-    bool prefsReset; ///< shift and control were held at the start
+    bool prefsReset;  ///< shift and control were held at the start
+    bool prefsUnread; ///< the store could not be read at the start: `prefs` is not what the user has stored
     TKPalette palette;
     TKControls controls;
     int32_t imagePaneMode; ///< -1 before the panes exist

@@ -134,6 +134,7 @@ void ASCCDL_SaveDialog(TKSession* session, const OCSettings& settings)
 
 BPStatus TKApplySettingsFile(TKSession* session, const char* path)
 {
+    (void)CommitOpenEdit(session, true);
     OCSettings loaded = session->liveSettings;
     if (const BPStatus err = TKLoadSettings(session, path, &loaded); err != bpNoErr) return err;
     if (session->quitting) return bpNoErr;
@@ -190,6 +191,10 @@ void TKRunSaveUserPreset(TKSession* session, const TKCommandSource*)
 {
     (void)BPMakeFolder(TKUserPresetFolder());
     std::string name;
-    if (!session->platform->fileDialog.askName("User Preset Name", "Saved Settings", &name) || name.empty()) return;
+    if (!session->platform->fileDialog.askName("User Preset Name", "Saved Settings",
+                                               &session->prefs.userPresetNameWindowH,
+                                               &session->prefs.userPresetNameWindowV, &name) ||
+        name.empty())
+        return;
     if (TKSaveUserPreset(session, name) != bpNoErr) session->platform->alert.beep();
 }

@@ -16,6 +16,7 @@ namespace {
 
 constexpr uint32_t kShortSplashTicks = 30, kLongSplashTicks = 60;
 constexpr uint32_t kScanWaitMs = 500;
+constexpr int32_t kLastSettingsTab = 8; // "Limiting"
 
 void Wait(const TKSession* session, uint32_t ticks)
 {
@@ -56,7 +57,7 @@ void ReadPreferences(TKSession* session)
     if (session->prefsReset)
         PrefsSetDefaults(&session->prefs, *session->platform);
     else
-        PrefsRead(&session->prefs, *session->platform);
+        session->prefsUnread = PrefsRead(&session->prefs, *session->platform) != bpNoErr;
 }
 
 bool ScreenIsLargeEnough(const TKSession* session)
@@ -79,11 +80,16 @@ void ShowEverything(TKSession* session)
     TK_UI(session, refreshResult, true);
 }
 
+/// The tab that a preference names. Whatever number the store holds, one of the tabs from `first` to `last` comes out.
+int32_t TabOf(uint32_t preference, int32_t first, int32_t last)
+{
+    return std::clamp(static_cast<int32_t>(preference - 1), first, last);
+}
+
 BPStatus BuildMainWindow(TKSession* session)
 {
-    session->settingsTab = static_cast<int32_t>(session->prefs.settingsPaneDefault) - 1;
-    session->imagePaneMode = std::clamp<int32_t>(static_cast<int32_t>(session->prefs.rightPaneDefault) - 1,
-                                                 tkImageResult, tkImageLumaRanges);
+    session->settingsTab = TabOf(session->prefs.settingsPaneDefault, 0, kLastSettingsTab);
+    session->imagePaneMode = TabOf(session->prefs.rightPaneDefault, tkImageResult, tkImageLumaRanges);
     session->transport[kTKTransportLeft].visible = true;
     if (session->ui.buildMainWindow)
         if (BPStatus err = session->ui.buildMainWindow(session->ui.context, session); err != bpNoErr) return err;
@@ -179,7 +185,7 @@ void GoResident(TKSession* session, uint32_t command)
 
 void Quit(TKSession* session)
 {
-    (void)PrefsWrite(session->prefs, *session->platform);
+    TKWritePreferences(session);
     HandBack(session);
     TKCloseCommBlock(session);
     session->quitting = true;
@@ -212,6 +218,14 @@ void TKSplashText(uint32_t step, uint32_t processors, char* text, uint32_t lengt
         std::snprintf(text, length, processors < 2 ? "%u processor found" : "%u processors found", processors);
     else
         std::snprintf(text, length, "%s", step < std::size(texts) ? texts[step] : "");
+}
+
+void TKWritePreferences(TKSession* session)
+{
+    if (session->prefsUnread)
+        BPDebugLog("The preferences could not be read at the start and are left as they are\n");
+    else
+        (void)PrefsWrite(session->prefs, *session->platform);
 }
 
 TKStartResult TKStartUp(TKSession* session)

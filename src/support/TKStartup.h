@@ -19,6 +19,10 @@ TKStartResult TKStartUp(TKSession* session);
 /// The text of a splash step; steps without a text give an empty one. `processors` counts for step 3.
 void TKSplashText(uint32_t step, uint32_t processors, char* text, uint32_t length);
 
+/// Stores the preferences when the process quits. A store that could not be read at the start keeps what it holds, which
+/// the log tells: defaults would take its place.
+void TKWritePreferences(TKSession* session);
+
 /// The 10 ms tick.
 void TKTick(TKSession* session);
 

@@ -7,6 +7,7 @@
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 #include "src/support/TKRecovery.h"
+#include "src/support/TKStartup.h"
 
 #include <algorithm>
 #include <atomic>
@@ -256,7 +257,7 @@ bool TKTakeSettingsFromBlock(TKSession* session)
 
 void TKDetachAndQuit(TKSession* session)
 {
-    (void)PrefsWrite(session->prefs, *session->platform);
+    TKWritePreferences(session);
     if (TKUIComm* block = TKBlockOf(session)) TKSwapCommBlock(session, block);
     TKCloseCommBlock(session);
     session->quitting = true;

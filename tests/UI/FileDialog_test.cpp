@@ -142,12 +142,51 @@ TEST_F(FileDialogTest, ANameIsAskedForWithItsSuggestionSelected)
         QTest::keyClick(edit, Qt::Key_Return);
     });
     std::string name;
-    EXPECT_TRUE(ops_.askName("User Preset Name", "Saved Settings", &name));
+    int32_t h = -1, v = -1;
+    EXPECT_TRUE(ops_.askName("User Preset Name", "Saved Settings", &h, &v, &name));
     EXPECT_TRUE(seen_);
     EXPECT_EQ(name, "Night");
     Next<QInputDialog>([](QInputDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-    EXPECT_FALSE(ops_.askName("User Preset Name", "Saved Settings", &name));
+    EXPECT_FALSE(ops_.askName("User Preset Name", "Saved Settings", &h, &v, &name));
     EXPECT_EQ(name, "");
+}
+
+TEST_F(FileDialogTest, TheNameWindowOpensWhereItWasLeft)
+{
+    std::string name;
+    int32_t h = 310, v = 120;
+    Next<QInputDialog>([](QInputDialog* dialog) {
+        EXPECT_EQ(dialog->pos(), QPoint(310, 120));
+        dialog->move(350, 90);
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    EXPECT_FALSE(ops_.askName("User Preset Name", "Saved Settings", &h, &v, &name));
+    EXPECT_EQ(QPoint(h, v), QPoint(350, 90));
+    Next<QInputDialog>([](QInputDialog* dialog) {
+        EXPECT_EQ(dialog->pos(), QPoint(350, 90));
+        dialog->move(20, 30);
+        QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
+    });
+    EXPECT_TRUE(ops_.askName("User Preset Name", "Saved Settings", &h, &v, &name));
+    EXPECT_EQ(QPoint(h, v), QPoint(20, 30));
+}
+
+TEST_F(FileDialogTest, ANameWindowThatNoScreenWouldShowOpensCentred)
+{
+    std::string name;
+    for (const QPoint& place : {QPoint(-1, -1), QPoint(-1, 40), QPoint(40, -1), QPoint(90000, 40), QPoint(40, -90000),
+                                QPoint(INT32_MAX, INT32_MIN)}) {
+        QPoint seen;
+        Next<QInputDialog>([&](QInputDialog* dialog) {
+            seen = dialog->pos();
+            QTest::keyClick(dialog, Qt::Key_Escape);
+        });
+        int32_t h = place.x(), v = place.y();
+        EXPECT_FALSE(ops_.askName("User Preset Name", "Saved Settings", &h, &v, &name));
+        EXPECT_NE(QGuiApplication::screenAt(seen), nullptr) << place.x() << ' ' << place.y();
+        EXPECT_GT(seen.x(), 100);
+        EXPECT_EQ(QPoint(h, v), seen);
+    }
 }
 
 } // namespace

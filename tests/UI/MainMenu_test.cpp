@@ -365,3 +365,14 @@ TEST(Keys, TheirPlaceTellsLettersThatTheLayoutDoesNotHave)
     EXPECT_EQ(keyAt(0x0427, 0), 0u);
     EXPECT_EQ(keyAt(Qt::Key_F9, 75), 0u);
 }
+
+TEST(Keys, ASignThatStandsInThePlaceOfALetterIsNotThatLetter)
+{
+    const auto keyAt = [](int key, quint32 place) {
+        return TKVirtualKey(QKeyEvent(QEvent::KeyPress, key, Qt::ControlModifier, place, 0, 0));
+    };
+    EXPECT_EQ(keyAt(Qt::Key_Apostrophe, 24), 0u); // Dvorak: not Exit
+    EXPECT_EQ(keyAt(Qt::Key_Semicolon, 52), 0u);  // nor Undo
+    EXPECT_EQ(keyAt(Qt::Key_Comma, 25), 0u);
+    EXPECT_EQ(keyAt(Qt::Key_Minus, 15), static_cast<uint32_t>('6')); // a French keyboard
+}

@@ -381,6 +381,54 @@ TEST_F(BPKeyedStoreOnLinux, DamagedFilesArePutAside)
     ExpectReplaced(5, ReadWhole(File()));
 }
 
+TEST_F(BPKeyedStoreOnLinux, ATableWithAnotherNumberOfColumnsIsPutAside)
+{
+    int number = 0;
+    for (const char* more : {", more TEXT NOT NULL", ", more TEXT"}) {
+        unlink(File().c_str());
+        BPKeyedStore store = Open(); // makes the folder
+        Ops().close(&store);
+        ASSERT_EQ(unlink(File().c_str()), 0);
+        ASSERT_TRUE(Sql("CREATE TABLE value (name TEXT NOT NULL PRIMARY KEY, kind INTEGER NOT NULL, content NOT NULL" +
+                        std::string(more) + ")"));
+        ExpectReplaced(++number, ReadWhole(File()));
+    }
+}
+
+TEST_F(BPKeyedStoreOnLinux, AValueTooBigForMemoryIsNoValueAndIsReplacedByTheNextWrite)
+{
+    BPKeyedStore store = Open();
+    const std::vector<uint8_t> slot(33556, 7);
+    ASSERT_EQ(Ops().writeBlock(&store, "slot", slot.data(), 33556), bpNoErr);
+    ASSERT_TRUE(Sql("INSERT INTO value VALUES ('a', 2, CAST(zeroblob(8000000) AS TEXT)), ('b', 3, zeroblob(8000000)),"
+                    "('c', 1, zeroblob(1048577))"));
+    const auto check = [&] {
+        char text[8] = "as it w";
+        uint32_t value = 77, size = 77;
+        EXPECT_EQ(Ops().readString(&store, "a", text, sizeof text), bpNotFoundErr);
+        EXPECT_STREQ(text, "as it w");
+        EXPECT_EQ(Ops().readBlock(&store, "b", text, sizeof text, &size), bpNotFoundErr);
+        EXPECT_EQ(size, 77u);
+        EXPECT_EQ(Ops().readNumber(&store, "c", &value), bpNotFoundErr);
+        EXPECT_EQ(value, 77u);
+    };
+    check();
+    Ops().close(&store);
+    sqlite3_memory_highwater(1);
+    store = Open();
+    check();
+    EXPECT_LT(sqlite3_memory_highwater(0), 3 << 20);
+    std::vector<uint8_t> found(33556);
+    uint32_t size = 0;
+    EXPECT_EQ(Ops().readBlock(&store, "slot", found.data(), 33556, &size), bpNoErr);
+    EXPECT_EQ(found, slot);
+    EXPECT_EQ(Ops().writeString(&store, "a", "text"), bpNoErr);
+    char text[8];
+    EXPECT_EQ(Ops().readString(&store, "a", text, sizeof text), bpNoErr);
+    EXPECT_STREQ(text, "text");
+    Ops().close(&store);
+}
+
 TEST_F(BPKeyedStoreOnLinux, EmptyFileIsANewStore)
 {
     BPKeyedStore store = Open();

@@ -59,7 +59,10 @@ TEST_F(BPPlatformTable, WithoutAWindowSystemTheLogSpeaks)
     EXPECT_FALSE(platform_.fileDialog.open(question, &answer));
     EXPECT_EQ(answer, "");
     EXPECT_FALSE(platform_.fileDialog.save(question, &answer));
-    EXPECT_FALSE(platform_.fileDialog.askName("Name", "x", &answer));
+    int32_t h = 3, v = -1;
+    EXPECT_FALSE(platform_.fileDialog.askName("Name", "x", &h, &v, &answer));
+    EXPECT_EQ(h, 3);
+    EXPECT_EQ(v, -1);
     EXPECT_EQ(platform_.shell.openFile("/etc/passwd"), bpNotFoundErr);
     EXPECT_EQ(platform_.shell.openAddress("https://ochrine.example"), bpNotFoundErr);
     platform_.alert.beep();

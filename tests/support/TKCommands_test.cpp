@@ -65,6 +65,16 @@ TEST_F(TKCommandsTest, AResetWithoutMemoryForTheCopyRedrawsEverything)
     EXPECT_EQ(windows_.Count("slider Saturation"), 1u);
 }
 
+TEST_F(TKCommandsTest, LoadingCurvesCommitsAnOpenEditBeforeTheDialog)
+{
+    OpenEdit(session_, &gain_);
+    TKSetEditText(&gain_, "2");
+    DoMenuCommand(session_, 7, nullptr); // the dialog is cancelled
+    ASSERT_EQ(gBPFake.fileQuestions.size(), 1u);
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+    EXPECT_EQ(Live().hsl.master.gain, 2.0f);
+}
+
 TEST_F(TKCommandsTest, CutAndCopyPutTheSettingsOnTheClipboardAndLeaveThem)
 {
     (void)TKSliderDrag(session_, &gain_, 0);
@@ -111,6 +121,21 @@ TEST_F(TKCommandsTest, AutoColorBalancesTheThreeChannelsAsOneStep)
     EXPECT_EQ(session_->undoRing->undoHead, head + 1);
 }
 
+TEST_F(TKCommandsTest, AutomaticCorrectionsWithoutMemoryForTheirHistogramChangeNothing)
+{
+    Live().levels[2].ingraypt = 0.9f;
+    const OCSettings before = Live();
+    for (const uint32_t id : {14u, 15u}) {
+        const uint32_t head = session_->undoRing->undoHead;
+        BPFailAllocation(2); // the first is the copy of the settings
+        DoMenuCommand(session_, id, nullptr);
+        EXPECT_GE(BPAllocationCount(), 2u) << id;
+        BPFailAllocation(0);
+        EXPECT_EQ(std::memcmp(&Live(), &before, sizeof before), 0) << id;
+        EXPECT_EQ(session_->undoRing->undoHead, head + 1) << id;
+    }
+}
+
 TEST_F(TKCommandsTest, AutomaticCorrectionsWantAPicture)
 {
     FBFrame* const frame = std::exchange(session_->sourceFrame, nullptr);
@@ -127,7 +152,7 @@ TEST_F(TKCommandsTest, NumbersWithoutACommandDoNothing)
     const OCSettings before = Live();
     const uint32_t head = session_->undoRing->undoHead;
     std::vector<uint32_t> numbers = {0, 1, 2, 9, 13, 16, 100, 13100, 59000, 59010, 0xFFFFFFFF};
-    for (const TKCommandRange& range : TKSilentCommands())
+    for (const TKCommandRange& range : TKSilentCommands(session_))
         for (uint32_t id = range.first; id <= range.last; ++id) numbers.push_back(id);
     windows_.calls.clear();
     for (const uint32_t id : numbers) DoMenuCommand(session_, id, nullptr);
@@ -158,7 +183,7 @@ TEST_F(TKCommandsTest, TheTableHoldsTheseNumbersAndNoOthers)
         if (!row) continue;
         EXPECT_EQ(row->run != nullptr, expected->served) << id;
         bool listed = false;
-        for (const TKCommandRange& range : TKSilentCommands())
+        for (const TKCommandRange& range : TKSilentCommands(session_))
             listed = listed || (id >= range.first && id <= range.last);
         EXPECT_EQ(listed, !expected->served) << id;
         if (!expected->served) {
@@ -218,8 +243,24 @@ TEST_F(TKCommandsTest, ViewsStopThePlaybackCommitAndAreRemembered)
         EXPECT_EQ(windows_.calls.back(), "view " + std::to_string(mode));
     }
     EXPECT_TRUE(TKCommandIsEnabled(session_, kTKCommandViewSingle));
-    session_->ui.showViewMode = nullptr; // a window with one layout
-    EXPECT_FALSE(TKCommandIsEnabled(session_, kTKCommandViewSingle));
+}
+
+TEST_F(TKCommandsTest, InAWindowWithOneLayoutTheViewsAreSilentAndListed)
+{
+    session_->ui.showViewMode = nullptr;
+    std::vector<uint32_t> silent;
+    for (const TKCommandRange& range : TKSilentCommands(session_))
+        for (uint32_t id = range.first; id <= range.last; ++id) silent.push_back(id);
+    EXPECT_EQ(silent, (std::vector<uint32_t>{13101, 13102, 13304, 59014}));
+    TKTogglePlay(session_, TKActiveTransport(session_));
+    OpenEdit(session_, &gain_);
+    for (const uint32_t id : silent) {
+        EXPECT_FALSE(TKCommandIsEnabled(session_, id)) << id;
+        DoMenuCommand(session_, id, nullptr);
+    }
+    EXPECT_EQ(session_->viewMode, 2u);
+    EXPECT_TRUE(TKIsPlaying(session_));
+    EXPECT_EQ(session_->controls.openSlider, &gain_);
 }
 
 TEST_F(TKCommandsTest, AboutStopsThePlaybackAndLeavesAnOpenEdit)
@@ -524,7 +565,7 @@ TEST_F(TKCommandsTest, SlotsLiveInTheStoreBetweenSessions)
     EXPECT_TRUE(SlotStoreOrRecall(session_, 8, true));
     ASSERT_EQ(PrefsWrite(session_->prefs, platform_), bpNoErr);
     session_->prefs.savedSettings[7] = {};
-    PrefsRead(&session_->prefs, platform_);
+    (void)PrefsRead(&session_->prefs, platform_);
     DoMenuCommand(session_, kTKCommandResetAll, nullptr);
     EXPECT_TRUE(SlotStoreOrRecall(session_, 8, false));
     EXPECT_EQ(Live().hsl.master.gain, 0.0f);

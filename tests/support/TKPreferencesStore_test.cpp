@@ -41,7 +41,7 @@ std::unique_ptr<TKPreferences> Marked(const BPPlatform& platform, uint32_t mark)
 bool IsWhole(const BPPlatform& platform, uint32_t* mark)
 {
     TKPreferences found;
-    PrefsRead(&found, platform);
+    (void)PrefsRead(&found, platform);
     *mark = found.uiTimeoutDuration;
     const auto expected = Marked(platform, *mark);
     expected->undoPopupIndex = found.undoPopupIndex;
@@ -126,7 +126,7 @@ TEST_F(TKPreferencesOnDisk, AnotherProcessThatHoldsTheStoreDelaysTheStartASecond
     ASSERT_TRUE(held.Wait());
     const uint64_t begin = platform_.clock.monotonicMs();
     TKPreferences found;
-    PrefsRead(&found, platform_); // a writer that has not committed lets readers in
+    (void)PrefsRead(&found, platform_); // a writer that has not committed lets readers in
     EXPECT_EQ(found.uiTimeoutDuration, 7u);
     EXPECT_EQ(found.savedSettings[7].used, 1u);
     EXPECT_EQ(PrefsWrite(found, platform_), bpFileBusyErr);
@@ -144,7 +144,7 @@ TEST_F(TKPreferencesOnDisk, ADamagedStoreIsMovedAsideAndTheDefaultsAreInForce)
     for (size_t i = 0; i < damage.size(); i += 3) damage[i] = static_cast<char>(i);
     ASSERT_TRUE(WriteWhole(File(), damage));
     TKPreferences found;
-    PrefsRead(&found, platform_);
+    (void)PrefsRead(&found, platform_);
     EXPECT_EQ(found.uiTimeoutDuration, 10u);
     EXPECT_EQ(found.savedSettings[0].used, 0u);
     EXPECT_TRUE(
@@ -190,7 +190,7 @@ TEST_F(TKPreferencesOnDisk, ANewFolderThatCannotBeWrittenGivesTheDefaults)
                   if (!ObeyFileModes()) return 1;
                   setenv("XDG_CONFIG_HOME", Path("closed").c_str(), 1);
                   TKPreferences found;
-                  PrefsRead(&found, platform_);
+                  (void)PrefsRead(&found, platform_);
                   if (found.undoDepth != 20 || found.autoLumaTrim != 0.001f) return 2;
                   if (!LogHas("PrefsRead: the store cannot be opened, error ")) return 3;
                   if (PrefsWrite(found, platform_) == bpNoErr) return 4;
@@ -217,7 +217,7 @@ TEST_F(TKPreferencesOnDisk, AFullDiskLosesNothingThatWasStored)
         if (PrefsWrite(*Marked(platform_, 8), platform_) != bpDiskFullErr) return 3;
         if (!LogHas("PrefsWrite: nothing was stored, error -34; the store keeps what it held\n")) return 4;
         TKPreferences found;
-        PrefsRead(&found, platform_);
+        (void)PrefsRead(&found, platform_);
         if (found.uiTimeoutDuration != 7 || found.savedSettings[0].used != 1) return 5;
         if (std::memcmp(&found.savedSettings[0].settings, &few->savedSettings[0].settings, sizeof(OCSettings)) != 0)
             return 6;

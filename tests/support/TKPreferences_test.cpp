@@ -40,11 +40,12 @@ class TKPreferencesTest : public ::testing::Test {
     }
     TKPreferences& Read()
     {
-        PrefsRead(prefs_.get(), platform_);
+        status_ = PrefsRead(prefs_.get(), platform_);
         return *prefs_;
     }
 
     BPPlatform platform_ = {};
+    BPStatus status_ = bpNoErr; // of the last Read
     std::unique_ptr<TKPreferences> prefs_ = std::make_unique<TKPreferences>();
 };
 
@@ -216,6 +217,7 @@ TEST_F(TKPreferencesTest, AStoreThatCannotBeOpenedLeavesTheDefaultsAndAnError)
     gBPFake.failFrom[bpFakeStoreOpen] = 1;
     gBPFake.failStatus[bpFakeStoreOpen] = bpPermissionErr;
     EXPECT_EQ(Read().undoDepth, 20u);
+    EXPECT_EQ(status_, bpPermissionErr);
     EXPECT_EQ(prefs_->autoLumaTrim, 0.001f);
     EXPECT_EQ(PrefsWrite(*prefs_, platform_), bpPermissionErr);
     EXPECT_EQ(gBPFake.log, "PrefsRead: the store cannot be opened, error -54; the defaults are in force\n"
@@ -234,6 +236,7 @@ TEST_F(TKPreferencesTest, AStoreThatCanOnlyBeReadIsRead)
     EXPECT_EQ(prefs.uiBrightness, 22282u);
     EXPECT_EQ(Store().size(), 2u); // nothing written back
     EXPECT_EQ(gBPFake.calls[bpFakeWriteNumber], 0u);
+    EXPECT_EQ(status_, bpNoErr);
     EXPECT_EQ(gBPFake.log, "PrefsRead: missing values cannot be stored, error -54\n");
     EXPECT_EQ(PrefsWrite(prefs, platform_), bpPermissionErr);
     EXPECT_EQ(Store().size(), 2u);
@@ -253,6 +256,7 @@ TEST_F(TKPreferencesTest, AStoreThatFailsInTheMiddleEndsTheReadingAtOnce)
     EXPECT_EQ(prefs.uiTimeoutEnable, 1u); // the sixth number
     EXPECT_EQ(prefs.uiBrightness, 22282u);
     EXPECT_EQ(gBPFake.calls[bpFakeReadNumber], 6u);
+    EXPECT_EQ(status_, bpFileBusyErr);
     EXPECT_EQ(gBPFake.log,
               "PrefsRead: \"UI Timeout Enable\" cannot be read, error -47; what follows has its default\n");
 }

@@ -197,6 +197,25 @@ TEST_F(TKSettingsFilesTest, AUserPresetGetsItsNameFromTheUserAndItsExtensionFrom
     EXPECT_EQ(Read("Documents/Ochrine Presets/Cold.ocpreset").size(), 33720u);
 }
 
+TEST_F(TKSettingsFilesTest, TheNameWindowOpensWhereItWasLeftCancelledOrNot)
+{
+    EXPECT_EQ(session_->prefs.userPresetNameWindowH, -1);
+    gBPFake.nameWindowH = 640;
+    gBPFake.nameWindowV = 48;
+    DoMenuCommand(session_, kSavePreset, nullptr); // cancelled
+    EXPECT_EQ(session_->prefs.userPresetNameWindowH, 640);
+    EXPECT_EQ(session_->prefs.userPresetNameWindowV, 48);
+    gBPFake.nameWindowH = 7;
+    gBPFake.fileAnswers = {"Warm night"};
+    DoMenuCommand(session_, kSavePreset, nullptr);
+    EXPECT_EQ(session_->prefs.userPresetNameWindowH, 7);
+    ASSERT_EQ(gBPFake.fileQuestions.size(), 2u);
+    EXPECT_EQ(gBPFake.fileQuestions[0].h, -1);
+    EXPECT_EQ(gBPFake.fileQuestions[0].v, -1);
+    EXPECT_EQ(gBPFake.fileQuestions[1].h, 640);
+    EXPECT_EQ(gBPFake.fileQuestions[1].v, 48);
+}
+
 TEST_F(TKSettingsFilesTest, AnEmptyPresetNameEndsTheCommandAndANameOutsideTheFolderBeeps)
 {
     gBPFake.fileAnswers = {""};
@@ -300,6 +319,20 @@ TEST_F(TKSettingsFilesTest, AHostileListOfClipsIsHarmless)
     std::memset(host_.Block()->clipList[0].path, 'x', sizeof TKClipRecord::path); // without an end
     DoMenuCommand(session_, kSaveCDL, nullptr);
     EXPECT_NE(Read("h.cdl").find("ref=\"" + std::string(260, 'x') + "\""), std::string::npos);
+}
+
+TEST_F(TKSettingsFilesTest, AnOpenEditIsAStepOfItsOwnBeforeAPresetIsApplied)
+{
+    const uint32_t head = session_->undoRing->undoHead;
+    OpenEdit(session_, &saturation_);
+    TKSetEditText(&saturation_, "50");
+    EXPECT_EQ(TKApplySettingsFile(session_, WritePreset("a.ocpreset").c_str()), bpNoErr);
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+    EXPECT_EQ(session_->undoRing->undoHead, head + 2);
+    EXPECT_EQ(Live().hsl.master.saturation, 100.0f);
+    DoMenuCommand(session_, kTKCommandUndo, nullptr);
+    EXPECT_EQ(Live().hsl.master.saturation, 50.0f);
+    EXPECT_EQ(Live().hsl.master.gain, 1.0f);
 }
 
 TEST_F(TKSettingsFilesTest, APresetIsAppliedAsOneStepAndAFailureIsNone)

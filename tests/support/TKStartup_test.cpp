@@ -137,6 +137,76 @@ TEST_F(TKStartupTest, ShiftAndControlGiveTheDefaultsAndASecondOfPause)
     EXPECT_EQ(gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number, 20u);
 }
 
+TEST_F(TKStartupTest, AStoreThatCouldNotBeReadIsNotOverwrittenByDefaults)
+{
+    for (const BPFakeOp op : {bpFakeStoreOpen, bpFakeReadNumber, bpFakeReadString, bpFakeReadBlock})
+        for (const bool byHost : {false, true}) {
+            gBPFake.stores[kTKPreferencesStore]["Undo Depth"] = {
+                .kind = bpFakeNumber, .number = 5, .text = {}, .block = {}};
+            gBPFake.failCall[op] = 1;
+            gBPFake.failStatus[op] = bpFileBusyErr;
+            ASSERT_EQ(StartUp(), tkStartRun);
+            EXPECT_TRUE(session_->prefsUnread);
+            session_->prefs.undoDepth = 7;
+            if (byHost)
+                TKDetachAndQuit(session_);
+            else
+                DoMenuCommand(session_, kTKCommandExit, nullptr);
+            EXPECT_EQ(gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number, 5u) << op << byHost;
+            EXPECT_EQ(TKLogCount("The preferences could not be read at the start and are left as they are\n"), 1u);
+            TearDown();
+            SetUp();
+            host_ = {};
+        }
+}
+
+TEST_F(TKStartupTest, AStoreThatWasReadOrIsNotThereYetIsWrittenAtTheEnd)
+{
+    for (const bool there : {false, true}) {
+        if (there) gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number = 5;
+        ASSERT_EQ(StartUp(), tkStartRun);
+        EXPECT_FALSE(session_->prefsUnread);
+        session_->prefs.undoDepth = 7;
+        DoMenuCommand(session_, kTKCommandExit, nullptr);
+        EXPECT_EQ(gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number, 7u);
+        TearDown();
+        SetUp();
+        host_ = {};
+    }
+}
+
+TEST_F(TKStartupTest, ShiftAndControlReplaceEvenAStoreThatCannotBeRead)
+{
+    gBPFake.failCall[bpFakeReadNumber] = 1;
+    gBPFake.modifierWord = bpShiftKey | bpControlKey;
+    ASSERT_EQ(StartUp(), tkStartRun);
+    EXPECT_FALSE(session_->prefsUnread);
+    DoMenuCommand(session_, kTKCommandExit, nullptr);
+    EXPECT_EQ(gBPFake.stores[kTKPreferencesStore]["Undo Depth"].number, 20u);
+}
+
+TEST_F(TKStartupTest, AnyStoredNumberGivesATabThatThereIs)
+{
+    struct Case {
+        uint32_t stored;
+        int32_t settings, picture;
+    };
+    for (const Case& c : {Case{1, 0, tkImageResult}, Case{9, 8, tkImageLumaRanges}, Case{0, 0, tkImageResult},
+                          Case{10, 8, tkImageLumaRanges}, Case{0x7FFFFFFF, 8, tkImageLumaRanges},
+                          Case{0x80000000, 8, tkImageLumaRanges}, Case{0x80000001, 0, tkImageResult},
+                          Case{0xFFFFFFFF, 0, tkImageResult}}) {
+        for (const char* name : {"Settings Pane Default", "Right Pane Default"})
+            gBPFake.stores[kTKPreferencesStore][name] = {
+                .kind = bpFakeNumber, .number = c.stored, .text = {}, .block = {}};
+        ASSERT_EQ(StartUp(), tkStartRun);
+        EXPECT_EQ(session_->settingsTab, c.settings) << c.stored;
+        EXPECT_EQ(session_->imagePaneMode, c.picture) << c.stored;
+        TearDown();
+        SetUp();
+        host_ = {};
+    }
+}
+
 TEST_F(TKStartupTest, OneOfTheKeysIsNotEnough)
 {
     gBPFake.stores[kTKPreferencesStore]["Undo Depth"] = {.kind = bpFakeNumber, .number = 5, .text = {}, .block = {}};

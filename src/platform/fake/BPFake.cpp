@@ -693,7 +693,7 @@ bool FileSave(const BPFileQuestion& question, std::string* path)
     return AskFile(bpFakeFileSave, question, path);
 }
 
-bool AskName(const char* title, const char* suggestion, std::string* name)
+bool AskName(const char* title, const char* suggestion, int32_t* h, int32_t* v, std::string* name)
 {
     name->clear();
     if (Enter(bpFakeAskName, bpNotFoundErr) != bpNoErr) return false;
@@ -702,7 +702,11 @@ bool AskName(const char* title, const char* suggestion, std::string* name)
                                      .button = "",
                                      .filter = "",
                                      .defaultName = suggestion,
-                                     .defaultExtension = ""});
+                                     .defaultExtension = "",
+                                     .h = *h,
+                                     .v = *v});
+    *h = gBPFake.nameWindowH;
+    *v = gBPFake.nameWindowV;
     return Answer(name);
 }
 

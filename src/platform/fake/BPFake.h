@@ -111,6 +111,7 @@ struct BPFakeFileQuestion {
     BPFakeOp op = bpFakeFileOpen;
     std::string title, button, filter, defaultName, defaultExtension; ///< for a name: its suggestion is defaultName
     std::vector<std::string> types{};                                 ///< ".ext description"
+    int32_t h = -1, v = -1;                                           ///< for a name: the place that was asked for
 };
 
 enum BPFakeKind : uint32_t { bpFakeNumber = 1, bpFakeString = 2, bpFakeBlob = 3 };
@@ -203,6 +204,7 @@ struct BPFakeState {
     // dialog for a file; without an answer every dialog is cancelled.
     std::deque<std::string> fileAnswers;
     std::vector<BPFakeFileQuestion> fileQuestions;
+    int32_t nameWindowH = 300, nameWindowV = 200; ///< where the user leaves the dialog for a name
 
     // The log, when BPFakeCaptureLog was called: all lines, and the reports of assertions and fatal errors.
     std::string log;

@@ -22,7 +22,8 @@
 namespace {
 
 constexpr int kBusyWaitMs = 2000;
-constexpr int kDamagedLimit = 99; // files put aside; the last one is then replaced
+constexpr int kValueLimit = 1 << 20; // bytes of a value; the largest of ours has 33,556
+constexpr int kDamagedLimit = 99;    // files put aside; the last one is then replaced
 
 enum Kind : int { kindNumber = 1, kindString = 2, kindBlock = 3 };
 
@@ -96,6 +97,18 @@ int RunQuickCheck(sqlite3* database)
         result = verdict != nullptr && strcmp(verdict, "ok") == 0 ? SQLITE_OK : SQLITE_CORRUPT;
     }
     sqlite3_finalize(check);
+    return result == SQLITE_TOOBIG ? SQLITE_CORRUPT : result;
+}
+
+/// Whether the table has our columns and no others. The statements alone do not tell: they name only ours.
+int CheckColumns(sqlite3* database)
+{
+    sqlite3_stmt* count = nullptr;
+    int result = sqlite3_prepare_v2(database, "SELECT count(*) FROM pragma_table_info('value')", -1, &count, nullptr);
+    if (result != SQLITE_OK) return result;
+    result = sqlite3_step(count);
+    if (result == SQLITE_ROW) result = sqlite3_column_int(count, 0) == 3 ? SQLITE_OK : SQLITE_CORRUPT;
+    sqlite3_finalize(count);
     return result;
 }
 
@@ -107,6 +120,7 @@ int OpenDatabase(const char* path, bool forWriting, Store* store)
     int result = sqlite3_open_v2(path, &store->database, flags, nullptr);
     if (result != SQLITE_OK) return result;
     sqlite3_busy_handler(store->database, OnBusy, store);
+    sqlite3_limit(store->database, SQLITE_LIMIT_LENGTH, kValueLimit); // whatever a foreign file claims to hold
     // What a foreign file defines must not run, and its cells are not trusted.
     sqlite3_db_config(store->database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(store->database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
@@ -122,7 +136,8 @@ int OpenDatabase(const char* path, bool forWriting, Store* store)
     if (result != SQLITE_OK) return result;
     const char* upsert = "INSERT INTO value (name, kind, content) VALUES (?1, ?2, ?3) "
                          "ON CONFLICT (name) DO UPDATE SET kind = excluded.kind, content = excluded.content";
-    return sqlite3_prepare_v3(store->database, upsert, -1, SQLITE_PREPARE_PERSISTENT, &store->upsert, nullptr);
+    result = sqlite3_prepare_v3(store->database, upsert, -1, SQLITE_PREPARE_PERSISTENT, &store->upsert, nullptr);
+    return result == SQLITE_OK ? CheckColumns(store->database) : result;
 }
 
 /// True for the results of a file that is no store of ours. SQLITE_ERROR comes from a table of another shape.
@@ -245,6 +260,7 @@ BPStatus Find(Store* store, const char* name, Kind kind, int wantedType)
     const int result = sqlite3_step(store->select);
     if (result == SQLITE_ROW && sqlite3_column_type(store->select, 0) == wantedType) return bpNoErr;
     sqlite3_reset(store->select);
+    if (result == SQLITE_TOOBIG) return bpNotFoundErr; // no value of ours; the next write replaces it
     return result == SQLITE_ROW || result == SQLITE_DONE ? bpNotFoundErr : StatusFromSqlite(result);
 }
 

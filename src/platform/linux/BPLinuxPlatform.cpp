@@ -79,7 +79,7 @@ bool NoFile(const BPFileQuestion& question, std::string* path)
     return false;
 }
 
-bool NoName(const char* title, const char*, std::string* name)
+bool NoName(const char* title, const char*, int32_t*, int32_t*, std::string* name)
 {
     name->clear();
     BPDebugLog("There is no window for \"%s\"\n", title);

@@ -73,7 +73,13 @@ bool Save(const BPFileQuestion& question, std::string* path)
     return Ask(QFileDialog::AcceptSave, question, path);
 }
 
-bool AskName(const char* title, const char* suggestion, std::string* name)
+/// Wayland tells no window where it is, and moves none.
+bool WindowsHavePlaces()
+{
+    return !QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
+}
+
+bool AskName(const char* title, const char* suggestion, int32_t* h, int32_t* v, std::string* name)
 {
     name->clear();
     QInputDialog dialog(QApplication::activeWindow());
@@ -81,7 +87,14 @@ bool AskName(const char* title, const char* suggestion, std::string* name)
     dialog.setWindowTitle(QString::fromUtf8(title));
     dialog.setLabelText(QString::fromUtf8(title));
     dialog.setTextValue(QString::fromUtf8(suggestion)); // Qt selects it
-    if (dialog.exec() != QDialog::Accepted) return false;
+    const QPoint place(*h, *v);
+    if (*h != -1 && *v != -1 && WindowsHavePlaces() && QGuiApplication::screenAt(place)) dialog.move(place);
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    if (WindowsHavePlaces()) {
+        *h = dialog.pos().x();
+        *v = dialog.pos().y();
+    }
+    if (!accepted) return false;
     *name = QFile::encodeName(dialog.textValue()).toStdString();
     return true;
 }
