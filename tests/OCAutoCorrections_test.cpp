@@ -393,7 +393,7 @@ TEST_F(OCAuto, ACommandThatLacksMemoryAnywhereChangesNothing)
     const FramePtr frame = FrameOf(10, 10, [](uint32_t) { return Code{200, 100, 50}; });
     for (uint32_t i = 0; i < 4; ++i) grade.levels[i].ingraypt = 0.3f;
     using Command = uint32_t (*)(const FBFrame*, OCSettings*);
-    const Command commands[] = {[](const FBFrame* f, OCSettings* s) { return OCRunAutoExposure(f, s, 0.001f); },
+    const Command commands[] = {[](const FBFrame* f, OCSettings* s) { return OCRunAutoExposure(f, s, 0.1f); },
                                 OCRunAutoColor};
     for (Command command : commands) {
         uint64_t failures = 0;
