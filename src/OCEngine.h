@@ -124,6 +124,9 @@ struct OCProcessParams {
     OCChannelParams rgbMaster, rgbRange[ocRangeCount];
     OCChannelParams yccMaster, yccRange[ocRangeCount];
     OCTone rgbCurve[3];
+    /// By channel the curve's answers to the entries of the RGB master's tone, for inputs up to 1: the fast kernel takes
+    /// both in one lookup where they follow each other. Null unless both are in force and YCbCr's master is off.
+    const float* masterCurve[3];
     OCTone hueCurve, lightnessCurve, saturationCurve;
     OCSecondaryParams secondary[kOCSecondaryCount]; ///< A to F
     OCLimiterParams limiter;                        ///< of the last update that found it on

@@ -41,7 +41,8 @@ enum Inner : uint32_t {
     kRGBRows = kHSLRows + 4,     // by channel
     kYCCRows = kRGBRows + 4 * 3, // by channel
     kHSLCurveRows = kYCCRows + 4 * 3,
-    kTableCount = kHSLCurveRows + 4
+    kMasterCurve = kHSLCurveRows + 4, // by channel: the RGB curve behind the gamma of the RGB master, in one
+    kTableCount = kMasterCurve + 3
 };
 
 /// The inputs of a table, compared bit by bit.
@@ -62,6 +63,7 @@ struct OCEngine {
     uint64_t version[ocengine::kSlotCount];  // of the contents
     HCurve rgbCurve[4], hslCurve[3];
     bool rgbCurvesBuilt, hslCurvesBuilt, weightsBuilt;
+    uint64_t masterCurveOf[3][2]; // versions of gamma and curve that a channel's composed table was made from
     OCLumaRangeBlock lumaRange;
     uint32_t tablesBuilt;
 };
@@ -94,6 +96,7 @@ void UpdateRGB(OCEngine* engine, const OCSettings& s);
 void UpdateYCbCr(OCEngine* engine, const OCSettings& s);
 void UpdateLevels(OCEngine* engine, const OCSettings& s);
 void UpdateRGBCurves(OCEngine* engine, const OCSettings& s);
+void UpdateMasterCurves(OCEngine* engine); // after UpdateRGB, UpdateYCbCr and UpdateRGBCurves
 void UpdateHSLCurves(OCEngine* engine, const OCSettings& s);
 void UpdateWeights(OCEngine* engine, const OCSettings& s);
 void UpdateSecondaries(OCEngine* engine, const OCSettings& s);

@@ -18,6 +18,23 @@ HWY_INLINE void RGBCurves(Pixels& p, const OCProcessParams& params)
     p.c = {Lookup(params.rgbCurve[0], p.c.r), Lookup(params.rgbCurve[1], p.c.g), Lookup(params.rgbCurve[2], p.c.b)};
 }
 
+/// The gamma of the RGB master and the curve behind it in one lookup; where an input is above 1 or no number, in two.
+HWY_INLINE V MasterCurve(const OCProcessParams& params, V input, int i)
+{
+    const ToneIndex t = IndexOf(input);
+    if (HWY_LIKELY(t.allInside)) return hn::GatherIndex(D(), params.masterCurve[i], t.index);
+    return Lookup(params.rgbCurve[i], Lookup(params.rgbMaster.tone[i], t));
+}
+
+/// RGBMaster with gamma, then RGBCurves.
+HWY_INLINE void RGBMasterAndCurves(Pixels& p, const OCProcessParams& params)
+{
+    const OCChannelParams& m = params.rgbMaster;
+    p.c = {MasterCurve(params, Splat(m.scale[0]) * p.c.r + Splat(m.offset[0]), 0),
+           MasterCurve(params, Splat(m.scale[1]) * p.c.g + Splat(m.offset[1]), 1),
+           MasterCurve(params, Splat(m.scale[2]) * p.c.b + Splat(m.offset[2]), 2)};
+}
+
 // The part of RGB to HSL that is computed in double, for half a register of singles.
 using DD = hn::ScalableTag<double>;
 using DH = hn::Rebind<float, DD>;

@@ -60,6 +60,7 @@ void OCUpdateParameters(OCEngine* engine, const OCSettings* settings)
     UpdateYCbCr(engine, s);
     UpdateLevels(engine, s);
     UpdateRGBCurves(engine, s);
+    UpdateMasterCurves(engine);
     UpdateHSLCurves(engine, s);
     UpdateWeights(engine, s);
     UpdateSecondaries(engine, s);

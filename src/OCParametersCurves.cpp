@@ -2,6 +2,7 @@
 #include "src/BPMath.h"
 #include "src/OCCurves.h"
 #include "src/OCEngineTables.h"
+#include "src/OCStages.h"
 #include "src/OCTransfer.h"
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
@@ -71,6 +72,28 @@ void ocengine::UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
         if (err == bpNoErr) std::copy_n(s.rgbCurve, 4, engine->rgbCurve);
     }
     for (uint32_t c = 0; c < 3; ++c) p.rgbCurve[c] = ToneAt(engine, kRGBCurveSlot + c, kLongBase);
+}
+
+void ocengine::UpdateMasterCurves(OCEngine* engine)
+{
+    OCProcessParams& p = engine->params;
+    const bool gamma = p.rgbMasterGamma || p.cmyMasterGamma;
+    const bool inForce = OCStepIsOn(p, 8) && gamma && !OCStepIsOn(p, 9) && OCStepIsOn(p, 10);
+    for (uint32_t c = 0; c < 3; ++c) {
+        p.masterCurve[c] = nullptr;
+        if (!inForce) continue;
+        const OCTone& first = p.rgbMaster.tone[c];
+        const OCTone& second = p.rgbCurve[c];
+        float* table = TableAt(engine, kMasterCurve + c);
+        uint64_t* madeOf = engine->masterCurveOf[c];
+        if (madeOf[0] != first.version || madeOf[1] != second.version) {
+            for (uint32_t i = 0; i < kOCToneEntries; ++i) table[i] = ToneLookup(second, first.entry[i]);
+            madeOf[0] = first.version;
+            madeOf[1] = second.version;
+            ++engine->tablesBuilt;
+        }
+        p.masterCurve[c] = table;
+    }
 }
 
 void ocengine::UpdateHSLCurves(OCEngine* engine, const OCSettings& s)

@@ -26,12 +26,31 @@ struct Call {
     OCSoftClip softClip;
     uint8_t step[kOCStepEnd]; ///< those that run, in order
     uint32_t stepCount;
-    uint32_t keepAt; ///< index into `step` at which planes are kept; stepCount: none
+    uint32_t keepAt; ///< index into `step` at which planes are kept; kOCStepEnd: none
     bool weights;    ///< some step that runs asks for them
     bool keepsLuma;  ///< likewise, of steps that may run later from the kept planes
     bool hasStart;   ///< begins at kept planes, whose fourth is the luma of the source
     bool swapped;    ///< display pixels in the order A, R, G, B of bytes
 };
+
+/// Stands in the list of a call for steps 8 and 10 in one.
+constexpr uint8_t kMasterAndCurves = kOCStepEnd;
+
+/// Joins the gamma of the RGB master with the RGB curves where they follow each other and no planes are kept between.
+void JoinMasterAndCurves(Call* call)
+{
+    const OCProcessParams& params = call->params;
+    if (!params.masterCurve[0] || !(params.rgbMasterGamma || params.cmyMasterGamma)) return;
+    for (uint32_t i = 0; i + 1 < call->stepCount; ++i) {
+        if (call->step[i] != 8) continue;
+        if (call->step[i + 1] != 10 || call->keepAt == i + 1) return;
+        call->step[i] = kMasterAndCurves;
+        --call->stepCount;
+        for (uint32_t k = i + 1; k < call->stepCount; ++k) call->step[k] = call->step[k + 1];
+        if (call->keepAt != kOCStepEnd && call->keepAt > i + 1) --call->keepAt;
+        return;
+    }
+}
 
 Call CallOf(const OCProcessParams& params, const OCBandRun& run)
 {
@@ -53,6 +72,7 @@ Call CallOf(const OCProcessParams& params, const OCBandRun& run)
     }
     call.keepAt = run.keep ? keepAt : kOCStepEnd;
     call.keepsLuma = run.keep && run.keepBefore <= kOCLastWeightedStep;
+    JoinMasterAndCurves(&call);
     return call;
 }
 
@@ -89,6 +109,7 @@ void RunStep(uint32_t step, Pixels* block, Pixels* end, const Call& call)
     case 11: return all([&](Pixels& p) HWY_ATTR { HSLCurves(p, params); });
     case 12: return all([&](Pixels& p) HWY_ATTR { LevelsOut(p, params); });
     case kOCLimiterStep: return all([&](Pixels& p) HWY_ATTR { Limiter(p, params, call.softClip); });
+    case kMasterAndCurves: return all([&](Pixels& p) HWY_ATTR { RGBMasterAndCurves(p, params); });
     default: {
         const uint32_t i = step - kOCSecondaryStep;
         return all([&](Pixels& p) HWY_ATTR { Secondary(p, params.secondary[i], call.keyShape[i], call.isTame[i]); });
