@@ -6,11 +6,42 @@
 #include "src/UI/UIRecoverWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/platform/qt/BPQtForeground.h"
 #include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 
 #include <QApplication>
 #include <QWindow>
+
+namespace {
+
+/// The shape of a cursor resource. The artwork of eyedroppers with keys and of zooming is not here yet: the first have
+/// the shape of the plain one, the others the arrow.
+Qt::CursorShape ShapeOf(uint32_t resource)
+{
+    switch (resource) {
+    case 500: // eyedroppers
+    case 501:
+    case 502:
+    case 503:
+    case 513:
+    case 514:
+    case 515: return Qt::CrossCursor;
+    case 504: return Qt::PointingHandCursor; // over a point of a curve
+    case 505: return Qt::CrossCursor;        // a new point
+    case 506: return Qt::SizeHorCursor;      // split handles: on a horizontal edge, a vertical one, a corner
+    case 507: return Qt::SizeVerCursor;
+    case 508: return Qt::SizeAllCursor;
+    default: return Qt::ArrowCursor;
+    }
+}
+
+} // namespace
+
+bool UIToolTipSwitch::eventFilter(QObject* object, QEvent* event)
+{
+    return (event->type() == QEvent::ToolTip && !enabled) || QObject::eventFilter(object, event);
+}
 
 /// The functions of the record; each knows its window by the context.
 struct TKWindowsCalls {
@@ -76,6 +107,19 @@ struct TKWindowsCalls {
     static void EnableMenus(void* context, bool enable)
     {
         if (TincturaMainWin* window = Main(context)) window->enableMenus(enable);
+    }
+    static void SetToolTips(void* context, bool enable)
+    {
+        UIToolTipSwitch& tips = Self(context).toolTips_;
+        tips.enabled = enable;
+        qApp->installEventFilter(&tips); // once more moves it to the front
+    }
+    // On Wayland both do nothing: the compositor gives the front to the window below when ours is hidden.
+    static void RememberForeground(void* context) { Self(context).foregroundAtStart_ = BPQtForegroundWindow(); }
+    static void RestoreForeground(void* context) { BPQtGiveForeground(Self(context).foregroundAtStart_); }
+    static void SetCursor(void* context, uint32_t resource)
+    {
+        if (TincturaMainWin* window = Main(context)) window->setCursor(ShapeOf(resource));
     }
     static void PaletteChanged(void* context)
     {
@@ -194,6 +238,10 @@ TKUserInterface TKWindowsWin::interface()
     ui.quitLoop = TKWindowsCalls::QuitLoop;
     ui.startTimer = TKWindowsCalls::StartTimer;
     ui.enableMenus = TKWindowsCalls::EnableMenus;
+    ui.setToolTips = TKWindowsCalls::SetToolTips;
+    ui.rememberForeground = TKWindowsCalls::RememberForeground;
+    ui.restoreForeground = TKWindowsCalls::RestoreForeground;
+    ui.setCursor = TKWindowsCalls::SetCursor;
     ui.paletteChanged = TKWindowsCalls::PaletteChanged;
     ui.askRecovery = TKWindowsCalls::AskRecovery;
     ui.withdrawRecovery = TKWindowsCalls::WithdrawRecovery;

@@ -3,12 +3,20 @@
 
 #include "src/support/TKSession.h"
 
+#include <QObject>
 #include <QTimer>
 #include <memory>
 
 class TincturaMainWin;
 class UIRecoverWin;
 class UISplashWin;
+
+/// The master switch of tool tips: put on the application, it swallows them while they are off.
+class UIToolTipSwitch : public QObject {
+  public:
+    bool enabled = true;
+    bool eventFilter(QObject* object, QEvent* event) override;
+};
 
 class TKWindowsWin {
   public:
@@ -35,4 +43,6 @@ class TKWindowsWin {
     std::unique_ptr<TincturaMainWin> main_;
     std::unique_ptr<UIRecoverWin> recover_; // above main_, and gone before it
     QTimer timer_;
+    UIToolTipSwitch toolTips_;
+    uint64_t foregroundAtStart_ = 0; // 0: none, or the window system does not tell
 };

@@ -1,6 +1,9 @@
 // Mouse, wheel and keyboard on real windows; effects are read from the record.
+#include "src/platform/qt/BPQtForeground.h"
 #include "tests/UI/UITest.h"
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QScrollArea>
 #include <cmath>
 
@@ -342,4 +345,53 @@ TEST_F(UITest, ALowWindowScrollsItsPage)
     const auto areas = window->findChildren<QScrollArea*>();
     ASSERT_FALSE(areas.isEmpty());
     EXPECT_GT(areas.first()->widget()->height(), areas.first()->height());
+}
+
+TEST_F(UITest, ToolTipsAreShownWhileTheirSwitchIsOn)
+{
+    class Counter : public QWidget {
+      public:
+        int tips = 0;
+        bool event(QEvent* event) override
+        {
+            if (event->type() == QEvent::ToolTip) ++tips;
+            return QWidget::event(event);
+        }
+    } widget;
+    const TKUserInterface ui = windows_->interface();
+    const auto ask = [&] {
+        QHelpEvent event(QEvent::ToolTip, QPoint(1, 1), QPoint(1, 1));
+        QApplication::sendEvent(&widget, &event);
+        return widget.tips;
+    };
+    ASSERT_NE(session_->prefs.toolTipsEnable, 0u); // as the start-up found it
+    EXPECT_EQ(ask(), 1);
+    ui.setToolTips(ui.context, false);
+    EXPECT_EQ(ask(), 1);
+    ui.setToolTips(ui.context, true);
+    EXPECT_EQ(ask(), 2);
+}
+
+TEST_F(UITest, ACursorOfTheLogicIsSetWithTheNextTick)
+{
+    session_->pendingCursor = 500;
+    Tick();
+    EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::CrossCursor);
+    session_->pendingCursor = 508;
+    Tick();
+    EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::SizeAllCursor);
+    session_->pendingCursor = 511; // its artwork is not here yet
+    Tick();
+    EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::ArrowCursor);
+}
+
+TEST_F(UITest, WithoutAnXServerThereIsNoForegroundToGiveBack)
+{
+    EXPECT_EQ(BPQtForegroundWindow(), 0u);
+    BPQtGiveForeground(1);
+    const TKUserInterface ui = windows_->interface();
+    ASSERT_NE(ui.rememberForeground, nullptr);
+    ASSERT_NE(ui.restoreForeground, nullptr);
+    ui.rememberForeground(ui.context);
+    ui.restoreForeground(ui.context);
 }
