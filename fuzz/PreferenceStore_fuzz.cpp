@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FillStore(data, size);
 
     auto record = std::make_unique<TKPreferences>();
-    PrefsRead(record.get(), platform);
+    (void)PrefsRead(record.get(), platform);
     Expect(record->undoDepth <= 99 && record->undoPopupIndex >= 1 && record->undoPopupIndex <= 7);
     Expect(record->videoRangeIndex >= 1 && record->videoRangeIndex <= 4);
     Expect(record->videoSystem >= 1 && record->videoSystem <= 4);
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // Roundings settle with the first writing; after that nothing changes any more.
     for (int round = 0; round < 2; ++round) {
         Expect(PrefsWrite(*record, platform) == bpNoErr);
-        PrefsRead(record.get(), platform);
+        (void)PrefsRead(record.get(), platform);
     }
     const BPFakeStore settled = gBPFake.stores[kTKPreferencesStore];
     Expect(PrefsWrite(*record, platform) == bpNoErr);
