@@ -88,6 +88,30 @@ uint32_t NextRandom(TKSession* session)
     return static_cast<uint32_t>(session->randomState >> 49); // 15 bits
 }
 
+/// Whether a process of this id lives now. What cannot be watched is taken as alive.
+bool ProcessLives(const BPProcessOps& process, uint32_t id)
+{
+    BPProcessWatch watch = {};
+    const BPStatus err = process.watch(id, &watch);
+    if (err != bpNoErr) return err != bpNotFoundErr;
+    const bool alive = process.isAlive(&watch);
+    process.unwatch(&watch);
+    return alive;
+}
+
+/// Opens the block, in our byte order. A block outlives a host that was killed; it counts for nothing then.
+TKUIComm* OpenBlockOfALivingHost(TKSession* session)
+{
+    TKUIComm* block = TKOpenCommBlock(session);
+    if (!block) return nullptr;
+    TKSwapCommBlock(session, block);
+    const uint32_t owner = TKReadOnce(block->hostProcessID);
+    if (owner == 0 || ProcessLives(session->platform->process, owner)) return block;
+    TKSwapCommBlock(session, block);
+    TKCloseCommBlock(session);
+    return nullptr;
+}
+
 void RefuseBlock(TKSession* session)
 {
     TKStoreStatus(TKBlockOf(session), kTKUIStatusUIFailed);
@@ -201,17 +225,15 @@ bool TKReattachHost(TKSession* session)
 {
     // A host that comes between the request to close and the close itself must find nobody, not a window that ends.
     if (session->quitting) return false;
-    TKUIComm* block = TKOpenCommBlock(session);
+    TKUIComm* block = OpenBlockOfALivingHost(session);
     if (!block) {
         if (!TKHostIsAlive(session)) TKDetachAndQuit(session);
         if (session->platform->clock.wallSeconds() < session->uiDeadline) return false;
         TKDetachAndQuit(session);
         return false;
     }
-    TKSwapCommBlock(session, block);
     if (TKReadStatus(block) != kTKUIStatusDataReady) {
-        // Here a block outlives the host that was killed; it counts for nothing then.
-        const bool isOurHosts = block->hostProcessID == session->hostProcessID;
+        const bool isOurHosts = TKReadOnce(block->hostProcessID) == session->hostProcessID;
         TKSwapCommBlock(session, block);
         TKCloseCommBlock(session);
         if (isOurHosts && !TKHostIsAlive(session)) TKDetachAndQuit(session);
@@ -224,8 +246,11 @@ bool TKReattachHost(TKSession* session)
         RefuseBlock(session);
         return false;
     }
-    // A gesture of this visit never joins an undo step of the last one.
+    // A gesture of this visit never joins an undo step of the last one, and no drag goes on in it.
     session->controls.lastTouched = nullptr;
+    session->controls.undoPending = false;
+    session->controls.updatePending = false;
+    session->updateSuspended = false;
     if (TKTakeSettingsFromBlock(session))
         UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
     if (TKLoadFrameFromHost(session) != bpNoErr) {
@@ -291,12 +316,7 @@ bool TKHostIsAlive(const TKSession* session)
     if (session->hostProcessID == 0) return session->hostProcessHigh == 0;
     const BPProcessOps& process = session->platform->process;
     if (session->hostWatch.handle != 0) return process.isAlive(&session->hostWatch);
-    BPProcessWatch watch = {};
-    const BPStatus err = process.watch(session->hostProcessID, &watch);
-    if (err != bpNoErr) return err != bpNotFoundErr; // what cannot be watched is taken as alive
-    const bool alive = process.isAlive(&watch);
-    process.unwatch(&watch);
-    return alive;
+    return ProcessLives(process, session->hostProcessID);
 }
 
 BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block)

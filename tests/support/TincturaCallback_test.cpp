@@ -214,6 +214,60 @@ TEST_F(TKCallback, TheBlockOfAKilledHostDoesNotKeepTheApplication)
     EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
 }
 
+TEST_F(TKCallback, TheBlockOfAnotherDeadHostCountsAsNoBlock)
+{
+    for (const bool known : {true, false}) { // dead but not reaped yet, or gone
+        GoResident(false);
+        host_.Make();
+        host_.Block()->hostProcessID = 501;
+        host_.Block()->status = kTKUIStatusUIRunning;
+        gBPFake.alive[501] = true;
+        gBPFake.wallSeconds = session_->uiDeadline + 1;
+        EXPECT_FALSE(TKReattachHost(session_));
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 0u); // it is in a session with somebody else
+        if (known)
+            gBPFake.alive[501] = false;
+        else
+            gBPFake.alive.erase(501);
+        gBPFake.wallSeconds = session_->uiDeadline - 1;
+        EXPECT_FALSE(TKReattachHost(session_));
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 0u);
+        gBPFake.wallSeconds = session_->uiDeadline;
+        EXPECT_FALSE(TKReattachHost(session_));
+        EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
+        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+        EXPECT_EQ(TKBlockOf(session_), nullptr);
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TKCallback, AReadyBlockOfADeadHostRaisesNoWindow)
+{
+    GoResident(false);
+    host_.Make();
+    host_.Block()->hostProcessID = 501;
+    EXPECT_FALSE(TKReattachHost(session_));
+    EXPECT_TRUE(windows_.calls.empty());
+    EXPECT_EQ(host_.Block()->status, kTKUIStatusDataReady);
+    gBPFake.alive[501] = true;
+    EXPECT_TRUE(TKReattachHost(session_));
+    EXPECT_EQ(windows_.Count("showMainWindow"), 1u);
+}
+
+TEST_F(TKCallback, ADragOfTheLastVisitDoesNotGoOnInTheNext)
+{
+    GoResident(false);
+    session_->controls.undoPending = true;
+    session_->controls.updatePending = true;
+    session_->updateSuspended = true;
+    host_.Make();
+    ASSERT_TRUE(TKReattachHost(session_));
+    EXPECT_FALSE(session_->controls.undoPending);
+    EXPECT_FALSE(session_->controls.updatePending);
+    EXPECT_FALSE(session_->updateSuspended);
+}
+
 TEST_F(TKCallback, AHostThatComesAfterTheRequestToCloseFindsNobody)
 {
     GoResident(false);
