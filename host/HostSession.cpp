@@ -57,6 +57,16 @@ uint32_t PixelBytes(uint32_t format)
     }
 }
 
+/// Whether a block belongs to somebody who lives, as far as can be known.
+bool OwnerMayLive(const BPPlatform& platform, uint32_t owner)
+{
+    if (owner == 0) return true;
+    BPProcessWatch watch = {};
+    const bool lives = platform.process.watch(owner, &watch) == bpNoErr && platform.process.isAlive(&watch);
+    platform.process.unwatch(&watch);
+    return lives;
+}
+
 void PutChunk(OchrineHost* host)
 {
     OchrineBlock* block = host->block;
@@ -157,7 +167,7 @@ void OchrineHostClose(OchrineHost* host)
     if (host == nullptr) return;
     Disconnect(host);
     host->platform.process.unwatch(&host->watch);
-    if (host->platform.sharedMemory.remove(kOchrineBlockName) != bpNoErr) {
+    if (host->platform.sharedMemory.removeMapped(kOchrineBlockName, &host->memory) != bpNoErr) {
         BPDebugLog("ochrine host: the block was gone already\n");
     }
     host->platform.sharedMemory.close(&host->memory);
@@ -304,21 +314,22 @@ OchrineResult OchrineRemoveStaleBlock(const BPPlatform& platform)
             isSigned = __atomic_load_n(&block->signature, __ATOMIC_ACQUIRE) == kOchrineSignature;
             owner = block->hostProcessID;
         }
-        platform.sharedMemory.close(&memory);
         if (err != bpNoErr && err != bpParamErr) return ResultOf(err);
         if (!isSigned && waitedMs < kUnfinishedBlockMs) {
+            platform.sharedMemory.close(&memory);
             platform.clock.sleepMs(10);
             continue;
         }
-        if (isSigned) {
-            BPProcessWatch watch = {};
-            const bool lives =
-                owner == 0 || (platform.process.watch(owner, &watch) == bpNoErr && platform.process.isAlive(&watch));
-            platform.process.unwatch(&watch);
-            if (lives) return ochrineExistsErr;
+        if (isSigned && OwnerMayLive(platform, owner)) {
+            platform.sharedMemory.close(&memory);
+            return ochrineExistsErr;
         }
         BPDebugLog("ochrine host: replacing the block of a host that is gone (process %u)\n", owner);
-        err = platform.sharedMemory.remove(kOchrineBlockName);
+        // What was judged is removed, and not what another host has put in its place since.
+        const bool isMapped = memory.handle != 0;
+        err = isMapped ? platform.sharedMemory.removeMapped(kOchrineBlockName, &memory)
+                       : platform.sharedMemory.remove(kOchrineBlockName); // an empty one, which nobody can map
+        platform.sharedMemory.close(&memory);
         return err == bpFileNotFoundErr ? OchrineResult{ochrineOk} : ResultOf(err);
     }
 }

@@ -25,9 +25,14 @@ struct BPSharedMemoryOps {
     void (*close)(BPSharedMemory* memory);
 
     /// Whether the object still is what was mapped: it has its name, and all its bytes. Somebody who removed it, or cut
-    /// it short, has taken it back. A closed record is not whole.
+    /// it short, has taken it back, also when it grows again after a vanished page was touched. A closed record is not whole.
     bool (*isWhole)(const BPSharedMemory* memory);
 
     /// For hosts: removes the name. Mappings live on.
     BPStatus (*remove)(const char* name);
+
+    /// Removes the name only while it belongs to the object that is mapped here; nobody else's object of that name is
+    /// touched, whoever removes and makes it at the same time. bpFileNotFoundErr when it belongs to another one, to
+    /// none, or is being removed by somebody else. The mapping lives on.
+    BPStatus (*removeMapped)(const char* name, const BPSharedMemory* memory);
 };

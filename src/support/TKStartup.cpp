@@ -198,9 +198,9 @@ void WithdrawUIBlock(TKSession* session)
     const BPPlatform& platform = *session->platform;
     const bool ours =
         reinterpret_cast<const UIBlock*>(session->uiBlock.address)->processID == platform.process.currentId();
+    if (ours) (void)platform.sharedMemory.removeMapped(kTKUIBlockName, &session->uiBlock);
     platform.sharedMemory.close(&session->uiBlock);
     session->uiBlock = {};
-    if (ours) (void)platform.sharedMemory.remove(kTKUIBlockName);
 }
 
 } // namespace

@@ -396,6 +396,51 @@ TEST(OchrineHost, SurvivesABlockThatIsCutShort)
     EXPECT_EQ(OchrineHostReadGrade(host.host, grade.data()), ochrineNoGradeErr);
 }
 
+TEST(OchrineHost, DoesNotRemoveTheBlockOfItsSuccessor)
+{
+    const BPPlatform platform = Platform();
+    OchrineHost* lost = nullptr;
+    ASSERT_EQ(OchrineHostOpen(0, &lost), ochrineOk);
+    ASSERT_EQ(platform.sharedMemory.remove(kOchrineBlockName), bpNoErr);
+    Host successor;
+    ASSERT_NE(successor.host, nullptr);
+    OchrineHostClose(lost);
+    BPSharedMemory memory = {};
+    EXPECT_EQ(platform.sharedMemory.open(kOchrineBlockName, kOchrineBlockBytes, &memory), bpNoErr);
+    platform.sharedMemory.close(&memory);
+}
+
+/// A process table in which the owner of a stale block is dead, and another host puts its block in the place of the
+/// stale one while that is found out.
+BPStatus WatchWhileAnotherHostComes(uint32_t, BPProcessWatch* watch)
+{
+    const BPPlatform platform = Platform();
+    *watch = {};
+    EXPECT_EQ(platform.sharedMemory.remove(kOchrineBlockName), bpNoErr);
+    BPSharedMemory memory = {};
+    EXPECT_EQ(platform.sharedMemory.create(kOchrineBlockName, kOchrineBlockBytes, &memory), bpNoErr);
+    auto* block = reinterpret_cast<OchrineBlock*>(memory.address);
+    block->hostProcessID = 4711;
+    block->signature = kOchrineSignature;
+    platform.sharedMemory.close(&memory);
+    return bpNotFoundErr;
+}
+
+TEST(StaleBlock, ThatAnotherHostReplacesMeanwhileIsNotRemovedTwice)
+{
+    BPPlatform platform = Platform();
+    ASSERT_EQ(LeaveStaleBlock(platform), ochrineOk);
+    platform.process.watch = WatchWhileAnotherHostComes;
+    OchrineHost* host = nullptr;
+    EXPECT_EQ(OchrineHostOpenOn(platform, 0, &host), ochrineExistsErr);
+    EXPECT_EQ(host, nullptr);
+    BPSharedMemory memory = {};
+    ASSERT_EQ(platform.sharedMemory.open(kOchrineBlockName, kOchrineBlockBytes, &memory), bpNoErr);
+    EXPECT_EQ(reinterpret_cast<OchrineBlock*>(memory.address)->hostProcessID, 4711u);
+    EXPECT_EQ(platform.sharedMemory.removeMapped(kOchrineBlockName, &memory), bpNoErr);
+    platform.sharedMemory.close(&memory);
+}
+
 TEST(StaleBlock, OfADeadHostIsReplaced)
 {
     const BPPlatform platform = Platform();

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -434,4 +435,53 @@ TEST_F(BPSharedMemoryOnLinux, AnObjectThatIsTakenBackIsNoLongerWhole)
         (void)Remove("c");
     }
     EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+TEST_F(BPSharedMemoryOnLinux, AMappedObjectIsRemovedOnlyWhileItHasItsName)
+{
+    const auto removeMapped = platform_.sharedMemory.removeMapped;
+    const size_t descriptors = CountDescriptors();
+    BPSharedMemory first, second, closed = {};
+    ASSERT_EQ(Create("b", 100, &first), bpNoErr);
+    EXPECT_EQ(removeMapped("b", &closed), bpParamErr);
+    EXPECT_EQ(removeMapped("a/b", &first), bpParamErr);
+    EXPECT_EQ(removeMapped("c", &first), bpFileNotFoundErr);
+    EXPECT_EQ(removeMapped("b", &first), bpNoErr);
+    EXPECT_FALSE(Exists(RuntimePath("b")));
+    first.address[99] = 5; // the mapping lives on
+    EXPECT_EQ(removeMapped("b", &first), bpFileNotFoundErr);
+    ASSERT_EQ(Create("b", 100, &second), bpNoErr);
+    EXPECT_EQ(removeMapped("b", &first), bpFileNotFoundErr); // that is its successor
+    EXPECT_TRUE(platform_.sharedMemory.isWhole(&second));
+    Close(&first);
+    // While somebody else removes it, it is not ours to remove.
+    ASSERT_EQ(RunInChild([this] {
+                  BPSharedMemory theirs;
+                  const int file = open(RuntimePath("b").c_str(), O_RDWR);
+                  if (flock(file, LOCK_EX) != 0 || Open("b", 1, &theirs) != bpNoErr) return 1;
+                  return platform_.sharedMemory.removeMapped("b", &theirs) == bpFileNotFoundErr ? 0 : 2;
+              }),
+              0);
+    EXPECT_TRUE(Exists(RuntimePath("b")));
+    EXPECT_EQ(removeMapped("b", &second), bpNoErr);
+    Close(&second);
+    EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+TEST_F(BPSharedMemoryOnLinux, AnObjectThatIsCutAndGrowsAgainIsNotWhole)
+{
+    BPSharedMemory block, next;
+    ASSERT_EQ(Create("b", 3 * 4096, &block), bpNoErr);
+    const std::string path = RuntimePath("b");
+    ASSERT_EQ(truncate(path.c_str(), 4096), 0);
+    block.address[2 * 4096] = 1; // from here on that page is not the object's
+    ASSERT_EQ(truncate(path.c_str(), 3 * 4096), 0);
+    EXPECT_FALSE(platform_.sharedMemory.isWhole(&block));
+    ASSERT_EQ(Open("b", 3 * 4096, &next), bpNoErr);
+    EXPECT_TRUE(platform_.sharedMemory.isWhole(&next));
+    Close(&block);
+    Close(&next);
+    ASSERT_EQ(Open("b", 3 * 4096, &next), bpNoErr); // in the place of the first
+    EXPECT_TRUE(platform_.sharedMemory.isWhole(&next));
+    Close(&next);
 }

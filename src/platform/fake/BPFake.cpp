@@ -142,6 +142,17 @@ BPStatus SharedRemove(const char* name)
     return gBPFake.blocks.erase(name) == 1 ? bpNoErr : bpFileNotFoundErr;
 }
 
+BPStatus SharedRemoveMapped(const char* name, const BPSharedMemory* memory)
+{
+    if (BPStatus err = Enter(bpFakeSharedRemove, bpFileNotFoundErr); err != bpNoErr) return err;
+    const auto found = gHandles.mappings.find(memory->handle);
+    if (!IsPlainName(name) || found == gHandles.mappings.end()) return bpParamErr;
+    const auto named = gBPFake.blocks.find(name);
+    if (named == gBPFake.blocks.end() || named->second.bytes != found->second.second.bytes) return bpFileNotFoundErr;
+    gBPFake.blocks.erase(named);
+    return bpNoErr;
+}
+
 // Clock. It stands before the channel, whose waits move it.
 
 double WallSeconds()
@@ -774,7 +785,8 @@ void BPFillFakePlatform(BPPlatform* platform)
                               .open = SharedOpen,
                               .close = SharedClose,
                               .isWhole = SharedIsWhole,
-                              .remove = SharedRemove};
+                              .remove = SharedRemove,
+                              .removeMapped = SharedRemoveMapped};
     platform->frameChannel = {.listen = ChannelListen,
                               .receive = ChannelReceive,
                               .release = ChannelRelease,

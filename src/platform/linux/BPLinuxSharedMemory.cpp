@@ -11,6 +11,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -23,6 +24,7 @@ struct Mapping {
     std::atomic<bool> taken;
     std::atomic<uintptr_t> begin;
     std::atomic<uintptr_t> end; // one past the last byte of the last page
+    std::atomic<bool> torn;     // a page of it had vanished when it was touched
     int file;                   // kept open; the handler does not look at it
 };
 
@@ -33,15 +35,16 @@ struct sigaction gPreviousAction; // written once, before the handler can run
 uintptr_t gPageBytes = 0;
 pthread_once_t gHandlerOnce = PTHREAD_ONCE_INIT;
 
-bool IsOurs(uintptr_t address)
+/// The mapping that holds an address, or null.
+Mapping* MappingOf(uintptr_t address)
 {
-    for (const Mapping& mapping : gMappings) {
+    for (Mapping& mapping : gMappings) {
         const uintptr_t begin = mapping.begin.load();
         if (begin == 0) continue;
         const uintptr_t end = mapping.end.load();
-        if (mapping.begin.load() == begin && address >= begin && address < end) return true;
+        if (mapping.begin.load() == begin && address >= begin && address < end) return &mapping;
     }
-    return false;
+    return nullptr;
 }
 
 void PassOn(int number, siginfo_t* info, void* context)
@@ -67,12 +70,13 @@ void OnBusError(int number, siginfo_t* info, void* context)
 {
     const int savedErrno = errno;
     const uintptr_t address = reinterpret_cast<uintptr_t>(info->si_addr);
-    if (info->si_code == BUS_ADRERR && IsOurs(address)) {
+    if (Mapping* mapping = info->si_code == BUS_ADRERR ? MappingOf(address) : nullptr) {
         const uintptr_t page = address & ~(gPageBytes - 1);
         // The bare system call: the library's wrapper is not promised to be safe here.
         const long mapped = syscall(SYS_mmap, page, gPageBytes, PROT_READ | PROT_WRITE,
                                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0L);
         if (static_cast<uintptr_t>(mapped) == page) {
+            mapping->torn.store(true);
             errno = savedErrno;
             return;
         }
@@ -108,6 +112,7 @@ BPStatus MapFile(int file, uint64_t byteCount, BPSharedMemory* memory)
         }
         const uintptr_t begin = reinterpret_cast<uintptr_t>(address);
         mapping.file = file;
+        mapping.torn.store(false);
         mapping.end.store(begin + ((byteCount + gPageBytes - 1) & ~(gPageBytes - 1)));
         mapping.begin.store(begin);
         *memory = {.handle = slot + 1, .address = static_cast<uint8_t*>(address), .byteCount = byteCount};
@@ -194,7 +199,7 @@ bool IsWhole(const BPSharedMemory* memory)
     if (memory->handle == 0 || memory->handle > kMappingLimit) return false;
     const Mapping& mapping = gMappings[memory->handle - 1];
     struct stat info = {};
-    if (mapping.begin.load() == 0 || fstat(mapping.file, &info) != 0) return false;
+    if (mapping.begin.load() == 0 || mapping.torn.load() || fstat(mapping.file, &info) != 0) return false;
     return info.st_nlink > 0 && static_cast<uint64_t>(info.st_size) >= memory->byteCount;
 }
 
@@ -214,9 +219,35 @@ BPStatus Remove(const char* name)
     return status;
 }
 
+BPStatus RemoveMapped(const char* name, const BPSharedMemory* memory)
+{
+    if (!BPIsPlainName(name)) return bpParamErr;
+    if (memory->handle == 0 || memory->handle > kMappingLimit) return bpParamErr;
+    const Mapping& mapping = gMappings[memory->handle - 1];
+    if (mapping.begin.load() == 0) return bpParamErr;
+    const int folder = BPOpenRuntimeFolder(nullptr);
+    if (folder < 0) return bpFileNotFoundErr;
+    // Two who look at one object at once must not both remove its name: the second would meet its successor.
+    BPStatus status = bpFileNotFoundErr;
+    if (flock(mapping.file, LOCK_EX | LOCK_NB) == 0) {
+        struct stat mapped = {}, named = {};
+        if (fstat(mapping.file, &mapped) == 0 && fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+            mapped.st_dev == named.st_dev && mapped.st_ino == named.st_ino)
+            status = unlinkat(folder, name, 0) == 0 ? bpNoErr : BPStatusFromErrno(errno);
+        flock(mapping.file, LOCK_UN);
+    }
+    close(folder);
+    return status;
+}
+
 } // namespace
 
 void BPFillLinuxSharedMemory(BPSharedMemoryOps* ops)
 {
-    *ops = {.create = Create, .open = Open, .close = Close, .isWhole = IsWhole, .remove = Remove};
+    *ops = {.create = Create,
+            .open = Open,
+            .close = Close,
+            .isWhole = IsWhole,
+            .remove = Remove,
+            .removeMapped = RemoveMapped};
 }
