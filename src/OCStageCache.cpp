@@ -181,7 +181,9 @@ OCBandRun OCPlanRun(OCStageCache* cache, const OCEngine* engine, const FBFrame* 
         OCForgetStages(cache);
         return run;
     }
-    if (!SameShape(cache->source, *source) || cache->source.baseAddr != source->baseAddr) OCForgetStages(cache);
+    if (!SameShape(cache->source, *source) || cache->source.baseAddr != source->baseAddr ||
+        cache->source.planeBytes != source->planeBytes)
+        OCForgetStages(cache);
     const OCStepKeys keys = OCStepKeysOf(*OCParametersOf(engine));
     const uint32_t changed = cache->hasRun ? OCFirstChangedStep(cache->keys, keys) : kOCFirstStep;
     if (changed < cache->step) cache->step = 0;
