@@ -221,7 +221,7 @@ struct Ours {
             OCUpdateParameters(engine[i], &grade[i]);
         }
         if (CreateFrameRenderer(threads, &renderer) != bpNoErr) Stop("there is not enough memory");
-        SetRendererGrade(renderer, grade[gradePrimary]);
+        if (SetRendererGrade(renderer, grade[gradePrimary]) != bpNoErr) std::abort();
     }
     ~Ours()
     {

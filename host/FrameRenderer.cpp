@@ -71,7 +71,6 @@ struct Worker {
 
 struct FrameRenderer {
     OCEngine* engine;
-    OCSettings grade;
     Worker* workers;
     uint32_t threadCount;
     bool leave;
@@ -152,7 +151,9 @@ void WorkOn(Worker* worker)
         const uint32_t rows = std::min(job.bandRows, job.height - top);
         for (uint32_t i = 0; i < rows; ++i) BringIn(job, top + i, *worker->band, i);
         const FBFrame band = FBBandOf(*worker->band, 0, rows);
-        OCProcessImageBand(renderer.engine, &band, &band, &renderer.grade, 0, 0);
+        OCBandRun run = OCPlainRun(&band, &band);
+        run.quiet = true; // RenderFrame speaks for all bands
+        OCProcessImageRun(renderer.engine, run);
         for (uint32_t i = 0; i < rows; ++i) CarryOut(job, *worker, i, top + i);
     }
 }
@@ -251,7 +252,6 @@ BPStatus CreateFrameRenderer(uint32_t threads, FrameRenderer** renderer)
     auto* made = new (memory) FrameRenderer{};
     made->workers = static_cast<Worker*>(BPAllocate(sizeof(Worker) * threads));
     BPStatus err = made->workers ? OCCreateEngine(&made->engine) : bpMemFullErr;
-    OCResetSettings(&made->grade, kOCResetAll, kOCResetAll, kOCResetDefaults);
     made->threadCount = err == bpNoErr ? threads : 0;
     for (uint32_t i = 0; i < made->threadCount && err == bpNoErr; ++i) {
         Worker& worker = made->workers[i];
@@ -289,10 +289,10 @@ void DisposeFrameRenderer(FrameRenderer* renderer)
     BPFree(renderer);
 }
 
-void SetRendererGrade(FrameRenderer* renderer, const OCSettings& grade)
+BPStatus SetRendererGrade(FrameRenderer* renderer, const OCSettings& grade)
 {
-    renderer->grade = grade;
     OCUpdateParameters(renderer->engine, &grade);
+    return OCUpdateStatus(renderer->engine);
 }
 
 BPStatus RenderFrame(FrameRenderer* renderer, uint32_t width, uint32_t height, const RenderImage& source,
@@ -309,6 +309,7 @@ BPStatus RenderFrame(FrameRenderer* renderer, uint32_t width, uint32_t height, c
     const uint32_t bands = height / job.bandRows + (height % job.bandRows != 0);
     const uint32_t threads = std::min(renderer->threadCount, bands);
     if (BPStatus err = PrepareBands(renderer, job, threads); err != bpNoErr) return err;
+    OCLogLimiter(renderer->engine);
     renderer->job = job;
     renderer->nextBand.store(0, std::memory_order_relaxed);
     for (uint32_t i = 1; i < threads; ++i) BPSignalEvent(&renderer->workers[i].start);

@@ -43,8 +43,11 @@ struct FrameRenderer;
 BPStatus CreateFrameRenderer(uint32_t threads, FrameRenderer** renderer);
 void DisposeFrameRenderer(FrameRenderer* renderer); ///< null is allowed
 
-/// Takes a grade for all pictures to come; see OCUpdateParameters.   Thread: any, own renderer.
-void SetRendererGrade(FrameRenderer* renderer, const OCSettings& grade);
+/// Takes a grade for all pictures to come; see OCUpdateParameters.
+///
+/// Returns bpNoErr, or bpMemFullErr when a table could not be built: what was there stands in for it, until the grade is
+/// set again.   Thread: any, own renderer.
+BPStatus SetRendererGrade(FrameRenderer* renderer, const OCSettings& grade);
 
 /// Renders a picture of width x height pixels, both at least 1. Only pixels are touched, no padding.
 ///

@@ -21,7 +21,7 @@ struct Bench {
     {
         const uint32_t count = threads > 0 ? static_cast<uint32_t>(threads) : MPGetProcessorCount();
         if (BPStatus err = CreateFrameRenderer(count, &renderer); err != bpNoErr) return err;
-        SetRendererGrade(renderer, grade);
+        if (BPStatus err = SetRendererGrade(renderer, grade); err != bpNoErr) return err;
         return FBCreateRGBFrameBuffer(info.width, info.height, &graded, pixFormatRGBYPlanar_Float);
     }
 

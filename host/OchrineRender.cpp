@@ -130,8 +130,7 @@ void ochrine_renderer_destroy(ochrine_renderer* renderer)
 ochrine_result ochrine_renderer_set_grade(ochrine_renderer* renderer, const ochrine_grade* grade)
 {
     if (!renderer || !grade) return OCHRINE_ARGUMENT;
-    SetRendererGrade(renderer->frames, grade->settings);
-    return OCHRINE_OK;
+    return ResultOf(SetRendererGrade(renderer->frames, grade->settings));
 }
 
 ochrine_result ochrine_render(ochrine_renderer* renderer, const ochrine_image* source, const ochrine_image* target,

@@ -234,7 +234,8 @@ OCHRINE_API ochrine_result ochrine_renderer_create(uint32_t threads, ochrine_ren
 OCHRINE_API void ochrine_renderer_destroy(ochrine_renderer* renderer); /* null is allowed */
 
 /* Makes the tables of a grade, from which all pictures are rendered from now on. The grade is copied. Tables whose
- * values did not change are kept, so setting a grade of which one value moved is quick. */
+ * values did not change are kept, so setting a grade of which one value moved is quick. OCHRINE_NO_MEMORY: some tables are still those of the grade
+ * before; set the grade again before rendering. */
 OCHRINE_API ochrine_result ochrine_renderer_set_grade(ochrine_renderer* renderer, const ochrine_grade* grade);
 
 /* Flags of ochrine_render. */

@@ -144,9 +144,12 @@ BPStatus OCCreateEngine(OCEngine** engine);
 void OCDisposeEngine(OCEngine* engine);
 
 /// Builds parameters and tables from a grade. It works on a private copy in which everything switched off is neutral;
-/// a table is rebuilt only when its inputs changed. Without memory the fatal error routine is called and the tables
-/// stay as they were.   Thread: main, with no band in flight.
+/// a table is rebuilt only when its inputs changed. Without memory the fatal error routine is called, the tables
+/// stay as they were, and OCUpdateStatus tells so.   Thread: main, with no band in flight.
 void OCUpdateParameters(OCEngine* engine, const OCSettings* settings);
+
+/// bpMemFullErr when the last update lacked the memory for a table, so that older ones stand in for it; else bpNoErr.
+BPStatus OCUpdateStatus(const OCEngine* engine);
 
 /// The parameters of the last update.
 const OCProcessParams* OCParametersOf(const OCEngine* engine);
@@ -187,6 +190,7 @@ struct OCBandRun {
         keep; ///< receives the same before `keepBefore`, luma only where a later step needs it; may be `start`
     uint32_t keepBefore; ///< above `firstStep`
     OCDisplay display;
+    bool quiet; ///< no log lines: for callers that cut a frame into many runs and call OCLogLimiter once a frame
 };
 
 /// The run from the source to the result and nothing else.
@@ -198,8 +202,11 @@ inline OCBandRun OCPlainRun(const FBFrame* source, const FBFrame* destination)
     return run;
 }
 
-/// Applies the parameters to a run; logs what OCProcessImageBand logs.   Thread: any, own rows.
+/// Applies the parameters to a run; logs what OCProcessImageBand logs, unless quiet.   Thread: any, own rows.
 void OCProcessImageRun(const OCEngine* engine, const OCBandRun& run);
+
+/// Logs the limits of the limiter, in two lines, when it is on.   Thread: any.
+void OCLogLimiter(const OCEngine* engine);
 
 /// Whether a step acts on pixels, and whether it is one that reads weights.
 bool OCStepIsOn(const OCProcessParams& params, uint32_t step);

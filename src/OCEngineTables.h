@@ -42,7 +42,8 @@ enum Inner : uint32_t {
     kYCCRows = kRGBRows + 4 * 3, // by channel
     kHSLCurveRows = kYCCRows + 4 * 3,
     kMasterCurve = kHSLCurveRows + 4, // by channel: the RGB curve behind the gamma of the RGB master, in one
-    kTableCount = kMasterCurve + 3
+    kNewHSLCurve = kMasterCurve + 3,  // by curve: HSL curves until all of an update are built
+    kTableCount = kNewHSLCurve + 3
 };
 
 /// The inputs of a table, compared bit by bit.
@@ -66,6 +67,7 @@ struct OCEngine {
     uint64_t masterCurveOf[3][2]; // versions of gamma and curve that a channel's composed table was made from
     OCLumaRangeBlock lumaRange;
     uint32_t tablesBuilt;
+    BPStatus status; // of the last update
 };
 
 namespace ocengine {

@@ -40,8 +40,10 @@ void OCDisposeEngine(OCEngine* engine)
 
 void OCUpdateParameters(OCEngine* engine, const OCSettings* settings)
 {
+    engine->status = bpNoErr;
     if (!engine->calcArray) engine->calcArray = static_cast<float*>(BPAllocate(kOCToneEntries * sizeof(float)));
     if (!engine->calcArray) {
+        engine->status = bpMemFullErr;
         BPFatalError("Insufficient memory for calcArray during parameter update", kTitle);
         return;
     }
@@ -66,6 +68,11 @@ void OCUpdateParameters(OCEngine* engine, const OCSettings* settings)
     UpdateSecondaries(engine, s);
     UpdateLimiter(engine, s);
     UpdateTransfer(engine, s);
+}
+
+BPStatus OCUpdateStatus(const OCEngine* engine)
+{
+    return engine->status;
 }
 
 const OCProcessParams* OCParametersOf(const OCEngine* engine)

@@ -51,6 +51,7 @@ void ocengine::UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
     if (any) {
         auto* masterLookup = static_cast<float*>(BPAllocate(kOCToneEntries * sizeof(float)));
         if (!masterLookup) {
+            engine->status = bpMemFullErr;
             BPFatalError("Insufficient memory for masterLookup during parameter update", kTitle);
             return;
         }
@@ -68,6 +69,7 @@ void ocengine::UpdateRGBCurves(OCEngine* engine, const OCSettings& s)
             ++engine->tablesBuilt;
         }
         BPFree(masterLookup);
+        if (err != bpNoErr) engine->status = err;
         engine->rgbCurvesBuilt = err == bpNoErr;
         if (err == bpNoErr) std::copy_n(s.rgbCurve, 4, engine->rgbCurve);
     }
@@ -101,23 +103,29 @@ void ocengine::UpdateHSLCurves(OCEngine* engine, const OCSettings& s)
     OCProcessParams& p = engine->params;
     p.hslCurvesEnabled = s.curvesOn && s.hslCurvesOn;
     if (!p.hslCurvesEnabled) return;
-    bool allBuilt = true;
-    const uint32_t before = engine->tablesBuilt;
+    bool changed[3] = {};
     for (uint32_t c = 0; c < 3; ++c) {
-        if (engine->hslCurvesBuilt && SameCurve(s.hslCurve[c], engine->hslCurve[c])) continue;
-        if (OCBuildCurveTable(&s.hslCurve[c], engine->calcArray) != bpNoErr) {
-            allBuilt = false;
-            continue;
+        changed[c] = !engine->hslCurvesBuilt || !SameCurve(s.hslCurve[c], engine->hslCurve[c]);
+        if (!changed[c]) continue;
+        // None is taken over before all are there: a failure leaves the three that belong together.
+        if (BPStatus err = OCBuildCurveTable(&s.hslCurve[c], TableAt(engine, kNewHSLCurve + c)); err != bpNoErr) {
+            engine->status = err;
+            return;
         }
+    }
+    if (!changed[0] && !changed[1] && !changed[2]) return;
+    for (uint32_t c = 0; c < 3; ++c) {
+        if (!changed[c]) continue;
+        const float* made = TableAt(engine, kNewHSLCurve + c);
         float* table = TableAt(engine, kHSLCurveSlot + c);
         for (uint32_t i = 0; i < kOCToneEntries; ++i) // hue is a shift, saturation and lightness are factors
-            table[i] = c == 0 ? engine->calcArray[i] - 0.5f : 2 * engine->calcArray[i];
+            table[i] = c == 0 ? made[i] - 0.5f : 2 * made[i];
         MarkChanged(engine, kHSLCurveSlot + c);
         ++engine->tablesBuilt;
     }
-    engine->hslCurvesBuilt = allBuilt;
-    if (allBuilt) std::copy_n(s.hslCurve, 3, engine->hslCurve);
-    if (engine->tablesBuilt != before) SetHSLCurves(engine);
+    engine->hslCurvesBuilt = true;
+    std::copy_n(s.hslCurve, 3, engine->hslCurve);
+    SetHSLCurves(engine);
 }
 
 // Luma ranges -----------------------------------------------------------------------------------------------------------
@@ -130,7 +138,10 @@ void ocengine::UpdateWeights(OCEngine* engine, const OCSettings& s)
     OCLumaRangeBlock inputs = s.lumaRange;
     inputs.controlState[0] = inputs.controlState[1] = 0;
     if (engine->weightsBuilt && std::memcmp(&inputs, &engine->lumaRange, sizeof inputs) == 0) return;
-    if (OCBuildLumaRangeTables(&inputs, table[ocShadows], table[ocMidtones], table[ocHighlights]) != bpNoErr) return;
+    if (OCBuildLumaRangeTables(&inputs, table[ocShadows], table[ocMidtones], table[ocHighlights]) != bpNoErr) {
+        engine->status = bpMemFullErr;
+        return;
+    }
     engine->params.weightRows = LaySideBySide(engine, kWeightRows, kWeightSlot, 1);
     engine->tablesBuilt += ocRangeCount;
     MarkChanged(engine, kWeightSlot);
@@ -150,19 +161,20 @@ void BuildVideoGamma(float g, float* inverse)
     const float a = (g >= 1 ? g - 1 : 1 - g) * 0.0811f;
     const float kneeValue = (1 + a) * knee - a;
     FillRamp(inverse);
+    BPPowerArray(inverse, static_cast<double>(ig), inverse, kOCToneEntries);
     for (uint32_t i = 0; i < kOCToneEntries; ++i) {
-        const float x = inverse[i];
+        const float x = static_cast<float>(i) / 16384.0f;
         if (g >= 1)
-            inverse[i] = x < 0.018f ? x * kneeValue / 0.018f : BPPower(x, ig) * (1 + a) - a;
+            inverse[i] = x < 0.018f ? x * kneeValue / 0.018f : inverse[i] * (1 + a) - a;
         else
-            inverse[i] = x < 0.018f ? x * 0.018f / kneeValue : BPPower(x, ig) * (1 - a) + a;
+            inverse[i] = x < 0.018f ? x * 0.018f / kneeValue : inverse[i] * (1 - a) + a;
     }
 }
 
 void BuildLogTransfer(float refBlack, float refWhite, const OCCineonScale& scale, float* forward)
 {
-    for (uint32_t i = 0; i < kOCToneEntries; ++i)
-        forward[i] = OCCineonToLight(static_cast<float>(i) / 16384.0f * 1023.0f, refBlack, refWhite, scale);
+    for (uint32_t i = 0; i < kOCToneEntries; ++i) forward[i] = static_cast<float>(i) / 16384.0f * 1023.0f;
+    OCCineonToLightArray(forward, kOCToneEntries, refBlack, refWhite, scale);
 }
 
 void LogTheLog(float refBlack, float refWhite, const OCCineonScale& scale)

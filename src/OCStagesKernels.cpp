@@ -381,16 +381,20 @@ void OCProcessImageRun(const OCEngine* engine, const OCBandRun& run)
 {
     if (!run.destination) return;
     if (run.source->pixelFormat != pixFormatRGBYPlanar_Float) {
-        BPDebugLog("Unknown pix format %d\n", static_cast<int>(run.source->pixelFormat));
+        if (!run.quiet) BPDebugLog("Unknown pix format %d\n", static_cast<int>(run.source->pixelFormat));
         return;
     }
     if (run.destination->pixelFormat != pixFormatRGBYPlanar_Float) return;
+    if (!run.quiet) OCLogLimiter(engine);
+    HWY_DYNAMIC_DISPATCH(ochrine::ProcessRun)(*OCParametersOf(engine), run);
+}
+
+void OCLogLimiter(const OCEngine* engine)
+{
     const OCProcessParams& params = *OCParametersOf(engine);
-    if (params.limiterEnabled) {
-        BPDebugLog("Limiter is ON\n");
-        BPDebugLog("lumaMax = %f, chromaMax = %f\n", static_cast<double>(params.limiter.lumaMax),
-                   static_cast<double>(params.limiter.chromaMax));
-    }
-    HWY_DYNAMIC_DISPATCH(ochrine::ProcessRun)(params, run);
+    if (!params.limiterEnabled) return;
+    BPDebugLog("Limiter is ON\n");
+    BPDebugLog("lumaMax = %f, chromaMax = %f\n", static_cast<double>(params.limiter.lumaMax),
+               static_cast<double>(params.limiter.chromaMax));
 }
 #endif

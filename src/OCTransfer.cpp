@@ -70,6 +70,17 @@ float OCCineonToLight(float code, float refBlack, float refWhite, OCCineonScale 
     return BPPower(BPPower(10, (code - refWhite) * 0.002f / 0.6f), 0.588235f) * scale.gain - scale.offset;
 }
 
+void OCCineonToLightArray(float* codes, size_t count, float refBlack, float refWhite, OCCineonScale scale)
+{
+    size_t dark = 0; // codes rise, so those that read 0 come first
+    while (dark < count && refBlack / 1023 > codes[dark]) codes[dark++] = 0;
+    float* bright = codes + dark;
+    count -= dark;
+    for (size_t i = 0; i < count; ++i) bright[i] = BPPower(10, (bright[i] - refWhite) * 0.002f / 0.6f);
+    BPPowerArray(bright, static_cast<double>(0.588235f), bright, count);
+    for (size_t i = 0; i < count; ++i) bright[i] = bright[i] * scale.gain - scale.offset;
+}
+
 BPStatus OCPrepareImageTransfer(OCImageTransfer* transfer, const OCPixelAdjust& adjust, bool* isIdentity)
 {
     *isIdentity = IsIdentity(adjust);

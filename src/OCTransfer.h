@@ -48,3 +48,6 @@ OCCineonScale OCCineonScaleOf(float refBlack, float refWhite);
 
 /// Light of a 10-bit Cineon code between the reference codes.
 float OCCineonToLight(float code, float refBlack, float refWhite, OCCineonScale scale);
+
+/// The same for codes that rise, in place and bit for bit.   Thread: any.
+void OCCineonToLightArray(float* codes, size_t count, float refBlack, float refWhite, OCCineonScale scale);

@@ -1,6 +1,7 @@
 // From a grade to parameters: every table against the model, flags and scalars against numbers, and what is built when.
 #include "src/OCStages.h"
 
+#include "src/BPMath.h"
 #include "src/platform/BPMemory.h"
 #include "tests/CoreTest.h"
 #include "tests/Model.h"
@@ -491,6 +492,23 @@ TEST(OCParameters, SourceTransferTables)
     EXPECT_NE(log.Text().find("^^^^^^^^^^ updating table for gamma 1.8000\n"), std::string::npos);
 }
 
+TEST(OCParameters, VideoGammaTablesHaveTheBitsOfSinglePowers)
+{
+    EnginePtr engine = MakeEngine();
+    OCSettings g = NeutralGrade();
+    g.transfer.transferOn = g.transfer.transferVideoGamma = 1;
+    for (float gamma : {0.3f, 0.6f, 1.0f, 2.2f, 9.0f}) {
+        g.transfer.transferGamma = gamma;
+        OCUpdateParameters(engine.get(), &g);
+        const float* entry = OCParametersOf(engine.get())->transferInverse.entry;
+        const float a = (gamma >= 1 ? gamma - 1 : 1 - gamma) * 0.0811f;
+        for (uint32_t i = 295; i < kOCToneEntries; ++i) { // from 0.018 on
+            const float power = BPPower(static_cast<float>(i) / 16384.0f, static_cast<double>(1 / gamma));
+            ASSERT_EQ(entry[i], gamma >= 1 ? power * (1 + a) - a : power * (1 - a) + a) << gamma << ", " << i;
+        }
+    }
+}
+
 // Tables may be kept from one update to the next; what the log says of them is said each time.
 TEST(OCParameters, EveryUpdateLogsItsTransferTable)
 {
@@ -824,11 +842,13 @@ TEST(OCParameters, EveryAllocationOfAnUpdateMayFail)
         OCUpdateParameters(engine.get(), &g);
         BPFailAllocation(0);
         ASSERT_EQ(log.reports.size(), 1u) << n;
+        EXPECT_EQ(OCUpdateStatus(engine.get()), bpMemFullErr) << n;
         EXPECT_EQ(log.reports[0].rfind("Ochrine 3 UI: Insufficient memory for ", 0), 0u) << log.reports[0];
         picture.Run(engine.get()); // the tables that were there serve
         for (const OCKernel& kernel : OCFastKernels())
             kernel.run(*OCParametersOf(engine.get()), picture.source.get(), picture.result.get());
         OCUpdateParameters(engine.get(), &g); // the next update makes up for it
+        EXPECT_EQ(OCUpdateStatus(engine.get()), bpNoErr) << n;
         ASSERT_TRUE(SamePlanes(*expected, picture.Run(engine.get()), 9)) << n;
     }
 }
@@ -901,6 +921,43 @@ TEST(OCParameters, AFailedUpdateLeavesNoHalfMadeCurveBehind)
         ASSERT_TRUE(SamePlanes(*expected, picture.Run(engine.get()), 9)) << n;
     }
     EXPECT_EQ(log.reports.size(), 5u);
+}
+
+TEST(OCParameters, HSLCurvesAreTakenOverTogetherOrNotAtAll)
+{
+    LogCatch log;
+    OCSettings first = NeutralGrade();
+    first.curvesOn = first.hslCurvesOn = 1;
+    for (HCurve& curve : first.hslCurve) curve = CurveOf({{0.0f, 0.4f}, {1.0f, 0.6f}});
+    OCSettings second = first;
+    for (HCurve& curve : second.hslCurve) curve = CurveOf({{0.0f, 0.3f}, {0.4f, 0.9f}, {1.0f, 0.5f}});
+    const auto tables = [](const OCEngine* engine) {
+        const OCProcessParams& p = *OCParametersOf(engine);
+        std::vector<float> all;
+        for (const OCTone* tone : {&p.hueCurve, &p.saturationCurve, &p.lightnessCurve})
+            all.insert(all.end(), tone->entry, tone->entry + kOCToneEntries);
+        all.insert(all.end(), p.hslCurveRows, p.hslCurveRows + size_t{4} * kOCToneEntries);
+        return all;
+    };
+    EnginePtr fresh = MakeEngine();
+    OCUpdateParameters(fresh.get(), &second);
+    const std::vector<float> wanted = tables(fresh.get());
+    EnginePtr engine = MakeEngine();
+    for (uint64_t n = 1; n <= 3; ++n) {
+        OCUpdateParameters(engine.get(), &first);
+        const std::vector<float> before = tables(engine.get());
+        ASSERT_NE(before, wanted);
+        BPFailAllocation(n);
+        OCUpdateParameters(engine.get(), &second);
+        BPFailAllocation(0);
+        EXPECT_EQ(OCUpdateStatus(engine.get()), bpMemFullErr) << n;
+        EXPECT_EQ(OCTablesBuilt(engine.get()), 0u) << n;
+        EXPECT_EQ(tables(engine.get()), before) << n;
+        OCUpdateParameters(engine.get(), &second);
+        EXPECT_EQ(OCUpdateStatus(engine.get()), bpNoErr);
+        EXPECT_EQ(tables(engine.get()), wanted) << n;
+    }
+    EXPECT_EQ(log.reports.size(), 3u);
 }
 
 TEST(OCParameters, ASteadyDragAllocatesNothing)

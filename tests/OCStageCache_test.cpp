@@ -312,6 +312,33 @@ TEST(OCStageCache, AnotherSourceIsSeenByItsRecord)
     EXPECT_TRUE(bench.IsRight());
 }
 
+TEST(OCStageCache, PlanesThatMovedApartAreAnotherSource)
+{
+    LogCatch log;
+    Random random(13);
+    EnginePtr engine = MakeEngine();
+    OCSettings g = FullGrade(random);
+    // One block of memory, read with its planes close together and then further apart.
+    const FramePtr memory = Noise(32, 20, random), result = MakeFrame(32, 16), expected = MakeFrame(32, 16);
+    FBFrame source = *memory;
+    source.height = 16;
+    source.planeBytes = memory->rowBytes * 16;
+    OCStageCache cache = {};
+    const auto run = [&] {
+        g.limiter.limiter_chroma_max -= 1;
+        OCUpdateParameters(engine.get(), &g);
+        ProcessImageCached(engine.get(), &cache, &source, result.get(), {}, &g, 0, 1, nullptr);
+        OCProcessImageBandScalar(*OCParametersOf(engine.get()), &source, expected.get());
+        return SamePlanes(*expected, *result, 16);
+    };
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(run());
+    ASSERT_EQ(cache.step, kOCLimiterStep);
+    source.planeBytes = memory->planeBytes;
+    EXPECT_TRUE(run());
+    EXPECT_EQ(cache.step, 0u);
+    OCDisposeStageCache(&cache);
+}
+
 TEST(OCStageCache, WithoutMemoryTheRunIsAWholeOne)
 {
     LogCatch log;
@@ -433,6 +460,27 @@ TEST(OCBandRun, EveryInstructionSetBeginsKeepsAndShowsAsTheReadableKernel)
                 ASSERT_TRUE(run(true, second < kOCStepEnd ? second : 0)) << "start at " << step << ", keep " << second;
             }
         }
+}
+
+TEST(OCBandRun, AQuietRunLogsNothingAndGivesTheSameBytes)
+{
+    Random random(14);
+    EnginePtr engine = MakeEngine();
+    const OCSettings g = FullGrade(random);
+    OCUpdateParameters(engine.get(), &g);
+    ASSERT_TRUE(OCParametersOf(engine.get())->limiterEnabled);
+    const FramePtr source = Noise(40, 4, random), loud = MakeFrame(40, 4), hushed = MakeFrame(40, 4);
+    {
+        LogCatch log;
+        OCProcessImageBand(engine.get(), source.get(), loud.get(), &g, 0, 0);
+        EXPECT_EQ(log.Text().rfind("Limiter is ON\nlumaMax = ", 0), 0u) << log.Text();
+    }
+    LogCatch log;
+    OCBandRun run = OCPlainRun(source.get(), hushed.get());
+    run.quiet = true;
+    OCProcessImageRun(engine.get(), run);
+    EXPECT_EQ(log.Text(), "");
+    EXPECT_TRUE(SamePlanes(*loud, *hushed, 4));
 }
 
 TEST(OCBandRun, DisplayPixelsAreThoseOfTheTransferForEveryHardValue)

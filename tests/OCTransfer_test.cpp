@@ -164,3 +164,22 @@ TEST(OCTransfer, AnotherFormatIsAParameterError)
     const FramePtr frame = MakeFrame(8, 1, pixFormatARGB8);
     EXPECT_EQ(OCApplyPixelAdjust(&t.transfer, AdjustOf(4), frame.get()), bpParamErr);
 }
+
+TEST(OCTransfer, ManyCineonCodesGiveTheBitsOfOneAtATime)
+{
+    for (const auto& [black, white] : {std::pair{95.0f, 685.0f},
+                                       {0.0f, 1023.0f},
+                                       {685.0f, 95.0f},
+                                       {400.0f, 400.0f},
+                                       {1e6f, 1e6f + 64},
+                                       {4294967296.0f, 0.0f}}) {
+        const OCCineonScale scale = OCCineonScaleOf(black, white);
+        std::vector<float> codes(kOCToneEntries);
+        for (uint32_t i = 0; i < kOCToneEntries; ++i) codes[i] = static_cast<float>(i) / 16384.0f * 1023.0f;
+        std::vector<float> light = codes;
+        OCCineonToLightArray(light.data(), light.size(), black, white, scale);
+        for (uint32_t i = 0; i < kOCToneEntries; ++i)
+            ASSERT_TRUE(SameFloat(OCCineonToLight(codes[i], black, white, scale), light[i]))
+                << black << ", " << white << ", " << i;
+    }
+}

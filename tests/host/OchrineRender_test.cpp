@@ -521,3 +521,57 @@ TEST(OchrineRender, ThereAndBackInC)
     const float expected[8] = {0.5f, 1, 0.25f, 0.75f, -1, 2, 4, 0};
     for (int i = 0; i < 8; ++i) EXPECT_EQ(pixels[i], expected[i]) << i;
 }
+
+OCSettings GradeWithCurves()
+{
+    OCSettings settings = NeutralGrade();
+    settings.curvesOn = settings.rgbCurvesOn = settings.hslCurvesOn = 1;
+    for (HCurve& curve : settings.rgbCurve) curve = CurveOf({{0.0f, 0.1f}, {0.4f, 0.6f}, {1.0f, 0.9f}});
+    for (HCurve& curve : settings.hslCurve) curve = CurveOf({{0.0f, 0.4f}, {0.4f, 0.6f}, {1.0f, 0.5f}});
+    settings.lumaRange.lumarange_shadowx = 0.2f;
+    return settings;
+}
+
+TEST(OchrineRender, AGradeWhoseTablesLackMemoryIsReportedAndCanBeSetAgain)
+{
+    const LogCatch quiet;
+    const ochrine_grade grade = {GradeWithCurves()};
+    const RendererPtr fresh = MakeRenderer(1, grade.settings);
+    Picture source(OCHRINE_ARGB8, 40, 30, 0), expected(OCHRINE_RGBA_FLOAT, 40, 30, 0);
+    ASSERT_EQ(ochrine_render(fresh.get(), &source.image, &expected.image, 0), OCHRINE_OK);
+    uint32_t failures = 0;
+    for (uint64_t request = 1; request < 40; ++request) {
+        const RendererPtr renderer = MakeRenderer(1, NeutralGrade());
+        BPFailAllocation(request);
+        const ochrine_result result = ochrine_renderer_set_grade(renderer.get(), &grade);
+        BPFailAllocation(0);
+        if (result == OCHRINE_OK) break;
+        EXPECT_EQ(result, OCHRINE_NO_MEMORY) << request;
+        ++failures;
+        ASSERT_EQ(ochrine_renderer_set_grade(renderer.get(), &grade), OCHRINE_OK);
+        Picture target(OCHRINE_RGBA_FLOAT, 40, 30, 0);
+        ASSERT_EQ(ochrine_render(renderer.get(), &source.image, &target.image, 0), OCHRINE_OK);
+        EXPECT_EQ(target.Pixels(), expected.Pixels()) << request;
+    }
+    EXPECT_GE(failures, 8u); // seven curves, the master's table, the ranges
+    EXPECT_LT(failures, 30u);
+}
+
+TEST(OchrineRender, TheLimitsAreLoggedOnceAFrameWhateverTheBands)
+{
+    Random random(91);
+    const OCSettings settings = RandomGrade(random, 1u << toolLimiter, reachKnob);
+    for (uint32_t threads : {1u, 3u}) {
+        const RendererPtr renderer = MakeRenderer(threads, settings);
+        Picture source(OCHRINE_ARGB8, 40, 400, 0), target(OCHRINE_RGBA_FLOAT, 40, 400, 0); // several bands
+        LogCatch log;
+        ASSERT_EQ(ochrine_render(renderer.get(), &source.image, &target.image, 0), OCHRINE_OK);
+        const std::string text = log.Text();
+        size_t lines = 0;
+        for (size_t at = text.find("Limiter is ON\n"); at != std::string::npos;
+             at = text.find("Limiter is ON\n", at + 1))
+            ++lines;
+        EXPECT_EQ(lines, 1u) << threads;
+        EXPECT_NE(text.find("lumaMax = "), std::string::npos);
+    }
+}

@@ -268,6 +268,10 @@ int Render::Open()
         return renderNoMemory;
     }
     OCUpdateParameters(engine_, &grade);
+    if (OCUpdateStatus(engine_) != bpNoErr) {
+        report_->Complain(renderNoMemory, "out of memory");
+        return renderNoMemory;
+    }
     return renderDone;
 }
 
