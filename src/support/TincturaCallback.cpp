@@ -22,7 +22,8 @@ constexpr uint32_t kHeaderWaitMs = 50;
 constexpr uint32_t kFrameWaitMs = 15;
 constexpr uint32_t kSpareAnswerBytes = 1u << 20; // that a host may send beyond the frame
 constexpr uint32_t kFrameWord = 9;               // data word of a message that brings a frame
-constexpr uint32_t kMessagesAPoll = 64;          // a host that floods the channel does not hold the main thread
+constexpr uint32_t kTitleTries = 5;
+constexpr uint32_t kMessagesAPoll = 64; // a host that floods the channel does not hold the main thread
 
 bool HeaderMatches(const TKUIComm* block)
 {
@@ -325,15 +326,17 @@ BPStatus TKCommWindowCreate(TKSession* session, TKUIComm* block)
         BPAssertFailed("TKUICP != 0", "TincturaCallbackWin", 69);
         return bpNoErr;
     }
-    const int first = static_cast<int>(NextRandom(session)), second = static_cast<int>(NextRandom(session));
-    std::memset(session->commWindowName, 0, sizeof session->commWindowName);
-    std::snprintf(session->commWindowName, sizeof session->commWindowName, "Comm%d", first * second);
-    std::memcpy(block->commWindowName, session->commWindowName, sizeof block->commWindowName);
-    if (session->platform->frameChannel.listen(session->commWindowName, &session->frameChannel) != bpNoErr) {
-        session->frameChannel = {};
-        return bpParamErr;
+    BPStatus err = bpFileExistsErr; // another application may have drawn the same numbers
+    for (uint32_t i = 0; i < kTitleTries && err == bpFileExistsErr; ++i) {
+        const int first = static_cast<int>(NextRandom(session)), second = static_cast<int>(NextRandom(session));
+        std::memset(session->commWindowName, 0, sizeof session->commWindowName);
+        std::snprintf(session->commWindowName, sizeof session->commWindowName, "Comm%d", first * second);
+        std::memcpy(block->commWindowName, session->commWindowName, sizeof block->commWindowName);
+        err = session->platform->frameChannel.listen(session->commWindowName, &session->frameChannel);
     }
-    return bpNoErr;
+    if (err == bpNoErr) return bpNoErr;
+    session->frameChannel = {};
+    return bpParamErr;
 }
 
 void TKCommWindowClose(TKSession* session)

@@ -384,6 +384,34 @@ TEST_F(TKCallback, ACommWindowThatCannotListenIsAParameterError)
     EXPECT_EQ(TKCommWindowCreate(session_, TKBlockOf(session_)), bpParamErr);
 }
 
+TEST_F(TKCallback, ATitleThatIsTakenIsDrawnAnew)
+{
+    for (const uint32_t freeFrom : {2u, 5u, 6u}) {
+        host_.Make();
+        ASSERT_EQ(TKAttachHost(session_), tkAttached);
+        gBPFake.channelName = "of another application";
+        static uint32_t freed;
+        static std::vector<std::string> titles;
+        freed = freeFrom;
+        titles.clear();
+        gBPFake.onCall = [](void* context, BPFakeOp op) {
+            if (op != bpFakeChannelListen) return;
+            titles.emplace_back(static_cast<TKTestHost*>(context)->Block()->commWindowName);
+            if (titles.size() == freed) gBPFake.channelName.clear();
+        };
+        EXPECT_EQ(TKCommWindowCreate(session_, TKBlockOf(session_)), freeFrom <= 5 ? bpNoErr : bpParamErr);
+        EXPECT_EQ(titles.size(), std::min(freeFrom, 5u));
+        for (size_t i = 1; i < titles.size(); ++i) EXPECT_NE(titles[i], titles[i - 1]);
+        if (freeFrom <= 5) {
+            EXPECT_STREQ(host_.Block()->commWindowName, gBPFake.channelName.c_str());
+        }
+        EXPECT_EQ(session_->frameChannel.handle != 0, freeFrom <= 5);
+        gBPFake.onCall = nullptr;
+        TearDown();
+        SetUp();
+    }
+}
+
 TEST_F(TKCallback, ARequestBringsTheFrameAndReleasesTheHostLast)
 {
     Attach();
