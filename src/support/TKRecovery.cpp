@@ -14,6 +14,7 @@
 namespace {
 
 constexpr uint64_t kGestureMs = 1000;     // a change that goes on is saved this often
+constexpr uint64_t kRetryMs = 3000;       // after a record that could not be written
 constexpr uint32_t kBusyTries = 200;      // ticks in which another application may let go of the clip's journal
 constexpr uint32_t kJournalsAllowed = 64; // files that wait for their clips
 
@@ -85,16 +86,24 @@ BPStatus OpenForWriting(TKSession* session)
     return bpNoErr;
 }
 
+/// What is not written now may be later: a disk does not stay full. One line tells of the first of several failures.
+void PutOff(TKSession* session, BPStatus error)
+{
+    TKRecovery& recovery = session->recovery;
+    if (recovery.retryAtMs == 0) BPDebugLog("No journal is kept of this session, error %d\n", error);
+    recovery.retryAtMs = session->platform->clock.monotonicMs() + kRetryMs;
+}
+
 void Append(TKSession* session)
 {
     TKRecovery& recovery = session->recovery;
     if (BPStatus err = OpenForWriting(session); err != bpNoErr) {
-        GiveUp(session, err);
+        PutOff(session, err);
         return;
     }
     auto* record = static_cast<TKJournalRecord*>(BPAllocate(sizeof(TKJournalRecord)));
     if (!record) {
-        GiveUp(session, bpMemFullErr);
+        PutOff(session, bpMemFullErr);
         return;
     }
     const BPPlatform& platform = *session->platform;
@@ -105,9 +114,11 @@ void Append(TKSession* session)
     if (err != bpNoErr) {
         // Without one sound record the file is of no use to anybody.
         if (recovery.sequence == 0) platform.stateFile.discard(&recovery.file);
-        GiveUp(session, err);
+        PutOff(session, err);
         return;
     }
+    if (recovery.retryAtMs != 0) BPDebugLog("The journal is kept again\n");
+    recovery.retryAtMs = 0;
     recovery.sequence = sequence;
     recovery.saved = session->liveSettings;
     recovery.savedAtMs = platform.clock.monotonicMs();
@@ -175,6 +186,7 @@ void TKRecoveryBegin(TKSession* session)
     recovery.saved = session->liveSettings;
     recovery.sequence = 0;
     recovery.busyTries = 0;
+    recovery.retryAtMs = 0;
     TKJournalClipOf(TKBlockOf(session), &recovery.clip);
     recovery.phase = tkRecoveryFresh;
 }
@@ -184,8 +196,9 @@ void TKRecoveryStep(TKSession* session)
     TKRecovery& recovery = session->recovery;
     if (recovery.phase == tkRecoveryFresh) Look(session);
     if (recovery.phase != tkRecoveryWatching || IsSaved(session)) return;
-    if (session->controls.undoPending && session->platform->clock.monotonicMs() - recovery.savedAtMs < kGestureMs)
-        return;
+    const uint64_t now = session->platform->clock.monotonicMs();
+    if (now < recovery.retryAtMs) return;
+    if (session->controls.undoPending && now - recovery.savedAtMs < kGestureMs) return;
     Append(session);
 }
 

@@ -105,6 +105,7 @@ struct TKRecovery {
     uint32_t sequence;  ///< of the newest record; 0 none
     uint32_t busyTries;
     uint64_t savedAtMs;
+    uint64_t retryAtMs; ///< of a record that could not be written; 0 when all is well
 };
 
 struct TKSession {

@@ -465,6 +465,33 @@ TEST_F(TKRecoveryTest, AFullDiskKeepsWhatIsThereAlready)
     }
 }
 
+TEST_F(TKRecoveryTest, ADiskThatIsNoLongerFullTakesTheJournalAgain)
+{
+    for (const uint64_t room : {uint64_t{0}, sizeof(TKJournalHeader), TKJournalPosition(2)}) {
+        gBPFake.stateRoom = room;
+        Begin();
+        Grade(2);
+        Grade(3);
+        const float before = room < TKJournalPosition(2) ? -1.0f : 2.0f;
+        EXPECT_EQ(JournalGain(), before) << room;
+        const uint32_t writes = gBPFake.calls[bpFakeStateWrite];
+        gBPFake.monotonicMs += 2000;
+        TKTick(session_);
+        EXPECT_EQ(gBPFake.calls[bpFakeStateWrite], writes); // not at each tick
+        gBPFake.stateRoom = UINT64_MAX;
+        gBPFake.monotonicMs += 2000;
+        TKTick(session_);
+        EXPECT_EQ(JournalGain(), 3.0f) << room;
+        Grade(2.5);
+        EXPECT_EQ(JournalGain(), 2.5f) << room;
+        EXPECT_EQ(TKLogCount("No journal is kept of this session, error "), 1u) << room;
+        EXPECT_EQ(TKLogCount("The journal is kept again\n"), 1u) << room;
+        DoMenuCommand(session_, kTKCommandOK, nullptr);
+        EXPECT_TRUE(gBPFake.stateFiles.empty());
+        Die();
+    }
+}
+
 TEST_F(TKRecoveryTest, AJournalThatCannotBeReadNowWaitsForTheNextSession)
 {
     Begin();
