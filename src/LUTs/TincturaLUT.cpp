@@ -132,6 +132,27 @@ void OCAppendLUTRows(const OCLUTCube& cube, const OCLUTEncoding& encoding, const
     }
 }
 
+BPStatus OCWriteCodeLUT(const OCLUTJob& job, const OCLUTParameters& parameters, const OCLUTCodeTarget& target,
+                        std::string* text)
+{
+    text->clear();
+    OCLUTCube cube;
+    if (BPStatus err = OCSampleLUTCube(job,
+                                       {.cubeIntervals = parameters.cubeIntervals,
+                                        .order = lutBlueFastest,
+                                        .axis = lutRunningSum,
+                                        .logName = target.logName,
+                                        .source = target.source},
+                                       &cube);
+        err != bpNoErr)
+        return err;
+
+    target.appendHead(job, parameters, cube.count, text);
+    OCAppendLUTRows(cube, target.encoding, target.layout, text);
+    OCDisposeLUTCube(&cube);
+    return bpNoErr;
+}
+
 void OCAppendShaper(std::string* text, uint32_t inBits, uint32_t cubeIntervals)
 {
     const uint32_t range = 1u << inBits, increment = range / cubeIntervals;

@@ -117,6 +117,17 @@ const char* OCAutodeskWord(OCAutodeskVariant variant);
 BPStatus OCWriteAutodeskLUT(const OCLUTJob& job, const OCLUTParameters& parameters, OCAutodeskVariant variant,
                             std::string* text);
 
+/// What sets apart the targets whose whole text is a head and rows of codes.
+struct OCLUTCodeTarget {
+    const char* logName; ///< for the log: "Cinetal"
+    const char* source;  ///< for assertions: "TincturaCinetal"
+    void (*appendHead)(const OCLUTJob& job, const OCLUTParameters& parameters, uint32_t count, std::string* text);
+    OCLUTEncoding encoding;
+    OCLUTRowLayout layout;
+};
+BPStatus OCWriteCodeLUT(const OCLUTJob& job, const OCLUTParameters& parameters, const OCLUTCodeTarget& target,
+                        std::string* text);
+
 /// Heads that two writers each share.
 void OCAppendMegaGammaHead(std::string* text, const OCLUTJob& job, const char* type, uint32_t count);
 void OCAppendThomsonHead(std::string* text, const OCLUTJob& job, const char* target, uint32_t count);

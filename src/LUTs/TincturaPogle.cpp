@@ -1,23 +1,22 @@
 // Pogle: indexed rows of 16 bits.
 #include "src/LUTs/TincturaLUT.h"
 
+namespace {
+
+void AppendHead(const OCLUTJob& job, const OCLUTParameters&, uint32_t count, std::string* text)
+{
+    OCAppendMegaGammaHead(text, job, "Pogle MegaGamma file", count);
+}
+
+constexpr OCLUTCodeTarget kTarget = {.logName = "Pogle",
+                                     .source = "TincturaPogle",
+                                     .appendHead = AppendHead,
+                                     .encoding = {.scale = 65535.0, .offset = 0, .maximum = 65535},
+                                     .layout = {.width = 5, .between = " ", .indexed = true}};
+
+} // namespace
+
 BPStatus OCWritePogleLUT(const OCLUTJob& job, const OCLUTParameters& parameters, std::string* text)
 {
-    text->clear();
-    OCLUTCube cube;
-    if (BPStatus err = OCSampleLUTCube(job,
-                                       {.cubeIntervals = parameters.cubeIntervals,
-                                        .order = lutBlueFastest,
-                                        .axis = lutRunningSum,
-                                        .logName = "Pogle",
-                                        .source = "TincturaPogle"},
-                                       &cube);
-        err != bpNoErr)
-        return err;
-
-    OCAppendMegaGammaHead(text, job, "Pogle MegaGamma file", cube.count);
-    OCAppendLUTRows(cube, {.scale = 65535.0, .offset = 0, .maximum = 65535},
-                    {.width = 5, .between = " ", .indexed = true}, text);
-    OCDisposeLUTCube(&cube);
-    return bpNoErr;
+    return OCWriteCodeLUT(job, parameters, kTarget, text);
 }
