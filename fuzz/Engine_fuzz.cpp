@@ -59,8 +59,8 @@ Input Read(const uint8_t* data, size_t size, const uint8_t** pixels, size_t* pix
     Input input = {};
     OCResetSettings(&input.grade, kOCResetAll, kOCResetAll, kOCResetDefaults);
     uint8_t head[4] = {};
-    std::memcpy(head, data, std::min(size, sizeof head));
     const size_t used = std::min(size, sizeof head);
+    if (used > 0) std::memcpy(head, data, used);
     data += used;
     size -= used;
     input.width = head[0] % 41 + 1u;
@@ -80,7 +80,7 @@ Input Read(const uint8_t* data, size_t size, const uint8_t** pixels, size_t* pix
         }
     } else { // the record as it is
         const size_t count = std::min(size, sizeof(OCSettings));
-        std::memcpy(&input.grade, data, count);
+        if (count > 0) std::memcpy(&input.grade, data, count);
         data += count;
         size -= count;
     }
