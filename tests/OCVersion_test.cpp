@@ -42,7 +42,7 @@ TEST(OCFileDate, IsTwoDigitsAnEnglishMonthAndTheTimeOfDay)
 
 TEST(OCFileDate, FollowsTheZoneOfTheMachine)
 {
-    const Zone zone("XXX-2");
+    const Zone zone("EET-2");
     EXPECT_EQ(OCFileDate(1136214245), "02-Jan-2006 17:04:05");
 }
 
