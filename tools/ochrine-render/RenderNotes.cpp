@@ -219,7 +219,7 @@ void NotesFromDPX(const uint8_t* bytes, size_t byteCount, PictureNotes* notes)
     TimecodeDigits digits = {};
     const uint32_t timecode = BigWord(header.data() + 1920);
     if (timecode != 0xffffffff && TimecodeFromBCD(timecode, &digits)) notes->timecode = TimecodeToText(digits);
-    for (const size_t offset : {1724, 1940}) {
+    for (const size_t offset : {size_t{1724}, size_t{1940}}) {
         const float rate = std::bit_cast<float>(BigWord(header.data() + offset));
         (void)RateFromNumber(static_cast<double>(rate), &notes->rate);
     }
