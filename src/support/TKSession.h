@@ -7,6 +7,7 @@
 #include "src/OCEngine.h"
 #include "src/ScopeSurface.h"
 #include "src/platform/BPPlatform.h"
+#include "src/support/TKEyedropper.h"
 #include "src/support/TKJournal.h"
 #include "src/support/TKPalette.h"
 #include "src/support/TKPreferences.h"
@@ -68,9 +69,12 @@ struct TKUserInterface {
 
     // Controls.
     void (*sliderChanged)(void* context, TKSlider* slider); ///< repaint thumb and value
-    void (*editOpened)(void* context, TKSlider* slider);    ///< show the edit with editText, all selected, focus
-    void (*editClosed)(void* context, TKSlider* slider);    ///< hide the edit, focus to the main panel
-    void (*switchesChanged)(void* context);                 ///< the tabs' checkboxes follow the live settings
+    void (*pickModeChanged)(void* context);                 ///< a pick began or ended; see TKEyedropper.h
+    /// Asks for a colour, beginning with the one in `rgb`; true with the answer in it. Waits for the user: ticks go on.
+    bool (*chooseColor)(void* context, const char* title, uint8_t rgb[3]);
+    void (*editOpened)(void* context, TKSlider* slider); ///< show the edit with editText, all selected, focus
+    void (*editClosed)(void* context, TKSlider* slider); ///< hide the edit, focus to the main panel
+    void (*switchesChanged)(void* context);              ///< the tabs' checkboxes follow the live settings
     /// The controls that are not sliders follow `settings`; the arguments are those of UpdateAllControls.
     void (*updateOtherControls)(void* context, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
                                 const OCSettings* previous, bool force);
@@ -159,6 +163,7 @@ struct TKSession {
     bool prefsUnread; ///< the store could not be read at the start: `prefs` is not what the user has stored
     TKPalette palette;
     TKControls controls;
+    TKPickTarget pick;
     int32_t imagePaneMode; ///< -1 before the panes exist
     int32_t settingsTab;   ///< likewise
     uint32_t viewMode;

@@ -293,6 +293,7 @@ void TKEndSession(TKSession* session, uint32_t command)
         return;
     }
     if (command == kTKCommandOK) TKStopPlayback(session);
+    TKPickCancel(session);
     (void)CommitOpenEdit(session, true);
     TKStopPlayback(session);
     TKRecoveryFlush(session);
@@ -314,6 +315,7 @@ void TKEndSession(TKSession* session, uint32_t command)
 void TKEndLostSession(TKSession* session)
 {
     TKStopPlayback(session);
+    TKPickCancel(session);
     (void)CommitOpenEdit(session, true);
     TKRecoveryFlush(session);
     const bool kept = session->recovery.file.handle != 0;

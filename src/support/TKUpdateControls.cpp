@@ -1,6 +1,7 @@
 // The two roads between the record and what the user sees, and undo, which walks both.
 #include "src/platform/BPMemory.h"
 #include "src/support/TKSession.h"
+#include "src/support/TKSwatch.h"
 
 #include <cstring>
 
@@ -80,6 +81,7 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
         ++shown;
     }
     TK_UI(session, updateOtherControls, settings, toolMask, curveMask, previous, force);
+    TKRedrawSwatches(session);
     return shown;
 }
 
@@ -117,6 +119,7 @@ void TKRenderResult(TKSession* session)
     if (session->renderInProgress) return;
     OCUpdateParameters(session->engine, &session->liveSettings);
     TKRenderFrame(session);
+    TKRedrawSwatches(session);
 }
 
 bool TKGestureUndo(TKSession* session, const void* control)

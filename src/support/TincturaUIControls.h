@@ -14,6 +14,7 @@
 
 struct TKSession;
 struct TKSlider;
+struct TKSwatch;
 
 /// What a gesture did.
 struct [[nodiscard]] TKEffect {
@@ -303,9 +304,12 @@ bool TKUndoStepForward(TKSession* session);
 
 /// What the controls share; a part of TKSession.
 inline constexpr uint32_t kTKSliderLimit = 1024;
+inline constexpr uint32_t kTKSwatchLimit = 256;
 struct TKControls {
     TKSlider* slider[kTKSliderLimit];
     uint32_t sliderCount;
+    TKSwatch* swatch[kTKSwatchLimit];
+    uint32_t swatchCount;
     TKSlider* openSlider;    ///< holds the open edit, or null
     const void* lastTouched; ///< control of the last undo step, or null
     bool undoPending;        ///< a drag waits for its last UndoStore
