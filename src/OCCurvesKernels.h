@@ -9,6 +9,7 @@ inline constexpr int32_t kOCSplineSlack = 16; ///< further places behind the las
 /// The columns of OCBuildBasisTable.
 struct OCBasisPlanes {
     float plane[4][kOCSplineRows];
+    double error; ///< of a value of the spline beside exact arithmetic, at the most, where no control is above 1
 };
 
 /// How far a walk has come, and the rows at which it wrote in its last segment.

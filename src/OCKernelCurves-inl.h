@@ -8,6 +8,7 @@
 #endif
 
 #include "src/OCKernelBasics-inl.h"
+#include "src/OCKernelDoubles-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ochrine {
@@ -33,27 +34,6 @@ HWY_INLINE void RGBMasterAndCurves(Pixels& p, const OCProcessParams& params)
     p.c = {MasterCurve(params, Splat(m.scale[0]) * p.c.r + Splat(m.offset[0]), 0),
            MasterCurve(params, Splat(m.scale[1]) * p.c.g + Splat(m.offset[1]), 1),
            MasterCurve(params, Splat(m.scale[2]) * p.c.b + Splat(m.offset[2]), 2)};
-}
-
-// The part of RGB to HSL that is computed in double, for half a register of singles.
-using DD = hn::ScalableTag<double>;
-using DH = hn::Rebind<float, DD>;
-using VD = hn::Vec<DD>;
-using VH = hn::Vec<DH>;
-
-/// Rounds to single, beyond the range of singles to an infinity. The library's emulated targets would stop at the
-/// largest single, so there the compiler converts.
-HWY_INLINE VH ToSingle(VD value)
-{
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
-    HWY_ALIGN double in[hn::MaxLanes(DD())];
-    HWY_ALIGN float out[hn::MaxLanes(DD())];
-    hn::Store(value, DD(), in);
-    for (size_t i = 0; i < hn::MaxLanes(DD()); ++i) out[i] = static_cast<float>(in[i]);
-    return hn::Load(DH(), out);
-#else
-    return hn::DemoteTo(DH(), value);
-#endif
 }
 
 /// RGB to HSL before grey pixels are told apart: hue by sextants, saturation, lightness.
