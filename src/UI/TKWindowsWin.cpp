@@ -206,9 +206,11 @@ struct TKWindowsCalls {
     {
         if (TincturaMainWin* window = Main(context)) window->tools()->switchesChanged();
     }
-    static void UpdateOtherControls(void* context, const OCSettings*, uint32_t, uint32_t, const OCSettings*, bool)
+    static void UpdateOtherControls(void* context, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
+                                    const OCSettings* previous, bool force)
     {
-        SwitchesChanged(context);
+        if (TincturaMainWin* window = Main(context))
+            window->tools()->updateFrom(settings, toolMask, curveMask, previous, force);
     }
 };
 

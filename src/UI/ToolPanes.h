@@ -1,53 +1,86 @@
 // The tool panes as tables: which tabs exist, what each holds, and the field that each control edits.
 //
-// A pane is a tab of the settings area; its tone ranges are tabs inside it. Widgets are built from these rows, and tests
-// walk them. Add a tool by adding a row.
+// The settings area is a tree of tabs. A tab holds either tabs or a page, and a page is a list of rows, one a control.
+// Widgets are built from these rows, and tests walk them. Add a control by adding a row, a tool by adding a tab.
 #pragma once
 
 #include "src/support/TincturaUIControls.h"
 
-/// A tone range of a pane: one page of sliders.
-struct TKPageRow {
-    const char* label;
-    const char* prefix; ///< first part of the object names, "hsl_master"
-    TKSectionID section;
-    uint32_t blockOffset;  ///< in OCSettings
-    uint32_t switchOffset; ///< of the page's own switch
+#include <string>
+#include <vector>
+
+enum TKRowKind : uint8_t {
+    tkRowSlider,
+    tkRowCheckbox,
+    tkRowPopup,
+    tkRowColorSample,
+    tkRowHueWheel, ///< label, wheel, and below it the sliders of angle and strength
+    tkRowCurve,
+    tkRowLevels,
+    tkRowLumaRange,
+    tkRowEyedroppers, ///< black, gray and white point of the curves
+    tkRowButton,
 };
 
-/// A top tab of the settings area.
-struct TKPaneRow {
+/// A row of a page: one control.
+struct TKControlRow {
+    TKRowKind kind;
+    /// Label, name and field of any control; ranges of a slider alone.
+    TKSliderRow bind;
+    bool startsBlock = false;            ///< the rows from here on stand together, apart from those before
+    TKSectionID section = tkSectionNone; ///< when it is not the page's
+    const char* items = nullptr;         ///< of a popup, separated by "|"
+    uint32_t command = 0;                ///< of a button
+    int32_t channel = 0;                 ///< of a curve (-1: of hue, saturation, lightness) and of levels
+    bool hasWholeName = false;           ///< the row's object name goes without the page's prefix
+};
+
+/// What stands on one page.
+struct TKPageRow {
+    const char* prefix; ///< first part of the object names, "hsl_master"
+    TKSectionID section;
+    uint32_t blockOffset;         ///< in OCSettings; the rows' offsets count from it
+    uint32_t toolMask, curveMask; ///< what Reset resets
+    std::span<const TKControlRow> rows;
+};
+
+inline constexpr uint32_t kTKNoSwitch = 0xFFFFFFFF;
+
+/// A tab: with tabs inside it, or with a page.
+struct TKTabRow {
     const char* label;
     const char* objectName;
-    uint32_t switchOffset;  ///< of the pane's switch
-    const char* innerLabel; ///< of the tab between pane and ranges, or null
-    uint32_t innerSwitchOffset;
-    std::span<const TKPageRow> pages;
-    std::span<const TKSliderRow> sliders;
-    uint32_t columnRows; ///< sliders stand in columns of this many
+    uint32_t switchOffset; ///< of the word in OCSettings that its checkbox shows, or kTKNoSwitch
+    const TKTabRow* tabs;
+    uint32_t tabCount;     ///< 0: it has a page
+    const TKPageRow* page; ///< null when it has tabs
 };
 
 /// The panes, in tab order.
-std::span<const TKPaneRow> TKToolPanes();
+std::span<const TKTabRow> TKToolPanes();
 
-inline constexpr int kTKSliderHeight = 34; ///< of the control itself
-inline constexpr int kTKLeastSliderWidth = 220;
-inline constexpr int kTKMostSliderWidth = 330;
-inline constexpr int kTKPaneMargin = 10;
-inline constexpr int kTKLeastToolHeight = 366;
-inline constexpr int kTKLeastToolWidth = 855;
-
-/// Where a slider stands on its page.
-struct TKPlace {
-    int x, y, width, height; ///< in the page's pixels
+/// A page and the way to it.
+struct TKPagePath {
+    const TKPageRow* page;
+    int32_t tab[3];           ///< of the panes, inside it, inside that; -1 beyond the page's own
+    uint32_t switchOffset[3]; ///< of those tabs, kTKNoSwitch where there is none
 };
 
-/// The place of slider `index` on a page of this width. Columns are as wide as the page allows, within the limits of a
-/// slider; a page too narrow for all columns has fewer, longer ones.
-TKPlace TKSliderPlace(const TKPaneRow& pane, uint32_t index, int pageWidth);
+/// Every page in the order of the tabs.
+std::vector<TKPagePath> TKToolPages();
 
-/// How high a page of this width becomes, with its Reset button below the sliders.
-int TKPageHeight(const TKPaneRow& pane, int pageWidth);
+/// The object name of a row's control, "hsl_master_hue".
+std::string TKRowName(const TKPageRow& page, const TKControlRow& row);
 
-/// The place of the Reset button.
-TKPlace TKResetPlace(const TKPaneRow& pane, int pageWidth);
+/// The section that an edit of a row turns on.
+inline TKSectionID TKRowSection(const TKPageRow& page, const TKControlRow& row)
+{
+    return row.section == tkSectionNone ? page.section : row.section;
+}
+
+// Lists of popups.
+inline constexpr char kTKVideoSystemItems[] = "NTSC|PAL|ATSC";
+inline constexpr char kTKLimitMethodItems[] = "Reduce Saturation|Reduce Luma|Smart Limit";
+inline constexpr char kTKPreviewStyleItems[] = "Desaturate|Mask|Alpha";
+/// The tabs, as the preference names them.
+inline constexpr char kTKSettingsPaneItems[] = "HSL|RGB|CMY|YCbCr|Curves|Levels|Luma Ranges|Secondary CC|Limiting";

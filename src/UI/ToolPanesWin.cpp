@@ -2,187 +2,126 @@
 #include "src/UI/ToolPanesWin.h"
 
 #include "src/UI/UIStyleWin.h"
-#include "src/support/TKCommands.h"
 
 #include <QPainter>
-#include <QResizeEvent>
-#include <QScrollBar>
-#include <new>
 
 namespace {
 
-QRect ToRect(const TKPlace& place)
+constexpr int kEdge = 8;
+constexpr int kBarGap = 6;    // between the rows of tabs
+constexpr int kInnerGap = 14; // between the rows of tabs that stand side by side
+
+UITab TabOf(const TKTabRow& row)
 {
-    return QRect(place.x, place.y, place.width, place.height);
+    return {QString::fromLatin1(row.label), QString::fromLatin1(row.objectName), row.switchOffset};
 }
 
 } // namespace
 
-// A page --------------------------------------------------------------------------------------------------------------
-
-ToolPageWin::ToolPageWin(TKSession* session, const TKPaneRow& pane, const TKPageRow& page, QWidget* parent,
-                         BPStatus* error)
-    : QWidget(parent), pane_(pane), records_(std::make_unique<TKSlider[]>(pane.sliders.size()))
-{
-    TKTabChain chain = {};
-    ResetTabChain(&chain);
-    for (size_t i = 0; i < pane.sliders.size(); ++i) {
-        TKSlider* slider = &records_[i];
-        TKInitSlider(slider, pane.sliders[i], &session->liveSettings, page.blockOffset, &session->defaultSettings,
-                     page.section);
-        slider->repaint = true;
-        const BPStatus err = TKRegisterSlider(session, slider);
-        if (*error == bpNoErr) *error = err;
-        TKChainSlider(&chain, slider);
-        const QString name = QString::fromLatin1(page.prefix) + u'_' + QString::fromLatin1(pane.sliders[i].objectName);
-        sliders_.push_back(new UISliderWin(session, slider, name, this));
-    }
-    TKCloseTabChain(&chain);
-    reset_ = new QPushButton(QStringLiteral("Reset"), this);
-    reset_->setObjectName(QString::fromLatin1(page.prefix) + QStringLiteral("_reset"));
-    const TKSection& section = TKSections()[page.section];
-    connect(reset_, &QPushButton::clicked, this, [session, &section] {
-        const TKCommandSource source = {.toolMask = section.toolMask, .curveMask = section.curveMask};
-        DoMenuCommand(session, kTKCommandResetGroup, &source);
-    });
-}
-
-UISliderWin* ToolPageWin::sliderOf(const TKSlider* slider) const
-{
-    for (UISliderWin* window : sliders_)
-        if (window->slider() == slider) return window;
-    return nullptr;
-}
-
-void ToolPageWin::layOut(int pageWidth)
-{
-    for (size_t i = 0; i < sliders_.size(); ++i)
-        sliders_[i]->setGeometry(ToRect(TKSliderPlace(pane_, static_cast<uint32_t>(i), pageWidth)));
-    reset_->setGeometry(ToRect(TKResetPlace(pane_, pageWidth)));
-    const QRect last = sliders_.back()->geometry();
-    resize(qMax(pageWidth, last.right() + kTKPaneMargin), TKPageHeight(pane_, pageWidth));
-}
-
-// A pane ---------------------------------------------------------------------------------------------------------------
-
-ToolPaneWin::ToolPaneWin(TKSession* session, const TKPaneRow& pane, QWidget* parent, BPStatus* error)
-    : QWidget(parent), session_(session)
-{
-    const QString paneName = QString::fromLatin1(pane.objectName);
-    if (pane.innerLabel) {
-        const QString label = QString::fromLatin1(pane.innerLabel);
-        inner_ = new UIHorizTabWin(session, {{label, paneName + u'_' + label.toLower(), pane.innerSwitchOffset}}, this);
-        inner_->setObjectName(paneName + QStringLiteral("_inner"));
-    }
-    std::vector<UITab> ranges;
-    for (const TKPageRow& page : pane.pages)
-        ranges.push_back({QString::fromLatin1(page.label), QString::fromLatin1(page.prefix), page.switchOffset});
-    ranges_ = new UIHorizTabWin(session, std::move(ranges), this);
-    ranges_->setObjectName(paneName + QStringLiteral("_ranges"));
-    ranges_->onSelect = [this](int index) { showPage(index); };
-    scroll_ = new QScrollArea(this);
-    scroll_->setFrameShape(QFrame::NoFrame);
-    scroll_->setFocusPolicy(Qt::NoFocus);
-    scroll_->viewport()->setAutoFillBackground(false);
-    auto* stack = new QWidget;
-    scroll_->setWidget(stack);
-    for (const TKPageRow& page : pane.pages) {
-        pages_.push_back(new ToolPageWin(session, pane, page, stack, error));
-        pages_.back()->setVisible(pages_.size() == 1);
-    }
-}
-
-UISliderWin* ToolPaneWin::sliderOf(const TKSlider* slider) const
-{
-    for (ToolPageWin* page : pages_)
-        if (UISliderWin* window = page->sliderOf(slider)) return window;
-    return nullptr;
-}
-
-void ToolPaneWin::showPage(int index)
-{
-    pages_[static_cast<size_t>(shown_)]->hide();
-    shown_ = index;
-    pages_[static_cast<size_t>(shown_)]->show();
-    layOut();
-}
-
-void ToolPaneWin::selectInner(int inner, int innermost)
-{
-    if (inner_) inner_->select(inner);
-    ranges_->select(inner_ ? innermost : inner);
-}
-
-void ToolPaneWin::layOut()
-{
-    int x = 0;
-    if (inner_) {
-        inner_->setGeometry(0, 0, inner_->tabRect(0).width() + 1, UIHorizTabWin::kHeight);
-        x = inner_->width() + 14;
-    }
-    ranges_->setGeometry(x, 0, width() - x, UIHorizTabWin::kHeight);
-    scroll_->setGeometry(0, UIHorizTabWin::kHeight + 4, width(), height() - UIHorizTabWin::kHeight - 4);
-    ToolPageWin* page = pages_[static_cast<size_t>(shown_)];
-    page->layOut(scroll_->width());
-    if (page->height() > scroll_->height())
-        page->layOut(scroll_->width() - scroll_->verticalScrollBar()->sizeHint().width());
-    page->move(0, 0);
-    scroll_->widget()->resize(page->size());
-}
-
-void ToolPaneWin::resizeEvent(QResizeEvent*)
-{
-    layOut();
-}
-
-void ToolPaneWin::mousePressEvent(QMouseEvent*)
-{
-    (void)CommitOpenEdit(session_, true);
-}
-
-// All panes ------------------------------------------------------------------------------------------------------------
+static_assert(kTKNoSwitch == kUINoSwitch);
 
 ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) : QWidget(parent), session_(session)
 {
-    std::vector<UITab> tabs;
-    for (const TKPaneRow& pane : TKToolPanes())
-        tabs.push_back({QString::fromLatin1(pane.label), QString::fromLatin1(pane.objectName), pane.switchOffset});
-    tabs_ = new UIHorizTabWin(session, std::move(tabs), this);
-    tabs_->setObjectName(QStringLiteral("panes"));
-    tabs_->onSelect = [this](int index) {
-        session_->settingsTab = index;
-        for (size_t i = 0; i < panes_.size(); ++i) panes_[i]->setVisible(static_cast<int>(i) == index);
-    };
-    for (const TKPaneRow& pane : TKToolPanes()) {
-        panes_.push_back(new ToolPaneWin(session, pane, this, error));
-        panes_.back()->setVisible(panes_.size() == 1);
-    }
+    top_ = build(TKToolPanes(), QStringLiteral("panes"), error);
+    for (QWidget* widget : findChildren<QWidget*>())
+        if (auto* slider = dynamic_cast<UISliderWin*>(widget)) sliders_.insert(slider->slider(), slider);
     session->settingsTab = 0;
+    showPath();
+}
+
+ToolAreaWin::~ToolAreaWin() = default;
+
+ToolAreaWin::Node ToolAreaWin::build(std::span<const TKTabRow> tabs, const QString& name, BPStatus* error)
+{
+    Node node;
+    std::vector<UITab> row;
+    for (const TKTabRow& tab : tabs) row.push_back(TabOf(tab));
+    node.bar = new UIHorizTabWin(session_, std::move(row), this);
+    node.bar->setObjectName(name);
+    node.bar->onSelect = [this](int) { showPath(); };
+    bars_.push_back(node.bar);
+    for (const TKTabRow& tab : tabs) {
+        if (!tab.page) {
+            node.children.push_back(
+                build({tab.tabs, tab.tabCount}, QString::fromLatin1(tab.objectName) + QStringLiteral("_tabs"), error));
+            continue;
+        }
+        node.children.emplace_back();
+        node.children.back().page = new ToolPageWin(session_, *tab.page, this, error);
+        pages_.push_back(node.children.back().page);
+    }
+    return node;
 }
 
 UISliderWin* ToolAreaWin::sliderOf(const TKSlider* slider) const
 {
-    for (ToolPaneWin* pane : panes_)
-        if (UISliderWin* window = pane->sliderOf(slider)) return window;
-    return nullptr;
+    return sliders_.value(slider, nullptr);
+}
+
+ToolPageWin* ToolAreaWin::shownPage() const
+{
+    const Node* node = &top_;
+    while (!node->page) node = &node->children[static_cast<size_t>(node->bar->current())];
+    return node->page;
+}
+
+void ToolAreaWin::showPath()
+{
+    session_->settingsTab = top_.bar->current();
+    std::vector<QWidget*> wanted;
+    const Node* node = &top_;
+    for (; !node->page; node = &node->children[static_cast<size_t>(node->bar->current())]) wanted.push_back(node->bar);
+    wanted.push_back(node->page);
+    const auto isWanted = [&](QWidget* widget) {
+        return std::find(wanted.begin(), wanted.end(), widget) != wanted.end();
+    };
+    for (UIHorizTabWin* bar : bars_)
+        if (!isWanted(bar)) bar->hide();
+    for (ToolPageWin* page : pages_)
+        if (!isWanted(page)) page->hide();
+    layOut();
+    for (QWidget* widget : wanted) widget->show();
 }
 
 void ToolAreaWin::selectPane(int index)
 {
-    tabs_->select(index);
+    top_.bar->select(index);
 }
 
 void ToolAreaWin::selectTabs(int pane, int inner, int innermost)
 {
-    selectPane(pane);
-    if (pane >= 0 && static_cast<size_t>(pane) < panes_.size())
-        panes_[static_cast<size_t>(pane)]->selectInner(inner, innermost);
+    Node* node = &top_;
+    for (const int index : {pane, inner, innermost}) {
+        if (!node->bar) return;
+        node->bar->select(index);
+        node = &node->children[static_cast<size_t>(node->bar->current())];
+    }
 }
 
 void ToolAreaWin::switchesChanged()
 {
-    for (QWidget* tabs : findChildren<QWidget*>())
-        if (dynamic_cast<UIHorizTabWin*>(tabs)) tabs->update();
+    for (UIHorizTabWin* bar : bars_) bar->switchesChanged();
+}
+
+void ToolAreaWin::updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
+                             const OCSettings* previous, bool force)
+{
+    for (ToolPageWin* page : pages_) page->updateFrom(settings, toolMask, curveMask, previous, force);
+}
+
+void ToolAreaWin::layOut()
+{
+    const int room = width() - 2 * kEdge;
+    top_.bar->setGeometry(kEdge, 3, qMin(room, top_.bar->equalWidth()), UIHorizTabWin::kHeight);
+    int x = kEdge, y = 3;
+    const Node* node = &top_.children[static_cast<size_t>(top_.bar->current())];
+    if (!node->page) y += UIHorizTabWin::kHeight + kBarGap;
+    for (; !node->page; node = &node->children[static_cast<size_t>(node->bar->current())]) {
+        node->bar->setGeometry(x, y, qMin(kEdge + room - x, node->bar->equalWidth()), UIHorizTabWin::kHeight);
+        x += node->bar->width() + kInnerGap;
+    }
+    const int top = y + UIHorizTabWin::kHeight + kBarGap;
+    node->page->setGeometry(kEdge, top, room, height() - top);
 }
 
 void ToolAreaWin::paintEvent(QPaintEvent*)
@@ -194,8 +133,10 @@ void ToolAreaWin::paintEvent(QPaintEvent*)
 
 void ToolAreaWin::resizeEvent(QResizeEvent*)
 {
-    constexpr int edge = 8;
-    tabs_->setGeometry(edge, 3, width() - 2 * edge, UIHorizTabWin::kHeight);
-    const int top = 3 + UIHorizTabWin::kHeight + 6;
-    for (ToolPaneWin* pane : panes_) pane->setGeometry(edge, top, width() - 2 * edge, height() - top);
+    layOut();
+}
+
+void ToolAreaWin::mousePressEvent(QMouseEvent*)
+{
+    (void)CommitOpenEdit(session_, true);
 }

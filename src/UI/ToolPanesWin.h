@@ -1,72 +1,49 @@
-// The settings area: tabs, pages and sliders built from the tables of ToolPanes.h.
+// The settings area: the tree of tabs of ToolPanes.h with its pages, and beside them what is always in sight.
 #pragma once
 
-#include "src/UI/ToolPanes.h"
+#include "src/UI/ToolPageWin.h"
 #include "src/UI/UIHorizTabWin.h"
 #include "src/UI/UISliderWin.h"
 
-#include <QPushButton>
-#include <QScrollArea>
+#include <QHash>
 #include <memory>
 #include <vector>
 
-/// One page of sliders with its Reset button.
-class ToolPageWin : public QWidget {
-  public:
-    /// Makes the sliders and registers them with the session. `error` receives the first failure.
-    ToolPageWin(TKSession* session, const TKPaneRow& pane, const TKPageRow& page, QWidget* parent, BPStatus* error);
-
-    UISliderWin* sliderOf(const TKSlider* slider) const; ///< null when it stands elsewhere
-    void layOut(int pageWidth);
-
-  private:
-    const TKPaneRow& pane_;
-    std::unique_ptr<TKSlider[]> records_; ///< stay in place: the session points at them
-    std::vector<UISliderWin*> sliders_;
-    QPushButton* reset_;
-};
-
-/// A pane: the row of its tone ranges above the pages.
-class ToolPaneWin : public QWidget {
-  public:
-    ToolPaneWin(TKSession* session, const TKPaneRow& pane, QWidget* parent, BPStatus* error);
-
-    UISliderWin* sliderOf(const TKSlider* slider) const;
-    /// The tab inside this one, and the one inside that; -1 leaves one alone.
-    void selectInner(int inner, int innermost);
-
-  protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-
-  private:
-    void showPage(int index);
-    void layOut();
-
-    TKSession* session_;
-    UIHorizTabWin* inner_ = nullptr; ///< the tab between pane and ranges, when the pane has one
-    UIHorizTabWin* ranges_;
-    QScrollArea* scroll_;
-    std::vector<ToolPageWin*> pages_;
-    int shown_ = 0;
-};
-
-/// All panes below their tab row.
 class ToolAreaWin : public QWidget {
   public:
+    /// Builds every page, hidden but for the first; controls are registered with the session. `error` receives the first
+    /// failure.
     ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error);
+    ~ToolAreaWin() override;
 
-    UISliderWin* sliderOf(const TKSlider* slider) const;
-    void selectPane(int index); ///< a number without a pane changes nothing
+    UISliderWin* sliderOf(const TKSlider* slider) const; ///< null when it stands elsewhere
+    void selectPane(int index);                          ///< a number without a pane changes nothing
+    /// A tab, the one inside it, the one inside that; -1 and a number without a tab leave one alone.
     void selectTabs(int pane, int inner, int innermost);
     void switchesChanged(); ///< the checkboxes of all tabs follow the live settings
+    void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
+                    bool force);
+    ToolPageWin* shownPage() const;
 
   protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
   private:
+    /// A tab of the tree: with a row of tabs inside it, or with its page.
+    struct Node {
+        UIHorizTabWin* bar = nullptr;
+        std::vector<Node> children;
+        ToolPageWin* page = nullptr;
+    };
+    Node build(std::span<const TKTabRow> tabs, const QString& name, BPStatus* error);
+    void showPath();
+    void layOut();
+
     TKSession* session_;
-    UIHorizTabWin* tabs_;
-    std::vector<ToolPaneWin*> panes_;
+    Node top_;
+    std::vector<UIHorizTabWin*> bars_;
+    std::vector<ToolPageWin*> pages_;
+    QHash<const TKSlider*, UISliderWin*> sliders_;
 };

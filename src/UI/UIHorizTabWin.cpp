@@ -1,8 +1,11 @@
-// A row of tabs.
+// The window of a row of tabs.
 #include "src/UI/UIHorizTabWin.h"
 
+#include "src/UI/UIHorizTabAccessibleWin.h"
+#include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <cstring>
@@ -10,16 +13,41 @@
 namespace {
 
 constexpr int kPadding = 12; // left and right of a label
+constexpr int kNarrowPadding = 5;
 constexpr int kSwitchSide = 11;
 constexpr int kSwitchGap = 7;
+
+void PaintTick(QPainter& painter, const QRect& box)
+{
+    painter.setPen(QPen(Qt::white, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    const QPointF corner = box.topLeft();
+    const QPointF tick[3] = {corner + QPointF(2.6, 5.6), corner + QPointF(4.7, 7.8), corner + QPointF(8.4, 3.2)};
+    painter.drawPolyline(tick, 3);
+}
 
 } // namespace
 
 UIHorizTabWin::UIHorizTabWin(TKSession* session, std::vector<UITab> tabs, QWidget* parent)
-    : QWidget(parent), session_(session), tabs_(std::move(tabs))
+    : QWidget(parent), session_(session), padding_(kPadding), tabs_(std::move(tabs)), shownOn_(tabs_.size())
 {
+    UIInstallTabAccessibility();
     setFixedHeight(kHeight);
     setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
+    setProperty(kUITakesArrows, true);
+    for (int i = 0; i < tabCount(); ++i) shownOn_[static_cast<size_t>(i)] = isOn(i);
+}
+
+void UIHorizTabWin::fitLabels(const std::vector<QString>& full, const std::vector<QString>& cut, int room)
+{
+    const auto use = [this](const std::vector<QString>& labels, int padding) {
+        padding_ = padding;
+        for (size_t i = 0; i < tabs_.size() && i < labels.size(); ++i) tabs_[i].label = labels[i];
+        return ownWidth();
+    };
+    if (use(full, kPadding) > room && use(full, kNarrowPadding) > room && use(cut, kPadding) > room)
+        (void)use(cut, kNarrowPadding);
+    update();
 }
 
 void UIHorizTabWin::select(int index)
@@ -28,33 +56,83 @@ void UIHorizTabWin::select(int index)
     current_ = index;
     update();
     if (onSelect) onSelect(index);
+    UITabWasSelected(this, index);
 }
 
 bool UIHorizTabWin::isOn(int index) const
 {
+    if (!hasSwitch(index)) return false;
     uint32_t word = 0;
     const auto* base = reinterpret_cast<const uint8_t*>(&session_->liveSettings);
     std::memcpy(&word, base + tabs_[static_cast<size_t>(index)].switchOffset, sizeof word);
     return word != 0;
 }
 
+void UIHorizTabWin::toggle(int index)
+{
+    if (index < 0 || index >= tabCount() || !hasSwitch(index)) return;
+    const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
+    const TKCheckbox checkbox = {.dataBase = reinterpret_cast<uint8_t*>(&session_->liveSettings),
+                                 .dataOffset = tabs_[static_cast<size_t>(index)].switchOffset,
+                                 .section = tkSectionNone,
+                                 .repaint = true,
+                                 .label = name.constData(),
+                                 .objectName = name.constData()};
+    (void)TKCheckboxClick(session_, &checkbox, !isOn(index));
+    switchesChanged();
+}
+
+void UIHorizTabWin::switchesChanged()
+{
+    for (int i = 0; i < tabCount(); ++i) {
+        if (shownOn_[static_cast<size_t>(i)] == isOn(i)) continue;
+        shownOn_[static_cast<size_t>(i)] = isOn(i);
+        update(tabRect(i));
+        UITabSwitchChanged(this, i);
+    }
+}
+
+std::vector<int> UIHorizTabWin::naturalWidths() const
+{
+    std::vector<int> widths;
+    for (const UITab& tab : tabs_)
+        widths.push_back(fontMetrics().horizontalAdvance(tab.label) + 2 * padding_ +
+                         (tab.switchOffset != kUINoSwitch ? kSwitchSide + kSwitchGap : 0));
+    return widths;
+}
+
+int UIHorizTabWin::equalWidth() const
+{
+    return TKTabsEqualWidth(naturalWidths());
+}
+
+int UIHorizTabWin::ownWidth() const
+{
+    return TKTabsOwnWidth(naturalWidths());
+}
+
+QSize UIHorizTabWin::sizeHint() const
+{
+    return {equalWidth(), kHeight};
+}
+
+QSize UIHorizTabWin::minimumSizeHint() const
+{
+    return {tabCount() * 2 * kNarrowPadding, kHeight};
+}
+
 QRect UIHorizTabWin::tabRect(int index) const
 {
-    int x = 0;
-    for (int i = 0;; ++i) {
-        const UITab& tab = tabs_[static_cast<size_t>(i)];
-        int span = fontMetrics().horizontalAdvance(tab.label) + 2 * kPadding;
-        if (tab.switchOffset != kUINoSwitch) span += kSwitchSide + kSwitchGap;
-        if (i == index) return QRect(x, 0, span, height());
-        x += span + 1;
-    }
+    const TKTabSpan span = TKTabSpans(naturalWidths(), width())[static_cast<size_t>(index)];
+    return QRect(span.x, 0, span.width, height());
 }
 
 QRect UIHorizTabWin::switchRect(int index) const
 {
-    if (tabs_[static_cast<size_t>(index)].switchOffset == kUINoSwitch) return {};
+    if (!hasSwitch(index)) return {};
     const QRect tab = tabRect(index);
-    return QRect(tab.left() + kPadding, tab.center().y() - kSwitchSide / 2, kSwitchSide, kSwitchSide);
+    const int padding = qMin(padding_, qMax(0, tab.width() - kSwitchSide) / 2);
+    return QRect(tab.left() + padding, tab.center().y() - kSwitchSide / 2, kSwitchSide, kSwitchSide);
 }
 
 int UIHorizTabWin::tabAt(const QPoint& point) const
@@ -64,41 +142,49 @@ int UIHorizTabWin::tabAt(const QPoint& point) const
     return -1;
 }
 
-void UIHorizTabWin::paintEvent(QPaintEvent*)
+bool UIHorizTabWin::isOnSwitch(int index, const QPoint& point) const
+{
+    return hasSwitch(index) && switchRect(index).adjusted(-5, -7, 4, 7).contains(point);
+}
+
+void UIHorizTabWin::paintTab(QPainter& painter, int index) const
 {
     const UIShades& shades = UIShadesNow();
-    QPainter painter(this);
-    painter.fillRect(rect(), shades.window);
-    painter.setRenderHint(QPainter::Antialiasing);
-    for (int i = 0; i < tabCount(); ++i) {
-        const QRect tab = tabRect(i);
-        const bool isCurrent = i == current_;
-        painter.setPen(Qt::NoPen);
-        if (isCurrent || i == hovered_) {
-            painter.setBrush(isCurrent ? shades.panel.lighter(118) : shades.panel);
-            painter.drawRoundedRect(QRectF(tab).adjusted(0, 2, 0, 4), 4, 4);
-        }
-        int textLeft = tab.left() + kPadding;
-        if (const QRect box = switchRect(i); !box.isEmpty()) {
-            const bool on = isOn(i);
-            painter.setPen(QPen(on ? shades.accent.lighter(130) : shades.dimText, 1));
-            painter.setBrush(on ? shades.accent : shades.groove);
-            painter.drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
-            if (on) {
-                painter.setPen(QPen(Qt::white, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-                const QPointF corner = box.topLeft();
-                const QPointF tick[3] = {corner + QPointF(2.6, 5.6), corner + QPointF(4.7, 7.8),
-                                         corner + QPointF(8.4, 3.2)};
-                painter.drawPolyline(tick, 3);
-            }
-            textLeft = box.right() + 1 + kSwitchGap;
-        }
-        painter.setPen(isCurrent ? shades.text : shades.dimText);
-        painter.drawText(QRect(textLeft, 0, tab.right() - textLeft, height()), Qt::AlignLeft | Qt::AlignVCenter,
-                         tabs_[static_cast<size_t>(i)].label);
-        if (isCurrent)
-            painter.fillRect(QRectF(tab.left() + 4, tab.bottom() - 1, tab.width() - 8, 2), shades.accent.lighter(120));
+    const QRect tab = tabRect(index);
+    const bool isCurrent = index == current_, isHovered = index == hovered_;
+    painter.setPen(Qt::NoPen);
+    if (isCurrent || isHovered) {
+        painter.setBrush(isCurrent ? shades.control : shades.panel);
+        painter.drawRoundedRect(QRectF(tab).adjusted(0, 2, 0, 4), 4, 4);
     }
+    int textLeft = tab.left() + padding_;
+    if (const QRect box = switchRect(index); !box.isEmpty()) {
+        const bool on = isOn(index);
+        const bool touched = isHovered && hoversSwitch_;
+        painter.setPen(QPen(on || touched ? shades.accent.lighter(130) : shades.dimText, 1));
+        painter.setBrush(pressedSwitch_ == index ? shades.pressed : on ? shades.accent : shades.groove);
+        painter.drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+        if (on) PaintTick(painter, box);
+        textLeft = box.right() + 1 + kSwitchGap;
+    }
+    painter.setPen(isCurrent ? shades.text : shades.dimText);
+    const int room = tab.right() + 1 - textLeft - 2;
+    painter.drawText(QRect(textLeft, 0, room, height()), Qt::AlignLeft | Qt::AlignVCenter,
+                     fontMetrics().elidedText(tabs_[static_cast<size_t>(index)].label, Qt::ElideRight, room));
+    if (!isCurrent) return;
+    painter.fillRect(QRectF(tab.left() + 4, tab.bottom() - 1, tab.width() - 8, 2), shades.accent.lighter(120));
+    if (!hasFocus()) return;
+    painter.setPen(QPen(shades.accent.lighter(140), 1));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(tab).adjusted(1.5, 3.5, -1.5, -3.5), 3, 3);
+}
+
+void UIHorizTabWin::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), UIShadesNow().window);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (int i = 0; i < tabCount(); ++i) paintTab(painter, i);
 }
 
 void UIHorizTabWin::mousePressEvent(QMouseEvent* event)
@@ -107,9 +193,9 @@ void UIHorizTabWin::mousePressEvent(QMouseEvent* event)
     const QPoint point = event->position().toPoint();
     const int index = tabAt(point);
     if (index < 0 || event->button() != Qt::LeftButton) return;
-    const QRect box = switchRect(index);
-    if (!box.isEmpty() && box.adjusted(-4, -7, 3, 7).contains(point)) {
+    if (isOnSwitch(index, point)) {
         pressedSwitch_ = index;
+        update();
         return;
     }
     select(index);
@@ -119,28 +205,53 @@ void UIHorizTabWin::mouseReleaseEvent(QMouseEvent* event)
 {
     const int index = pressedSwitch_;
     pressedSwitch_ = -1;
-    if (index < 0 || tabAt(event->position().toPoint()) != index) return;
-    const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
-    const TKCheckbox checkbox = {.dataBase = reinterpret_cast<uint8_t*>(&session_->liveSettings),
-                                 .dataOffset = tabs_[static_cast<size_t>(index)].switchOffset,
-                                 .section = tkSectionNone,
-                                 .repaint = true,
-                                 .label = name.constData(),
-                                 .objectName = name.constData()};
-    (void)TKCheckboxClick(session_, &checkbox, !isOn(index));
+    if (index < 0) return;
+    update();
+    if (isOnSwitch(index, event->position().toPoint())) toggle(index);
+}
+
+void UIHorizTabWin::hover(int index, bool onSwitch)
+{
+    if (index == hovered_ && onSwitch == hoversSwitch_) return;
+    hovered_ = index;
+    hoversSwitch_ = onSwitch;
     update();
 }
 
 void UIHorizTabWin::mouseMoveEvent(QMouseEvent* event)
 {
-    const int index = tabAt(event->position().toPoint());
-    if (index == hovered_) return;
-    hovered_ = index;
-    update();
+    const QPoint point = event->position().toPoint();
+    const int index = tabAt(point);
+    hover(index, index >= 0 && isOnSwitch(index, point));
+}
+
+void UIHorizTabWin::keyPressEvent(QKeyEvent* event)
+{
+    if (event->modifiers() == Qt::NoModifier && event->key() == Qt::Key_Space) {
+        toggle(current_);
+        return;
+    }
+    const int next = event->modifiers() == Qt::NoModifier || event->modifiers() == Qt::KeypadModifier
+                         ? TKTabAfterKey(current_, tabCount(), TKVirtualKey(*event))
+                         : -1;
+    if (next < 0) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    select(next);
 }
 
 void UIHorizTabWin::leaveEvent(QEvent*)
 {
-    hovered_ = -1;
+    hover(-1, false);
+}
+
+void UIHorizTabWin::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void UIHorizTabWin::focusOutEvent(QFocusEvent*)
+{
     update();
 }

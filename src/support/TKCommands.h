@@ -9,6 +9,10 @@
 enum : uint32_t {
     kTKCommandResetPane = 3,
     kTKCommandResetGroup = 4,
+    kTKCommandLoadCurves = 7,
+    kTKCommandSaveCurves = 8,
+    kTKCommandAutoExposure = 14,
+    kTKCommandAutoColor = 15,
     kTKCommandViewSingle = 13101,
     kTKCommandViewNormal = 13102,
     kTKCommandResetAll = 13201,

@@ -65,37 +65,37 @@ TEST_F(UITest, ThePictureFollowsADragAtOnce)
 
 TEST_F(UITest, EverySliderMovesItsOwnFieldAndNothingElse)
 {
-    for (const TKPaneRow& pane : TKToolPanes())
-        for (const TKPageRow& page : pane.pages) {
-            ShowPageOf(page.prefix);
-            for (const TKSliderRow& row : pane.sliders) {
-                OCResetSettings(&Live(), kOCResetAll, kOCResetAll, kOCResetDefaults);
-                (void)UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true);
-                const OCSettings before = Live();
-                const std::string name = std::string(page.prefix) + "_" + row.objectName;
-                UISliderWin* slider = Slider(name.c_str());
-                ASSERT_NE(slider, nullptr) << name;
-                ASSERT_TRUE(slider->isVisible()) << name;
-                Press(slider, 0.9);
-                const double expected = row.low + 0.9 * (row.high - row.low);
-                EXPECT_NEAR(static_cast<double>(FloatAt(Live(), page.blockOffset + row.offset)), expected,
-                            (row.high - row.low) / 100)
-                    << name;
-                // Put the field and the switches back: then nothing may differ.
-                OCSettings after = Live();
-                std::memcpy(reinterpret_cast<uint8_t*>(&after) + page.blockOffset + row.offset,
-                            reinterpret_cast<const uint8_t*>(&before) + page.blockOffset + row.offset, 4);
-                for (uint32_t offset : {page.switchOffset, pane.switchOffset, pane.innerSwitchOffset}) {
-                    uint32_t word = 0;
-                    std::memcpy(&word, reinterpret_cast<uint8_t*>(&after) + offset, 4);
-                    if (offset != 0) {
-                        EXPECT_EQ(word, 1u) << name << ": switch at " << offset;
-                        std::memset(reinterpret_cast<uint8_t*>(&after) + offset, 0, 4);
-                    }
-                }
-                EXPECT_EQ(std::memcmp(&after, &before, sizeof after), 0) << name;
+    for (const TKPagePath& path : TKToolPages()) {
+        const TKPageRow& page = *path.page;
+        ShowPageOf(page.prefix);
+        for (const TKControlRow& row : page.rows) {
+            if (row.kind != tkRowSlider) continue;
+            OCResetSettings(&Live(), kOCResetAll, kOCResetAll, kOCResetDefaults);
+            (void)UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true);
+            const OCSettings before = Live();
+            const std::string name = TKRowName(page, row);
+            UISliderWin* slider = Slider(name.c_str());
+            ASSERT_NE(slider, nullptr) << name;
+            ASSERT_TRUE(slider->isVisible()) << name;
+            Press(slider, 0.9);
+            const double expected = row.bind.low + 0.9 * (row.bind.high - row.bind.low);
+            EXPECT_NEAR(static_cast<double>(FloatAt(Live(), page.blockOffset + row.bind.offset)), expected,
+                        (row.bind.high - row.bind.low) / 100)
+                << name;
+            // Put the field and the switches back: then nothing may differ.
+            OCSettings after = Live();
+            std::memcpy(reinterpret_cast<uint8_t*>(&after) + page.blockOffset + row.bind.offset,
+                        reinterpret_cast<const uint8_t*>(&before) + page.blockOffset + row.bind.offset, 4);
+            for (const uint32_t offset : path.switchOffset) {
+                if (offset == kTKNoSwitch) continue;
+                uint32_t word = 0;
+                std::memcpy(&word, reinterpret_cast<uint8_t*>(&after) + offset, 4);
+                EXPECT_EQ(word, 1u) << name << ": switch at " << offset;
+                std::memset(reinterpret_cast<uint8_t*>(&after) + offset, 0, 4);
             }
+            EXPECT_EQ(std::memcmp(&after, &before, sizeof after), 0) << name;
         }
+    }
 }
 
 TEST_F(UITest, TypingReachesBeyondTheTrackButNotBeyondTheEntryRange)
@@ -192,7 +192,7 @@ TEST_F(UITest, CapsLockHoldsThePictureUntilItGoesOff)
 TEST_F(UITest, ATabsCheckboxSwitchesItsSection)
 {
     Drag(Slider("hsl_master_gain"), 1.0 / 3, 0.8);
-    auto* ranges = Find<UIHorizTabWin>("pane_hsl_ranges");
+    auto* ranges = Find<UIHorizTabWin>("pane_hsl_controls_tabs");
     QTest::mouseClick(ranges, Qt::LeftButton, Qt::NoModifier, ranges->switchRect(0).center());
     EXPECT_EQ(Live().hsl.master.on, 0u);
     EXPECT_EQ(ranges->current(), 0);

@@ -266,15 +266,17 @@ TEST_F(UITest, LettersSelectTabsAndViewsOfTheWindow)
     EXPECT_EQ(panes->current(), 1);
     EXPECT_EQ(session_->settingsTab, 1);
     QTest::keyClick(window, Qt::Key_S);
-    EXPECT_EQ(Find<UIHorizTabWin>("pane_rgb_ranges")->current(), 3);
-    EXPECT_EQ(Find<UIHorizTabWin>("pane_hsl_ranges")->current(), 0);
+    EXPECT_EQ(Find<UIHorizTabWin>("pane_rgb_tabs")->current(), 3);
+    EXPECT_EQ(Find<UIHorizTabWin>("pane_hsl_controls_tabs")->current(), 0);
     QTest::keyClick(window, Qt::Key_U);
     QTest::keyClick(window, Qt::Key_H);
     EXPECT_EQ(panes->current(), 0);
-    EXPECT_EQ(Find<UIHorizTabWin>("pane_hsl_ranges")->current(), 1);
-    QTest::keyClick(window, Qt::Key_N); // a tab that is not there: consumed, nothing happens
-    EXPECT_EQ(panes->current(), 0);
-    EXPECT_EQ(session_->settingsTab, 0);
+    EXPECT_EQ(Find<UIHorizTabWin>("pane_hsl_controls_tabs")->current(), 1);
+    QTest::keyClick(window, Qt::Key_W);
+    EXPECT_EQ(Find<UIHorizTabWin>("pane_hsl_tabs")->current(), 1);
+    QTest::keyClick(window, Qt::Key_N);
+    EXPECT_EQ(panes->current(), 6);
+    EXPECT_EQ(session_->settingsTab, 6);
     QTest::keyClick(window, 'S', Qt::ShiftModifier);
     EXPECT_EQ(views->current(), 1);
     EXPECT_EQ(session_->imagePaneMode, tkImageSource);

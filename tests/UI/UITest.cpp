@@ -51,14 +51,9 @@ QLineEdit* UITest::EditOf(UISliderWin* slider) const
 
 void UITest::ShowPageOf(const char* prefix)
 {
-    const std::span<const TKPaneRow> panes = TKToolPanes();
-    for (size_t pane = 0; pane < panes.size(); ++pane)
-        for (size_t page = 0; page < panes[pane].pages.size(); ++page) {
-            if (std::string(panes[pane].pages[page].prefix) != prefix) continue;
-            windows_->mainWindow()->tools()->selectPane(static_cast<int>(pane));
-            Find<UIHorizTabWin>((std::string(panes[pane].objectName) + "_ranges").c_str())
-                ->select(static_cast<int>(page));
-        }
+    for (const TKPagePath& path : TKToolPages())
+        if (std::string(path.page->prefix) == prefix)
+            windows_->mainWindow()->tools()->selectTabs(path.tab[0], path.tab[1], path.tab[2]);
 }
 
 namespace {
