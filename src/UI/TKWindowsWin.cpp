@@ -6,6 +6,7 @@
 #include "src/UI/UIRecoverWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/UI/UIValueWin.h"
 #include "src/platform/qt/BPQtForeground.h"
 #include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
@@ -187,20 +188,33 @@ struct TKWindowsCalls {
         TincturaMainWin* window = Main(context);
         return window ? window->sliderOf(slider) : nullptr;
     }
+    /// A number without a track, in a composite control.
+    static UIValueWin* ValueOf(void* context, const TKSlider* slider)
+    {
+        TincturaMainWin* window = Main(context);
+        return window ? UIValueWin::find(window, slider) : nullptr;
+    }
     static void SliderChanged(void* context, TKSlider* slider)
     {
-        if (UISliderWin* window = SliderOf(context, slider)) window->showValue();
+        if (UISliderWin* window = SliderOf(context, slider))
+            window->showValue();
+        else if (UIValueWin* value = ValueOf(context, slider))
+            value->showValue();
     }
     static void EditOpened(void* context, TKSlider* slider)
     {
-        if (UISliderWin* window = SliderOf(context, slider)) window->showEdit();
+        if (UISliderWin* window = SliderOf(context, slider))
+            window->showEdit();
+        else if (UIValueWin* value = ValueOf(context, slider))
+            value->showEdit();
     }
     static void EditClosed(void* context, TKSlider* slider)
     {
-        if (UISliderWin* window = SliderOf(context, slider)) {
-            window->hideEdit();
-            Main(context)->setFocus();
-        }
+        UISliderWin* window = SliderOf(context, slider);
+        UIValueWin* value = window ? nullptr : ValueOf(context, slider);
+        if (window) window->hideEdit();
+        if (value) value->hideEdit();
+        if (window || value) Main(context)->setFocus();
     }
     static void SwitchesChanged(void* context)
     {

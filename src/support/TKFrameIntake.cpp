@@ -285,6 +285,7 @@ bool TakeBuffer(TKSession* session, const uint8_t* buffer, uint32_t byteCount)
         return false;
     }
     OCForgetStages(&session->stageCache);
+    ++session->sourceVersion;
     Transfer(session, buffer, shape, session->sourceFrame);
     (void)OCApplyPixelAdjust(&session->imageTransfer, session->storedPixelAdjust, session->sourceFrame);
     return ShowSource(session) == bpNoErr;
@@ -351,6 +352,7 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
     }
 
     OCForgetStages(&session->stageCache);
+    ++session->sourceVersion;
     if (!FrameMatches(session->comparisonFrame, width, height)) DisposeFrame(&session->comparisonFrame);
     BPStatus err = FitFrame(&session->sourceFrame, width, height);
     if (err == bpNoErr) err = FitFrame(&session->resultFrame, width, height);

@@ -145,6 +145,7 @@ struct TKSession {
 
     // Picture.
     FBFrame* sourceFrame;
+    uint32_t sourceVersion; ///< another one whenever the source frame has other pixels
     FBFrame* resultFrame;
     FBFrame* comparisonFrame;
     ScopeSurface resultSurface, splitSurface, splitMask, secondarySurface;
