@@ -30,4 +30,7 @@ struct BPProcessOps {
     /// Takes the exit code of a child that has ended: bpNoErr, or bpNotFoundErr while it runs or is not ours. A signal
     /// n counts as 128 + n.
     BPStatus (*reap)(uint32_t processId, int32_t* exitCode);
+
+    /// Whether somebody outside has asked this process to end; stays true. Long waits look at it.
+    bool (*endRequested)();
 };

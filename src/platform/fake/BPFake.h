@@ -46,6 +46,7 @@ enum BPFakeOp : uint32_t {
     bpFakeUnwatch,
     bpFakeSpawn,
     bpFakeReap,
+    bpFakeEndRequested,
     bpFakeWallSeconds,
     bpFakeMonotonicMs,
     bpFakeSleepMs,
@@ -162,6 +163,7 @@ struct BPFakeState {
     uint32_t nextProcessId = 9000;                 ///< the id of the next child
     std::vector<std::vector<std::string>> spawned; ///< argument vectors
     uint32_t openWatches = 0;
+    bool endRequested = false;
 
     // Clock.
     double wallSeconds = 1000000000.0;

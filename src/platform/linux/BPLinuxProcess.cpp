@@ -1,4 +1,5 @@
 // Processes, watched through descriptors that no reuse of a number can fool.
+#include "src/platform/BPEndRequest.h"
 #include "src/platform/BPThreads.h"
 #include "src/platform/linux/BPLinux.h"
 
@@ -166,5 +167,6 @@ void BPFillLinuxProcess(BPProcessOps* ops)
             .isAlive = IsAlive,
             .unwatch = Unwatch,
             .spawn = Spawn,
-            .reap = Reap};
+            .reap = Reap,
+            .endRequested = BPEndIsRequested};
 }
