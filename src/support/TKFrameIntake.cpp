@@ -48,18 +48,6 @@ uint64_t RoomForPixels(const TKSession* session)
     return session->commBlock.byteCount - offsetof(TKUIComm, pixels);
 }
 
-/// The pointer word; eight bytes of it where the block has room for them. 0 means that there is no frame.
-uint64_t PointerWord(const TKSession* session)
-{
-    const uint8_t* word = TKBlockOf(session)->pixels;
-    uint32_t low = 0;
-    uint64_t whole = 0;
-    std::memcpy(&low, word, sizeof low);
-    if (low == 0 || RoomForPixels(session) < sizeof whole) return low;
-    std::memcpy(&whole, word, sizeof whole);
-    return whole;
-}
-
 void Transfer(const TKSession* session, const void* pixels, const TKFrameShape& shape, const FBFrame* frame)
 {
     const uint64_t planeBytes = uint64_t{shape.rowBytes} * shape.height;
@@ -162,12 +150,13 @@ BPStatus AwaitChunk(TKSession* session)
         session->hostSwapped ? __builtin_bswap32(kTKUIStatusChunkReady) : uint32_t{kTKUIStatusChunkReady};
     const uint32_t failed =
         session->hostSwapped ? __builtin_bswap32(kTKUIStatusRequestFailed) : uint32_t{kTKUIStatusRequestFailed};
-    const bool watched = session->hostProcessHigh != 0 || session->hostProcessID != 0;
+    const bool watched = session->hostProcessID != 0;
     for (uint32_t waits = 0; watched || waits < kOrphanWaits; ++waits) {
         session->platform->clock.sleepMs(BPTicksToMs(kChunkWaitTicks));
         const bool alive = TKHostIsAlive(session); // before the look: what it stored before its end still counts
         const uint32_t status = TKReadStatus(block);
         if (status == wanted) return bpNoErr;
+        if (session->platform->process.endRequested()) return bpParamErr;
         if (status == failed || !alive || TKHostTookItsBlock(session)) break;
     }
     BPDebugLog("The host ended before its frame was complete\n");
@@ -222,10 +211,9 @@ BPStatus PlanIntake(const TKSession* session, IntakePlan* plan)
         plan->kind = Intake::chunked;
     else if (flags & kTKUIFlagPixelsInline)
         plan->kind = Intake::inlined;
-    else if (const uint64_t address = PointerWord(session); address != 0) {
+    else if (plan->pointer = TKPixelAddress(session); plan->pointer) {
         plan->kind = Intake::pointer;
-        plan->pointer = reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
-        if (!session->hostInProcess || address % 16 != 0) {
+        if (!session->hostInProcess) {
             BPDebugLog("Pixels at an address of another process are refused\n");
             return bpParamErr;
         }
@@ -241,6 +229,22 @@ BPStatus PlanIntake(const TKSession* session, IntakePlan* plan)
     return bpNoErr;
 }
 
+/// Takes the pixels at an address of this process. Any address will do; one on which the format's components do not
+/// stand straight costs a copy.
+BPStatus TakePointed(TKSession* session, const IntakePlan& plan)
+{
+    if (reinterpret_cast<uintptr_t>(plan.pointer) % RowAlignment(plan.shape.format) == 0) {
+        Transfer(session, plan.pointer, plan.shape, session->sourceFrame);
+        return bpNoErr;
+    }
+    void* straight = BPAllocate(static_cast<size_t>(plan.shape.byteCount));
+    if (!straight) return bpMemFullErr;
+    std::memcpy(straight, plan.pointer, static_cast<size_t>(plan.shape.byteCount));
+    Transfer(session, straight, plan.shape, session->sourceFrame);
+    BPFree(straight);
+    return bpNoErr;
+}
+
 BPStatus TakePixels(TKSession* session, const IntakePlan& plan)
 {
     switch (plan.kind) {
@@ -248,13 +252,14 @@ BPStatus TakePixels(TKSession* session, const IntakePlan& plan)
     case Intake::inlined:
         Transfer(session, TKBlockOf(session)->pixels, plan.shape, session->sourceFrame);
         return bpNoErr;
-    case Intake::pointer: Transfer(session, plan.pointer, plan.shape, session->sourceFrame); return bpNoErr;
+    case Intake::pointer: return TakePointed(session, plan);
     case Intake::chunked: return TakeChunks(session, plan.shape);
     }
     return bpNoErr;
 }
 
-/// The source frame as the panes show it.
+/// The source frame as the panes show it. Deliberate: pixels at an address are converted as all others are. Those of
+/// pixFormatARGB8 lie in memory the other way round than a surface's, so they could not be shown where they stand.
 BPStatus ShowSource(TKSession* session)
 {
     const FBFrame* frame = session->sourceFrame;
@@ -292,6 +297,19 @@ bool TakeBuffer(TKSession* session, const uint8_t* buffer, uint32_t byteCount)
 }
 
 } // namespace
+
+void* TKPixelAddress(const TKSession* session)
+{
+    const uint8_t* word = TKBlockOf(session)->pixels;
+    uint32_t low = 0;
+    uint64_t whole = 0;
+    std::memcpy(&low, word, sizeof low);
+    if (RoomForPixels(session) >= sizeof whole && (low != 0 || session->hostInProcess))
+        std::memcpy(&whole, word, sizeof whole);
+    else
+        whole = low;
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(whole));
+}
 
 BPStatus TKReadFrameShape(const TKUIComm* block, TKFrameShape* shape)
 {
@@ -362,9 +380,13 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
     if (err = TakePixels(session, plan); err != bpNoErr) return err;
     if (session->comparisonFrame)
         FBCopyFrameBuffer(session->sourceFrame, session->comparisonFrame, session->taskCount, session->tasks);
-    OCPixelAdjust adjust;
-    std::memcpy(&adjust, &block->hostPixelAdjust, sizeof adjust);
-    if (err = OCApplyPixelAdjust(&session->imageTransfer, adjust, session->sourceFrame); err != bpNoErr) return err;
+    // Deliberate: without a frame the buffer stays as it is, for a listed host too. Its pixels were adjusted when they
+    // came; once more would shift the picture with each attach.
+    if (plan.kind != Intake::none) {
+        OCPixelAdjust adjust;
+        std::memcpy(&adjust, &block->hostPixelAdjust, sizeof adjust);
+        if (err = OCApplyPixelAdjust(&session->imageTransfer, adjust, session->sourceFrame); err != bpNoErr) return err;
+    }
     if (err = ShowSource(session); err != bpNoErr) return err;
     TK_UI(session, refreshSource);
     TKRenderResult(session);

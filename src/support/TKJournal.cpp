@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr uint8_t kMagic[8] = {'O', 'C', 'J', 'R', 'N', 'L', '0', '1'};
+constexpr uint8_t kMagic[8] = {'O', 'C', 'J', 'R', 'N', 'L', '0', '2'};
 constexpr size_t kHeaderSummed = offsetof(TKJournalHeader, checksum);
 constexpr size_t kRecordSummed = offsetof(TKJournalRecord, checksum);
 
@@ -25,6 +25,8 @@ constexpr std::array<uint32_t, 256> ChecksumTable()
 }
 constexpr std::array<uint32_t, 256> kChecksumTable = ChecksumTable();
 
+constexpr uint64_t kMixSeed = 14695981039346656037u;
+
 uint64_t Mixed(uint64_t key, const void* bytes, size_t byteCount)
 {
     const auto* byte = static_cast<const uint8_t*>(bytes);
@@ -32,18 +34,32 @@ uint64_t Mixed(uint64_t key, const void* bytes, size_t byteCount)
     return key;
 }
 
-/// The first path of the host's list that is one: not empty, and ended.
-void CopyPath(const TKUIComm* block, char* path, size_t length)
+/// The host's list in short. A path counts as often as it is listed; one without an end has all its bytes.
+struct ListOfPaths {
+    char first[260]; // of those with an end; the rest is zero
+    bool several;
+    uint32_t check; // of all of them
+};
+
+ListOfPaths ReadList(const TKUIComm* block)
 {
+    ListOfPaths list = {};
+    uint64_t key = kMixSeed;
+    bool any = false;
     const int32_t count = std::min<int32_t>(TKReadOnce(block->clipCount), kTKUIClipLimit);
     for (int32_t i = 0; i < count; ++i) {
         TKClipRecord record;
         std::memcpy(&record, &block->clipList[i], sizeof record);
         const size_t used = strnlen(record.path, sizeof record.path);
-        if (used == 0 || used >= length) continue;
-        std::memcpy(path, record.path, used);
-        return;
+        if (used == 0) continue;
+        std::memset(record.path + used, 0, sizeof record.path - used);
+        key = Mixed(key, record.path, sizeof record.path);
+        if (!any && used < sizeof list.first) std::memcpy(list.first, record.path, used);
+        list.several |= std::memcmp(list.first, record.path, sizeof list.first) != 0;
+        any = true;
     }
+    list.check = any ? static_cast<uint32_t>(key ^ key >> 32) : 0;
+    return list;
 }
 
 bool HeaderIsSound(const TKJournalHeader& header, const TKJournalClip& clip)
@@ -75,8 +91,13 @@ void TKJournalClipOf(const TKUIComm* block, TKJournalClip* clip)
     *clip = {};
     const int32_t step = TKReadOnce(block->frameStep), last = TKReadOnce(block->frameTimeMax);
     clip->frames = step > 0 && last >= 0 ? static_cast<uint32_t>(last / step) + 1 : 0;
-    CopyPath(block, clip->path, sizeof clip->path);
-    if (clip->path[0] != 0) return;
+    clip->startFrame = TKReadOnce(block->startFrame);
+    const ListOfPaths list = ReadList(block);
+    if (list.first[0] != 0 && !list.several) {
+        std::memcpy(clip->path, list.first, sizeof clip->path);
+        return;
+    }
+    clip->listCheck = list.check;
     clip->width = TKReadOnce(block->frameWidth);
     clip->height = TKReadOnce(block->frameHeight);
     clip->frameRate100 = TKReadOnce(block->frameRate100);
@@ -85,7 +106,7 @@ void TKJournalClipOf(const TKUIComm* block, TKJournalClip* clip)
 
 void TKJournalName(const TKJournalClip& clip, char* name, size_t length)
 {
-    std::snprintf(name, length, "%016" PRIx64 "%s", Mixed(14695981039346656037u, &clip, sizeof clip), kTKJournalSuffix);
+    std::snprintf(name, length, "%016" PRIx64 "%s", Mixed(kMixSeed, &clip, sizeof clip), kTKJournalSuffix);
 }
 
 void TKJournalTitle(const TKJournalClip& clip, char* title, size_t length)

@@ -15,23 +15,25 @@
 inline constexpr uint32_t kTKJournalSlots = 32;
 inline constexpr char kTKJournalSuffix[] = ".ocjournal";
 
-/// What tells one clip from another. A host that names its clip names it by path and length, whatever size its frames
-/// come in; for others geometry and timing have to do.
+/// What tells one clip from another. A host whose list has one path names its clip by it, and by its range of frames,
+/// whatever size the frames come in. A list of several, a project's, does not say which one is meant: then the whole list
+/// and all that is known of the frames have to agree, as they have without a list.
 struct TKJournalClip {
-    char path[260]; ///< of the first clip in the host's list, ended by zeros; empty when it has none
-    uint32_t frames;
+    char path[260]; ///< the only one of the host's list, ended by zeros; empty when there is none, or are several
+    uint32_t frames, startFrame;
     uint32_t width, height, frameRate100, hostApp; ///< 0 with a path
+    uint32_t listCheck;                            ///< of the paths in their order; 0 with a path, or without any
 };
-static_assert(sizeof(TKJournalClip) == 280);
+static_assert(sizeof(TKJournalClip) == 288);
 
 struct TKJournalHeader {
-    uint8_t magic[8]; ///< "OCJRNL01"
+    uint8_t magic[8]; ///< "OCJRNL02"
     uint32_t recordBytes, slotCount;
     TKJournalClip clip;
     uint32_t reserved;
     uint32_t checksum; ///< of all before it
 };
-static_assert(sizeof(TKJournalHeader) == 304 && offsetof(TKJournalHeader, clip) == 16);
+static_assert(sizeof(TKJournalHeader) == 312 && offsetof(TKJournalHeader, clip) == 16);
 
 struct TKJournalRecord {
     uint32_t magic;    ///< kTKJournalRecordMagic

@@ -15,6 +15,8 @@
 namespace {
 
 constexpr uint32_t kShortSplashTicks = 30, kLongSplashTicks = 60;
+constexpr uint32_t kTakeTicks = 100; // after OK, in which a host may take its grade
+constexpr uint32_t kTakeStepMs = 10;
 constexpr uint32_t kScanWaitMs = 500;
 constexpr int32_t kLastSettingsTab = 8; // "Limiting"
 
@@ -154,10 +156,19 @@ bool BlockIsLeftBehind(TKSession* session)
     const BPSharedMemoryOps& ops = session->platform->sharedMemory;
     if (ops.open(kTKCommBlockName, kTKUICommBytes, &memory) != bpNoErr) return false;
     const auto* block = reinterpret_cast<const TKUIComm*>(memory.address);
-    const bool left =
-        TKReadStatus(block) == kTKUIStatusUIDone && TKReadOnce(block->hostProcessID) == session->hostProcessID;
+    const auto inOrder = [session](uint32_t word) { return session->hostSwapped ? __builtin_bswap32(word) : word; };
+    const bool left = inOrder(TKReadStatus(block)) == kTKUIStatusUIDone &&
+                      inOrder(TKReadOnce(block->hostProcessID)) == session->hostProcessID;
     ops.close(&memory);
     return left;
+}
+
+/// Gives the host the time to take its grade, as long as it lives. A resident application waits in any case.
+void AwaitTaking(TKSession* session)
+{
+    const uint64_t limit = session->platform->clock.monotonicMs() + BPTicksToMs(kTakeTicks);
+    while (BlockIsLeftBehind(session) && TKHostIsAlive(session) && session->platform->clock.monotonicMs() < limit)
+        session->platform->clock.sleepMs(kTakeStepMs);
 }
 
 /// The journal of a session that ends by `command`. A grade that was given to a dead host has reached nobody.
@@ -180,7 +191,7 @@ void GoResident(TKSession* session, uint32_t command)
     HandBack(session);
     BPDebugLog(">>>>>>>>>>>>>>>>>>>>>>>> UI: %s was clicked\n", command == kTKCommandOK ? "OK" : "Cancel");
     TKCloseCommBlock(session);
-    if (command == kTKCommandOK) Wait(session, 100);
+    if (command == kTKCommandOK) Wait(session, kTakeTicks);
 }
 
 void Quit(TKSession* session)
@@ -306,8 +317,13 @@ void TKEndSession(TKSession* session, uint32_t command)
     const bool stays = StaysResident(session, command);
     if (stays)
         GoResident(session, command);
-    else
+    else {
         Quit(session);
+        if (command == kTKCommandOK) {
+            TK_UI(session, hideMainWindow); // nobody shall look at a window that does not answer
+            AwaitTaking(session);
+        }
+    }
     FinishJournal(session, command, hostIsAlive);
     if (!stays) TK_UI(session, closeMainWindow);
 }

@@ -20,6 +20,7 @@ namespace {
 constexpr char kTag[] = "Ochrine 3 UI";
 constexpr uint32_t kHeaderWaitMs = 50;
 constexpr uint32_t kFrameWaitMs = 15;
+constexpr uint32_t kOrphanWaits = 2000;          // of kFrameWaitMs: a host that cannot be watched is only outwaited
 constexpr uint32_t kSpareAnswerBytes = 1u << 20; // that a host may send beyond the frame
 constexpr uint32_t kFrameWord = 9;               // data word of a message that brings a frame
 constexpr uint32_t kTitleTries = 5;
@@ -42,17 +43,23 @@ void LogHeader(const TKUIComm* block)
     BPDebugLog("returning NULL\n");
 }
 
-/// Swaps the pixels that lie in the block, as far as they lie in it.
+/// Swaps the pixels of the block, as far as they lie in it, or those at the address that it holds.
 void SwapBlockPixels(TKSession* session)
 {
     TKUIComm* block = TKBlockOf(session);
     const uint64_t room = session->commBlock.byteCount - offsetof(TKUIComm, pixels);
     const uint32_t flags = TKReadOnce(block->pixelFlags);
-    uint64_t byteCount = 0; // an address is that of an embedder in this process, whose order is ours
+    uint64_t byteCount = uint64_t{TKReadOnce(block->frameRowBytes)} * TKReadOnce(block->frameHeight);
     if (flags & kTKUIFlagPixelsChunked)
         byteCount = TKReadOnce(block->chunkBytes);
-    else if (flags & kTKUIFlagPixelsInline)
-        byteCount = uint64_t{TKReadOnce(block->frameRowBytes)} * TKReadOnce(block->frameHeight);
+    else if (!(flags & kTKUIFlagPixelsInline)) {
+        // A frame that will be refused is left as it is, and so is memory that nobody vouches for.
+        TKFrameShape shape;
+        auto* pixels = static_cast<uint8_t*>(TKPixelAddress(session));
+        if (session->hostInProcess && session->hostSwapped && pixels && TKReadFrameShape(block, &shape) == bpNoErr)
+            TKSwapPixels(session, pixels, uint64_t{shape.rowBytes} * shape.height);
+        return;
+    }
     TKSwapPixels(session, block->pixels, byteCount < room ? byteCount : room);
 }
 
@@ -136,12 +143,15 @@ void ForgetReceivedFrame(TKSession* session)
     session->receivedBytes = 0;
 }
 
-/// Waits for the answer to status 9; one that cannot be used is none. False when the host refused or ended.
+/// Waits for the answer to status 9; one that cannot be used is none. False when the host refused or ended, or when we
+/// are asked to end.
 bool AwaitFrame(TKSession* session, TKAnswerRange range)
 {
     const TKUIComm* block = TKBlockOf(session);
-    while (!session->receivedFrame) {
+    for (uint32_t waits = 0; !session->receivedFrame; ++waits) {
         if (TKReadStatus(block) == kTKUIStatusRequestFailed || TKHostTookItsBlock(session)) return false;
+        if (session->platform->process.endRequested()) return false;
+        if (session->hostProcessID == 0 && waits == kOrphanWaits) return false;
         session->platform->clock.sleepMs(kFrameWaitMs);
         const bool alive = TKHostIsAlive(session); // before the look: what it sent before its end is then waiting
         TKCommWindowPoll(session, range);
@@ -228,7 +238,8 @@ bool TKReattachHost(TKSession* session)
     if (session->quitting) return false;
     TKUIComm* block = OpenBlockOfALivingHost(session);
     if (!block) {
-        if (!TKHostIsAlive(session)) TKDetachAndQuit(session);
+        // Without a process id nobody could tell when such a host is gone: it counts as gone.
+        if (session->hostProcessID == 0 || !TKHostIsAlive(session)) TKDetachAndQuit(session);
         if (session->platform->clock.wallSeconds() < session->uiDeadline) return false;
         TKDetachAndQuit(session);
         return false;
@@ -314,7 +325,7 @@ uint32_t TKAddHostClips(TKSession* session)
 
 bool TKHostIsAlive(const TKSession* session)
 {
-    if (session->hostProcessID == 0) return session->hostProcessHigh == 0;
+    if (session->hostProcessID == 0) return true;
     const BPProcessOps& process = session->platform->process;
     if (session->hostWatch.handle != 0) return process.isAlive(&session->hostWatch);
     return ProcessLives(process, session->hostProcessID);

@@ -20,6 +20,10 @@ struct TKFrameShape {
 /// the log, for a frame that could not be.
 BPStatus TKReadFrameShape(const TKUIComm* block, TKFrameShape* shape);
 
+/// The address of the frame that a host in this process has put into the block: a word of this machine's addresses, or of
+/// 32 bits where the block has room for no more. Null when there is no frame.
+void* TKPixelAddress(const TKSession* session);
+
 /// Value of `status`, read once with acquire order; and stored with release order.
 uint32_t TKReadStatus(const TKUIComm* block);
 void TKStoreStatus(TKUIComm* block, uint32_t status);
@@ -56,7 +60,8 @@ bool TKHostTookItsBlock(const TKSession* session);
 /// A negative count is an assertion failure and no clip. Returns how many there were. Once, at the start.
 uint32_t TKAddHostClips(TKSession* session);
 
-/// Whether the host of this session still lives. True while none is known.
+/// Whether the host of this session still lives. True for one that gave no process id: the high half of an identity alone
+/// names no process, so that host is served as any other, its waits have an end, and no application stays resident for it.
 bool TKHostIsAlive(const TKSession* session);
 
 /// Starts listening for frames under a title of its own, which goes into the block. -50 when that fails.

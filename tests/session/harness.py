@@ -20,7 +20,7 @@ from headless import Desktop, Failure, is_running, wait_until   # noqa: E402, F4
 GRADE_BYTES = 33556
 GRADE_SIGNATURE = 0x12343210
 # A journal: a header, then records that each end in a checksum.
-JOURNAL_HEADER_BYTES, JOURNAL_RECORD_BYTES, JOURNAL_GRADE_AT = 304, 33576, 16
+JOURNAL_HEADER_BYTES, JOURNAL_RECORD_BYTES, JOURNAL_GRADE_AT = 312, 33576, 16
 # Offsets in a grade.
 PRIMARY_ON, HSL_ON, HSL_MASTER_ON, HSL_MASTER_SATURATION = 4, 8, 12, 20
 # Offsets in the block of a host, and values of its status.

@@ -1,34 +1,13 @@
 // The frame of the block and the frames of requests, down to pixels.
 #include "src/platform/BPMemory.h"
-#include "tests/support/TKTestSession.h"
+#include "tests/support/TKIntakeTest.h"
 
 #include <cmath>
 #include <cstring>
 
 namespace {
 
-class TKFrameIntake : public TKSessionTest {
-  protected:
-    void AttachOnly()
-    {
-        host_.Make();
-        ASSERT_EQ(TKAttachHost(session_), tkAttached);
-    }
-
-    [[nodiscard]] bool ShowsFrame(const ScopeSurface& surface, uint32_t frame) const
-    {
-        if (surface.width != host_.width || surface.height != host_.height) return false;
-        for (uint32_t row = 0; row < host_.height; ++row)
-            for (uint32_t column = 0; column < host_.width; ++column) {
-                const uint32_t wanted = 0xFF000000u | ((10 * frame + column) & 0xFF) << 16 | (row & 0xFF) << 8 | 200;
-                if (TKPixelAt(surface, column, row) == wanted) continue;
-                ADD_FAILURE() << "pixel " << column << ", " << row << " is " << std::hex
-                              << TKPixelAt(surface, column, row) << ", not " << wanted;
-                return false;
-            }
-        return true;
-    }
-};
+class TKFrameIntake : public TKIntakeTest {};
 
 TEST_F(TKFrameIntake, AnInlineFrameComesUpOnBothSurfaces)
 {
@@ -89,160 +68,6 @@ TEST_F(TKFrameIntake, AFrameThatComesAfterADragIsGradedFromItsOwnPixels)
     EXPECT_EQ(session_->stageCache.step, 8u);
     ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
     EXPECT_TRUE(ShowsFrame(session_->resultSurface, 4));
-}
-
-TEST_F(TKFrameIntake, AChunkedFrameIsTheSameFrame)
-{
-    for (const uint32_t rows : {1u, 2u, 4u, 5u, 6u, 7u}) {
-        host_ = {};
-        host_.flags = kTKUIFlagPixelsChunked | kTKUIFlagPixelsInline; // the second bit wins
-        host_.chunkRows = rows;
-        host_.serve = [](TKTestHost* host) { host->SendChunks(); };
-        AttachOnly();
-        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr) << rows;
-        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1)) << rows;
-        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
-        EXPECT_EQ(host_.Block()->pixelFlags, uint32_t{kTKUIFlagPixelsInline});
-        const uint32_t chunks = (6 + rows - 1) / rows;
-        EXPECT_EQ(gBPFake.sleeps.size(), chunks - 1) << rows;
-        for (const uint32_t ms : gBPFake.sleeps) EXPECT_EQ(ms, 166u); // 10 ticks
-        EXPECT_TRUE(
-            TKLogHas({"After swap, bytes remaining = " + std::to_string(rows >= 6 ? 0 : (6 - rows) * 36) + "\n"}));
-        TearDown();
-        SetUp();
-    }
-}
-
-TEST_F(TKFrameIntake, ASlowHostThatCountsDownBeforeItsLastChunkLosesNothing)
-{
-    host_.flags = kTKUIFlagPixelsChunked;
-    host_.chunkRows = 3;
-    host_.serve = [](TKTestHost* host) {
-        TKUIComm* block = host->Block();
-        if (gBPFake.sleeps.size() == 1) block->bytesRemaining = 0; // ahead of the chunk
-        if (gBPFake.sleeps.size() == 3) {
-            block->bytesRemaining = 108;
-            host->SendChunks();
-        }
-    };
-    AttachOnly();
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
-    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
-}
-
-TEST_F(TKFrameIntake, AHostThatEndsBetweenChunksFailsTheLoad)
-{
-    for (const int way : {0, 1, 2}) {
-        host_ = {};
-        host_.flags = kTKUIFlagPixelsChunked;
-        static int how;
-        how = way;
-        host_.serve = [](TKTestHost* host) {
-            if (gBPFake.sleeps.size() < 2) return;
-            if (how == 0) gBPFake.alive[kHostProcess] = false;
-            if (how == 1) host->Block()->status = kTKUIStatusRequestFailed;
-            if (how == 2) gBPFake.alive.erase(kHostProcess);
-        };
-        AttachOnly();
-        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-        EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
-        EXPECT_EQ(gBPFake.sleeps.size(), 2u);
-        EXPECT_EQ(TKLogCount("The host ended before its frame was complete\n"), 1u);
-        TearDown();
-        SetUp();
-    }
-}
-
-TEST_F(TKFrameIntake, AHostThatCannotBeWatchedIsOutwaited)
-{
-    host_.flags = kTKUIFlagPixelsChunked;
-    host_.processID = 0;
-    AttachOnly();
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
-    EXPECT_EQ(gBPFake.sleeps.size(), 60u); // ten seconds
-}
-
-TEST_F(TKFrameIntake, ChunksThatNeverCompleteTheFrameEnd)
-{
-    host_.flags = kTKUIFlagPixelsChunked;
-    host_.serve = [](TKTestHost* host) { // endless chunks of nothing
-        host->Block()->chunkBytes = 0;
-        host->Block()->bytesRemaining = 1;
-        host->Block()->status = kTKUIStatusChunkReady;
-    };
-    AttachOnly();
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
-    EXPECT_LE(gBPFake.sleeps.size(), 80u);
-}
-
-TEST_F(TKFrameIntake, AChunkBeyondTheBlockOrTheFrameIsHandled)
-{
-    struct Case {
-        uint32_t chunkBytes, chunkRows;
-        BPStatus status;
-    };
-    // Six rows fit the frame; more are clamped to what is left, and then have to fit the block.
-    for (const Case& c : {Case{0xFFFFFFFF, 6, bpNoErr}, Case{0xFFFFFFFF, 2, bpParamErr}, Case{36 * 7, 6, bpNoErr},
-                          Case{36 * 3, 2, bpParamErr}, Case{36 * 2 + 35, 2, bpNoErr}}) {
-        host_ = {};
-        host_.flags = kTKUIFlagPixelsChunked;
-        host_.chunkRows = c.chunkRows;
-        AttachOnly();
-        host_.Block()->chunkBytes = c.chunkBytes;
-        host_.Block()->bytesRemaining = 0;
-        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-        EXPECT_EQ(TKLoadFrameFromHost(session_), c.status) << c.chunkBytes << " of " << c.chunkRows;
-        TearDown();
-        SetUp();
-    }
-}
-
-TEST_F(TKFrameIntake, NoFrameLeavesTheSourceAsItIsAndStillRenders)
-{
-    Attach();
-    TKCloseCommBlock(session_);
-    host_.flags = 0;
-    host_.Make();
-    host_.Block()->frameRowBytes = 0; // of no use without pixels
-    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    const uint32_t renders = session_->renderCount;
-    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
-    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1));
-    EXPECT_EQ(session_->renderCount, renders + 1);
-}
-
-TEST_F(TKFrameIntake, AnAddressOfAnotherProcessIsRefused)
-{
-    host_.flags = 0;
-    AttachOnly();
-    const uint32_t word = 0x1000;
-    std::memcpy(host_.Pixels(), &word, 4);
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    EXPECT_EQ(TKLoadFrameFromHost(session_), bpParamErr);
-    EXPECT_EQ(TKLogCount("Pixels at an address of another process are refused\n"), 1u);
-}
-
-TEST_F(TKFrameIntake, AnEmbedderMayHandInAnAddress)
-{
-    host_.Make();
-    alignas(16) static uint8_t pixels[36 * 6];
-    host_.PaintRows(pixels, 0, 6, 3);
-    TKUIComm block = *host_.Block();
-    BPFakeMakeBlock(kTKCommBlockName, kTKUICommBytes + 4);
-    block.pixelFlags = 0;
-    std::memcpy(host_.Block(), &block, sizeof block);
-    const uint64_t address = reinterpret_cast<uintptr_t>(pixels);
-    std::memcpy(host_.Pixels(), &address, sizeof address);
-    session_->hostInProcess = true;
-    ASSERT_EQ(TKAttachHost(session_), tkAttached);
-    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-    ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
-    EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 3));
 }
 
 TEST_F(TKFrameIntake, ABlockMustHoldItsFrameButNotThePaddingOfTheLastRow)
@@ -410,78 +235,6 @@ TEST_F(TKFrameIntake, AComparisonFrameOfTheSameSizeFollowsTheSourceAndAnotherGoe
     ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
     ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
     EXPECT_EQ(session_->comparisonFrame, nullptr);
-}
-
-TEST_F(TKFrameIntake, ABlockOfTheOtherByteOrderComesUpAlikeInlineAndInChunks)
-{
-    for (const uint32_t rows : {0u, 2u, 6u}) {
-        host_ = {};
-        host_.flags = rows ? kTKUIFlagPixelsChunked : kTKUIFlagPixelsInline;
-        host_.chunkRows = rows;
-        host_.Make();
-        host_.Block()->settings.hsl.master.gain = 2;
-        ASSERT_NE(TKOpenCommBlock(session_), nullptr);
-        // From here on the host is a big-endian machine: it sees everything turned.
-        const auto turn = [this](uint64_t pixelBytes) {
-            const bool before = session_->hostSwapped;
-            session_->hostSwapped = true;
-            TKSwapCommBlock(session_, host_.Block());
-            TKSwapPixels(session_, host_.Pixels(), pixelBytes);
-            session_->hostSwapped = before;
-        };
-        turn(rows ? host_.Block()->chunkBytes : host_.FrameBytes());
-        ASSERT_EQ(host_.Block()->version, kTKUIVersionSwapped);
-        host_.serve = [&turn](TKTestHost* host) {
-            if (host->Block()->status != 0x05000000) return;
-            turn(0); // the host's own view
-            host->SendChunks();
-            turn(host->Block()->chunkBytes);
-        };
-        ASSERT_EQ(TKAdoptBlock(session_), tkAttached);
-        EXPECT_TRUE(session_->hostSwapped);
-        EXPECT_EQ(session_->hostProcessID, kHostProcess);
-        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
-        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
-        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr) << rows;
-        EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 1)) << rows;
-        EXPECT_TRUE(TKTakeSettingsFromBlock(session_));
-        EXPECT_EQ(session_->liveSettings.hsl.master.gain, 2.0f);
-        EXPECT_EQ(host_.Block()->frameRate100, 2400);
-        if (rows) {
-            EXPECT_EQ(host_.Block()->pixelFlags, 0u);
-            EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
-            EXPECT_EQ(gBPFake.sleeps.size(), 6 / rows - 1);
-        }
-        // The grade goes back in the host's order, and the last word too.
-        session_->prefs.uiTimeoutEnable = 0;
-        DoMenuCommand(session_, kTKCommandOK, nullptr);
-        EXPECT_EQ(host_.Block()->status, uint32_t{kTKUIStatusUIDone} << 24);
-        EXPECT_EQ(host_.Block()->settings.signature, __builtin_bswap32(kOCSettingsSignature));
-        TearDown();
-        SetUp();
-    }
-}
-
-TEST_F(TKFrameIntake, ABlockOfTheOtherByteOrderAndAnUnknownVersionIsAMismatch)
-{
-    for (const uint32_t version : {6u, 0x06000000u, 0x08000000u, 0u}) {
-        host_ = {};
-        host_.Make();
-        ASSERT_NE(TKOpenCommBlock(session_), nullptr);
-        host_.Block()->version = version;
-        EXPECT_EQ(TKAdoptBlock(session_), tkVersionMismatch);
-        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIFailed);
-        EXPECT_EQ(TKBlockOf(session_), nullptr);
-        EXPECT_TRUE(gBPFake.alerts.empty()); // no dialog
-        char line[200];
-        std::snprintf(line, sizeof line,
-                      "Wrong TKUIComm structure version; received 0x%x, expected 0x7; Mis-matched plug-in and UI "
-                      "versions?\n",
-                      version);
-        EXPECT_TRUE(TKLogHas({"Ochrine 3 UI: (", line}));
-        TearDown();
-        SetUp();
-    }
 }
 
 // --- Frames of requests -----------------------------------------------------------------------------------------------

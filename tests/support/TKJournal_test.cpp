@@ -180,14 +180,55 @@ TEST(TKJournal, AClipIsKnownByItsPathAndLengthOrElseByItsShape)
     EXPECT_EQ(std::memcmp(&clip.hostApp, "TEST", 4), 0);
 
     block->clipCount = 3;
-    std::strcpy(block->clipList[1].path, "/clips/a.mov"); // the first that is one
-    std::strcpy(block->clipList[2].path, "/clips/b.mov");
+    std::strcpy(block->clipList[1].path, "/clips/a.mov"); // the only one
+    std::strcpy(block->clipList[2].path, "/clips/a.mov");
     TKJournalClipOf(block.get(), &clip);
     EXPECT_EQ(std::memcmp(&clip, std::make_unique<TKJournalClip>(Clip()).get(), sizeof clip), 0);
     block->frameWidth = 960; // a proxy of the same clip
     std::memset(&block->clipList[1].path[20], 'x', 200);
     TKJournalClipOf(block.get(), &clip);
     EXPECT_EQ(std::memcmp(&clip, std::make_unique<TKJournalClip>(Clip()).get(), sizeof clip), 0);
+    block->startFrame = 1001; // another part of it
+    TKJournalClipOf(block.get(), &clip);
+    EXPECT_NE(std::memcmp(&clip, std::make_unique<TKJournalClip>(Clip()).get(), sizeof clip), 0);
+}
+
+TEST(TKJournal, AListOfSeveralPathsTellsClipsApartByAllThatIsKnown)
+{
+    const auto block = std::make_unique<TKUIComm>();
+    block->frameStep = 1;
+    block->frameTimeMax = 23;
+    block->frameWidth = 1920;
+    block->frameHeight = 1080;
+    block->frameRate100 = 2400;
+    block->clipCount = 200;
+    std::strcpy(block->clipList[0].path, "/clips/a.mov");
+    std::strcpy(block->clipList[199].path, "/clips/b.mov");
+    TKJournalClip first;
+    TKJournalClipOf(block.get(), &first);
+    EXPECT_EQ(first.path[0], 0);
+    EXPECT_EQ(first.frames, 24u);
+    EXPECT_NE(first.listCheck, 0u);
+    const auto differs = [&](auto change) {
+        auto other = std::make_unique<TKUIComm>(*block);
+        change(other.get());
+        TKJournalClip clip;
+        TKJournalClipOf(other.get(), &clip);
+        return std::memcmp(&clip, &first, sizeof clip) != 0;
+    };
+    EXPECT_FALSE(differs([](TKUIComm* b) { b->clipList[0].reserved = 7; }));
+    EXPECT_FALSE(differs([](TKUIComm* b) { b->clipList[0].path[100] = 'x'; })); // behind the end of the path
+    EXPECT_FALSE(differs([](TKUIComm* b) { b->frameTime = 9; }));               // where the host stands
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->clipList[199].path[1] = 'C'; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { std::swap(b->clipList[0], b->clipList[199]); }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { std::strcpy(b->clipList[50].path, "/clips/c.mov"); }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->clipCount = 199; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->frameWidth = 960; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->frameHeight = 540; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->frameRate100 = 2398; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->startFrame = 1; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->frameTimeMax = 24; }));
+    EXPECT_TRUE(differs([](TKUIComm* b) { b->hostApp = 1; }));
 }
 
 TEST(TKJournal, HostileFieldsGiveAClipAllTheSame)

@@ -1,82 +1,7 @@
 // Sessions that end badly, and the sessions after them.
-#include "tests/support/TKTestSession.h"
-
-#include <cstring>
+#include "tests/support/TKRecoveryTest.h"
 
 namespace {
-
-class TKRecoveryTest : public TKSessionTest {
-  protected:
-    void SetUp() override
-    {
-        TKSessionTest::SetUp();
-        windows_.onBuild = [this](TKSession*) { MakeSliders(); };
-    }
-
-    void MakeHost(float gain = 1)
-    {
-        host_.Make();
-        std::strcpy(host_.Block()->clipList[0].path, "/clips/a.mov");
-        host_.Block()->clipCount = 1;
-        host_.Block()->settings.hsl.master.gain = gain;
-    }
-
-    void Begin(float gain = 1)
-    {
-        MakeHost(gain);
-        ASSERT_EQ(TKStartUp(session_), tkStartRun);
-        TKTick(session_);
-    }
-
-    /// A drag to the gain and the release of the button.
-    void Grade(double gain)
-    {
-        (void)TKSliderDrag(session_, &gain_, static_cast<int32_t>(gain * 65536));
-        session_->controls.lastTouched = nullptr;
-        TKTick(session_);
-    }
-
-    /// The process is killed: what it held is released by the system, and a new one stands there.
-    void Die()
-    {
-        const auto files = gBPFake.stateFiles;
-        TKDisposeSession(session_);
-        session_ = nullptr;
-        gBPFake.channelName.clear();
-        gBPFake.blocks.clear();
-        const TKTestHost host = host_;
-        BPFakeReset();
-        SetUp();
-        host_ = host;
-        gBPFake.stateFiles = files;
-    }
-
-    uint32_t Status() const { return host_.Block()->status; }
-
-    std::string JournalName()
-    {
-        TKJournalClip clip;
-        MakeHost();
-        TKJournalClipOf(host_.Block(), &clip);
-        gBPFake.blocks.clear();
-        char name[64];
-        TKJournalName(clip, name, sizeof name);
-        return name;
-    }
-
-    /// Gain of the newest record, or -1.
-    static float JournalGain()
-    {
-        if (gBPFake.stateFiles.size() != 1) return -1;
-        const std::vector<uint8_t>& bytes = gBPFake.stateFiles.begin()->second;
-        TKJournalHeader header;
-        TKJournalContent content;
-        if (bytes.size() < sizeof header) return -1;
-        std::memcpy(&header, bytes.data(), sizeof header);
-        if (TKJournalRead(bytes.data(), bytes.size(), header.clip, &content) != bpNoErr) return -1;
-        return content.settings.hsl.master.gain;
-    }
-};
 
 TEST_F(TKRecoveryTest, ASessionWithoutAChangeTouchesNoFile)
 {
@@ -255,23 +180,47 @@ TEST_F(TKRecoveryTest, ExitAndALostHostKeepTheJournalAndTheLastChange)
 TEST_F(TKRecoveryTest, OKIntoADeadHostKeepsTheJournal)
 {
     struct Case {
-        bool diesAfterwards, removesItsBlock, kept;
+        size_t diesAt; // sleeps after 4; 0 before OK
+        bool removesItsBlock, kept;
     };
-    for (const Case& c : {Case{false, false, true}, Case{true, false, true}, Case{true, true, false}}) {
-        Begin();
+    for (const bool resident : {true, false})
+        for (const Case& c : {Case{0, false, true}, Case{1, false, true}, Case{1, true, false}, Case{7, false, true}}) {
+            if (resident && c.diesAt > 1) continue; // it sleeps once, and long
+            Begin();
+            session_->prefs.uiTimeoutEnable = resident;
+            Grade(2);
+            gBPFake.sleeps.clear();
+            if (c.diesAt == 0) gBPFake.alive[kHostProcess] = false;
+            static Case now;
+            now = c;
+            host_.serve = [](TKTestHost*) {
+                if (gBPFake.sleeps.size() < now.diesAt) return;
+                gBPFake.alive[kHostProcess] = false;
+                if (now.removesItsBlock) gBPFake.blocks.erase(kTKCommBlockName);
+            };
+            DoMenuCommand(session_, kTKCommandOK, nullptr);
+            EXPECT_EQ(gBPFake.stateFiles.size(), c.kept ? 1u : 0u) << resident << " " << c.diesAt;
+            EXPECT_EQ(TKLogCount("The host ended before it took the grade\n"), c.kept ? 1u : 0u);
+            host_.serve = nullptr;
+            Die();
+            gBPFake.stateFiles.clear();
+        }
+}
+
+TEST_F(TKRecoveryTest, OKForAHostThatGaveOnlyTheHighHalfRemovesTheJournal)
+{
+    for (const bool resident : {true, false}) {
+        MakeHost();
+        host_.Block()->hostProcessID = 0;
+        host_.Block()->hostProcessHigh = 7;
+        ASSERT_EQ(TKStartUp(session_), tkStartRun);
+        TKTick(session_);
+        session_->prefs.uiTimeoutEnable = resident;
         Grade(2);
-        if (!c.diesAfterwards) gBPFake.alive[kHostProcess] = false;
-        static bool removes;
-        removes = c.removesItsBlock;
-        host_.serve = [](TKTestHost*) { // in the wait after 4
-            gBPFake.alive[kHostProcess] = false;
-            if (removes) gBPFake.blocks.erase(kTKCommBlockName);
-        };
+        EXPECT_EQ(JournalGain(), 2.0f);
         DoMenuCommand(session_, kTKCommandOK, nullptr);
-        EXPECT_EQ(gBPFake.stateFiles.size(), c.kept ? 1u : 0u);
-        host_.serve = nullptr;
+        EXPECT_TRUE(gBPFake.stateFiles.empty());
         Die();
-        gBPFake.stateFiles.clear();
     }
 }
 
@@ -330,6 +279,33 @@ TEST_F(TKRecoveryTest, AnotherClipIsNotAsked)
     Die();
     Begin();
     EXPECT_EQ(windows_.questions.size(), 1u);
+}
+
+TEST_F(TKRecoveryTest, AListOfSeveralClipsDoesNotOfferTheGradeOfAnotherOne)
+{
+    // A host that lists its whole project: what differs between two of its clips is not the list.
+    const auto project = [this](uint32_t frames, uint32_t start) {
+        MakeHost();
+        std::strcpy(host_.Block()->clipList[1].path, "/clips/b.mov");
+        host_.Block()->clipCount = 2;
+        host_.Block()->frameTimeMax = static_cast<int32_t>(frames - 1) * host_.Block()->frameStep;
+        host_.Block()->startFrame = static_cast<uint16_t>(start);
+        EXPECT_EQ(TKStartUp(session_), tkStartRun);
+        TKTick(session_);
+    };
+    project(10, 0);
+    Grade(2);
+    Die();
+    for (const auto& [frames, start] : {std::pair{11u, 0u}, std::pair{10u, 86u}}) {
+        project(frames, start);
+        EXPECT_TRUE(windows_.questions.empty());
+        Die();
+    }
+    Begin(); // the first of the list, alone
+    EXPECT_TRUE(windows_.questions.empty());
+    Die();
+    project(10, 0);
+    EXPECT_EQ(windows_.questions, std::vector<std::string>{"Recover the grade of this clip?"});
 }
 
 TEST_F(TKRecoveryTest, AClipWithoutANameIsOfferedAsThisClip)
@@ -406,252 +382,6 @@ TEST_F(TKRecoveryTest, AResidentApplicationKeepsAJournalOfEachVisit)
     Die();
     Begin(2);
     EXPECT_EQ(session_->recovery.offered.hsl.master.gain, 2.5f);
-}
-
-// --- What may go wrong with the file ----------------------------------------------------------------------------------
-
-TEST_F(TKRecoveryTest, AnyFailureOfTheFileCostsOneLineAndTheJournalOnly)
-{
-    for (const BPFakeOp op : {bpFakeStateOpen, bpFakeStateRead, bpFakeStateWrite})
-        for (uint32_t call = 1; call <= 4; ++call) {
-            gBPFake.failFrom[op] = call;
-            Begin();
-            Grade(2);
-            Grade(2.5);
-            Grade(3);
-            EXPECT_LE(TKLogCount("No journal is kept of this session, error "), 1u);
-            DoMenuCommand(session_, kTKCommandOK, nullptr);
-            EXPECT_EQ(host_.Block()->settings.hsl.master.gain, 3.0f);
-            EXPECT_TRUE(gBPFake.alerts.empty());
-            EXPECT_EQ(gBPFake.openStateFiles, 0u);
-            Die();
-            gBPFake.stateFiles.clear();
-        }
-}
-
-TEST_F(TKRecoveryTest, AReadOnlyHomeCostsTheJournal)
-{
-    gBPFake.failFrom[bpFakeStateOpen] = 1;
-    Begin();
-    Grade(2);
-    Grade(2.5);
-    EXPECT_EQ(TKLogCount("No journal is kept of this session, error "), 1u);
-    DoMenuCommand(session_, kTKCommandOK, nullptr);
-    EXPECT_EQ(host_.Block()->settings.hsl.master.gain, 2.5f);
-}
-
-TEST_F(TKRecoveryTest, AFullDiskKeepsWhatIsThereAlready)
-{
-    for (const uint64_t room : {uint64_t{0}, uint64_t{100}, sizeof(TKJournalHeader), uint64_t{20000},
-                                TKJournalPosition(2), TKJournalPosition(3) - 1, TKJournalPosition(3)}) {
-        gBPFake.stateRoom = room;
-        Begin();
-        Grade(2);
-        Grade(2.5);
-        Grade(3);
-        EXPECT_EQ(TKLogCount("No journal is kept of this session, error "), 1u) << room;
-        const uint64_t records = room < TKJournalPosition(2) ? 0 : room < TKJournalPosition(3) ? 1 : 2;
-        EXPECT_EQ(JournalGain(), records == 0 ? -1 : records == 1 ? 2.0f : 2.5f) << room;
-        if (records == 0) {
-            EXPECT_TRUE(gBPFake.stateFiles.empty()) << room;
-        }
-        Die();
-        gBPFake.stateRoom = UINT64_MAX;
-        Begin();
-        EXPECT_EQ(windows_.questions.size(), records == 0 ? 0u : 1u) << room;
-        DoMenuCommand(session_, kTKCommandExit, nullptr);
-        Die();
-        gBPFake.stateFiles.clear();
-    }
-}
-
-TEST_F(TKRecoveryTest, ADiskThatIsNoLongerFullTakesTheJournalAgain)
-{
-    for (const uint64_t room : {uint64_t{0}, sizeof(TKJournalHeader), TKJournalPosition(2)}) {
-        gBPFake.stateRoom = room;
-        Begin();
-        Grade(2);
-        Grade(3);
-        const float before = room < TKJournalPosition(2) ? -1.0f : 2.0f;
-        EXPECT_EQ(JournalGain(), before) << room;
-        const uint32_t writes = gBPFake.calls[bpFakeStateWrite];
-        gBPFake.monotonicMs += 2000;
-        TKTick(session_);
-        EXPECT_EQ(gBPFake.calls[bpFakeStateWrite], writes); // not at each tick
-        gBPFake.stateRoom = UINT64_MAX;
-        gBPFake.monotonicMs += 2000;
-        TKTick(session_);
-        EXPECT_EQ(JournalGain(), 3.0f) << room;
-        Grade(2.5);
-        EXPECT_EQ(JournalGain(), 2.5f) << room;
-        EXPECT_EQ(TKLogCount("No journal is kept of this session, error "), 1u) << room;
-        EXPECT_EQ(TKLogCount("The journal is kept again\n"), 1u) << room;
-        DoMenuCommand(session_, kTKCommandOK, nullptr);
-        EXPECT_TRUE(gBPFake.stateFiles.empty());
-        Die();
-    }
-}
-
-TEST_F(TKRecoveryTest, AJournalThatCannotBeReadNowWaitsForTheNextSession)
-{
-    Begin();
-    Grade(2);
-    Die();
-    gBPFake.failFrom[bpFakeStateRead] = 1;
-    Begin();
-    EXPECT_TRUE(windows_.questions.empty());
-    Grade(1.5);
-    DoMenuCommand(session_, kTKCommandOK, nullptr);
-    EXPECT_EQ(JournalGain(), 2.0f);
-    Die();
-    Begin();
-    EXPECT_EQ(session_->recovery.offered.hsl.master.gain, 2.0f);
-}
-
-TEST_F(TKRecoveryTest, OKAndCancelRemoveAJournalThatCouldNotGrow)
-{
-    for (const uint32_t command : {uint32_t{kTKCommandOK}, uint32_t{kTKCommandCancel}, uint32_t{kTKCommandExit}}) {
-        gBPFake.stateRoom = TKJournalPosition(2);
-        Begin();
-        Grade(2);
-        Grade(3);
-        EXPECT_EQ(JournalGain(), 2.0f);
-        DoMenuCommand(session_, command, nullptr);
-        EXPECT_EQ(gBPFake.stateFiles.size(), command == kTKCommandExit ? 1u : 0u) << command;
-        Die();
-        gBPFake.stateFiles.clear();
-    }
-}
-
-TEST_F(TKRecoveryTest, HostileContentsAreRefusedAndReplaced)
-{
-    const std::string name = JournalName();
-    for (const size_t size :
-         {size_t{0}, size_t{10}, size_t{5000}, size_t{kTKJournalBytes}, size_t{kTKJournalBytes} * 3}) {
-        gBPFake.stateFiles[name].assign(size, 0x5A);
-        Begin();
-        EXPECT_TRUE(windows_.questions.empty()) << size;
-        EXPECT_EQ(TKLogCount("is damaged and is dropped\n"), 1u) << size;
-        Grade(2);
-        EXPECT_EQ(JournalGain(), 2.0f) << size;
-        EXPECT_LE(gBPFake.stateFiles[name].size(), size_t{kTKJournalBytes});
-        Die();
-    }
-}
-
-TEST_F(TKRecoveryTest, AJournalThatAnotherApplicationHoldsIsWaitedForAWhile)
-{
-    Begin();
-    Grade(2);
-    Die();
-    gBPFake.stateHeldElsewhere = JournalName();
-    Begin();
-    for (int i = 0; i < 20; ++i) TKTick(session_);
-    EXPECT_TRUE(windows_.questions.empty());
-    gBPFake.stateHeldElsewhere.clear(); // it has ended
-    TKTick(session_);
-    EXPECT_EQ(windows_.questions.size(), 1u);
-    Die();
-    gBPFake.stateHeldElsewhere = JournalName();
-    Begin();
-    Grade(1.5);
-    for (int i = 0; i < 300; ++i) TKTick(session_);
-    EXPECT_EQ(TKLogCount("No journal is kept of this session, error "), 1u);
-    EXPECT_EQ(JournalGain(), 2.0f); // untouched
-}
-
-TEST_F(TKRecoveryTest, WithoutMemoryTheSessionGoesOn)
-{
-    for (uint64_t fail = 1; fail <= 6; ++fail) {
-        Begin();
-        BPFailAllocation(fail);
-        Grade(2);
-        Grade(2.5);
-        BPFailAllocation(0);
-        EXPECT_EQ(session_->liveSettings.hsl.master.gain, 2.5f);
-        Die();
-        gBPFake.stateFiles.clear();
-    }
-    Begin();
-    Grade(2);
-    for (uint64_t fail = 1; fail <= 4; ++fail) {
-        Die();
-        MakeHost();
-        ASSERT_EQ(TKStartUp(session_), tkStartRun);
-        BPFailAllocation(fail);
-        TKTick(session_);
-        BPFailAllocation(0);
-        EXPECT_EQ(JournalGain(), 2.0f) << fail; // never dropped for want of memory
-    }
-}
-
-// --- A host that takes its block back ---------------------------------------------------------------------------------
-
-TEST_F(TKRecoveryTest, AHostThatUnlinksOrCutsItsBlockEndsTheSessionWithAMessage)
-{
-    for (const bool unlinks : {true, false})
-        for (const bool graded : {true, false}) {
-            Begin();
-            if (graded) Grade(2);
-            TKTogglePlay(session_, TKActiveTransport(session_));
-            windows_.calls.clear();
-            const std::shared_ptr<uint8_t> bytes = gBPFake.blocks[kTKCommBlockName].bytes;
-            if (unlinks)
-                gBPFake.blocks.erase(kTKCommBlockName);
-            else
-                gBPFake.blocks[kTKCommBlockName].byteCount = 4096;
-            TKTick(session_);
-            ASSERT_EQ(gBPFake.alerts.size(), 1u);
-            EXPECT_EQ(gBPFake.alerts[0].severity, bpStop);
-            EXPECT_EQ(gBPFake.alerts[0].text.find("The host has ended this session"), 0u);
-            EXPECT_EQ(gBPFake.alerts[0].text.find("The grade is kept") != std::string::npos, graded);
-            EXPECT_EQ(TKBlockOf(session_), nullptr);
-            EXPECT_EQ(windows_.Count("closeMainWindow"), 1u);
-            EXPECT_FALSE(TKIsPlaying(session_));
-            EXPECT_EQ(JournalGain(), graded ? 2.0f : -1.0f);
-            uint32_t status;
-            std::memcpy(&status, bytes.get() + offsetof(TKUIComm, status), 4);
-            EXPECT_EQ(status, kTKUIStatusUIDone); // for a host that still looks
-            TKTick(session_);                     // another host would find nobody now
-            EXPECT_EQ(gBPFake.alerts.size(), 1u);
-            EXPECT_TRUE(TKMainWindowClose(session_));
-            EXPECT_EQ(TKFinish(session_), 0);
-            Die();
-            Begin();
-            EXPECT_EQ(windows_.questions.size(), graded ? 1u : 0u);
-            DoMenuCommand(session_, kTKCommandExit, nullptr);
-            Die();
-            gBPFake.stateFiles.clear();
-        }
-}
-
-TEST_F(TKRecoveryTest, ABlockThatGoesWhileAFrameIsAwaitedEndsTheWait)
-{
-    Begin();
-    Grade(2);
-    gBPFake.sleeps.clear();
-    host_.serve = [](TKTestHost*) {
-        if (gBPFake.sleeps.size() == 3) gBPFake.blocks.erase(kTKCommBlockName);
-    };
-    TKLocate(session_, 500);
-    EXPECT_EQ(gBPFake.sleeps.size(), 3u);
-    TKTick(session_);
-    EXPECT_EQ(gBPFake.alerts.size(), 1u);
-    EXPECT_EQ(JournalGain(), 2.0f);
-}
-
-TEST_F(TKRecoveryTest, AChangeJustBeforeAFrameRequestIsSavedBeforeTheWait)
-{
-    Begin();
-    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
-    static float gainInTheWait;
-    gainInTheWait = -1;
-    host_.serve = [](TKTestHost* host) {
-        gainInTheWait = JournalGain();
-        host->SendFrames();
-    };
-    TKLocate(session_, 500);
-    EXPECT_EQ(gainInTheWait, 2.0f);
 }
 
 } // namespace
