@@ -201,6 +201,25 @@ void Kernel(benchmark::State& state, const OCKernel* kernel, GradeName name, uin
     CountPixels(state, c);
 }
 
+/// From the planes that stand before a step to the result: two neighbours differ by what the step costs.
+void FromStep(benchmark::State& state, const OCKernel* kernel, uint32_t step)
+{
+    const Case& c = CaseOf(1080);
+    EnginePtr engine = MakeEngine();
+    const OCSettings grade = GradeOf(gradeLast);
+    OCUpdateParameters(engine.get(), &grade);
+    FramePtr planes = MakeFrame(c.width, c.height);
+    OCBandRun run = OCPlainRun(c.source.get(), c.result.get());
+    run.keep = planes.get();
+    run.keepBefore = step;
+    kernel->runFrom(*OCParametersOf(engine.get()), run);
+    run.keep = nullptr;
+    run.start = planes.get();
+    run.firstStep = step;
+    for (auto _ : state) kernel->runFrom(*OCParametersOf(engine.get()), run);
+    CountPixels(state, c);
+}
+
 void Workers(benchmark::State& state, uint32_t workers, GradeName name, uint32_t height)
 {
     const Case& c = CaseOf(height);
@@ -372,6 +391,11 @@ void RegisterAll()
                     ->MeasureProcessCPUTime();
         }
     }
+    for (const OCKernel& kernel : OCFastKernels())
+        for (uint32_t step = kOCFirstStep + 1; step < kOCStepEnd; ++step)
+            benchmark::RegisterBenchmark(("From step/" + std::string(kernel.name) + "/" + std::to_string(step)).c_str(),
+                                         FromStep, &kernel, step)
+                ->Unit(benchmark::kMillisecond);
     for (GradeName name : {gradeEverything, gradeLast})
         for (const Slider& slider : kMoves)
             for (bool cached : {true, false})

@@ -109,27 +109,29 @@ HWY_INLINE V HueToChannel(V m1, V m2, V h)
     return Select(hn::Gt(one, Splat(6) * h), rising, value);
 }
 
-HWY_INLINE void HSLCurves(Pixels& p, const OCProcessParams& params)
+/// The first part of HSL curves leaves hue, saturation and lightness where red, green and blue stood.
+HWY_INLINE void HSLCurvesIn(Pixels& p)
 {
-    const D d;
     const HSLBase base = BaseOf(p.c);
     const HSL color = ToHSL(base);
     // At or below black, and where no channel stands out, there is neither hue nor saturation.
-    const M isColor = hn::AndNot(hn::Le(color.l, hn::Zero(d)), hn::Gt(base.largest, base.smallest));
-    V h = hn::IfThenElseZero(isColor, color.h);
-    V s = hn::IfThenElseZero(isColor, color.s);
-    V l = color.l;
+    const M isColor = hn::AndNot(hn::Le(color.l, hn::Zero(D())), hn::Gt(base.largest, base.smallest));
+    p.c = {hn::IfThenElseZero(isColor, color.h), hn::IfThenElseZero(isColor, color.s), color.l};
+}
+
+HWY_INLINE void HSLCurvesOut(Pixels& p, const OCProcessParams& params)
+{
     const V one = Splat(1);
-    V x = h + Splat(0.5f);
+    V x = p.c.r + Splat(0.5f);
     x = Select(hn::Gt(x, one), x - one, x);
     const VI index = hn::ConvertTo(DI(), Unit(x) * Splat(16384.0f));
     const Three curve = RowsAt(params.hslCurveRows, index);
-    h = h + curve.a;
-    s = s * curve.b;
-    l = l * curve.c;
+    const V h = p.c.r + curve.a;
+    const V s = p.c.g * curve.b;
+    const V l = p.c.b * curve.c;
     const V m2 = Select(hn::Lt(l, Splat(0.5f)), (one + s) * l, l + s - l * s);
     const V m1 = Splat(2) * l - m2;
-    const M grey = hn::Eq(s, hn::Zero(d));
+    const M grey = hn::Eq(s, hn::Zero(D()));
     p.c = {Select(grey, l, HueToChannel(m1, m2, h + Splat(0.33333334f))), Select(grey, l, HueToChannel(m1, m2, h)),
            Select(grey, l, HueToChannel(m1, m2, h - Splat(0.33333334f)))};
 }

@@ -75,7 +75,7 @@ HWY_INLINE V Saturate(float saturation, V c, V luma)
     return Splat(saturation) * c + Splat(1 - saturation) * luma;
 }
 
-HWY_INLINE void HSLRanges(Pixels& p, const OCProcessParams& params)
+HWY_INLINE void HSLRangesBefore(Pixels& p, const OCProcessParams& params)
 {
     const OCHSLParams& s = params.hslRange[ocShadows];
     const OCHSLParams& m = params.hslRange[ocMidtones];
@@ -92,23 +92,39 @@ HWY_INLINE void HSLRanges(Pixels& p, const OCProcessParams& params)
         const V pedestal = Blend(p, Splat(s.pedestal), Splat(m.pedestal), Splat(h.pedestal));
         p.c = {p.c.r + pedestal, p.c.g + pedestal, p.c.b + pedestal};
     }
-    const auto toned = [&](V c) HWY_ATTR { return BlendTones(p, params.hslRangeRows, s.tone, m.tone, h.tone, c); };
-    p.c = {toned(p.c.r), toned(p.c.g), toned(p.c.b)};
-    if (params.hslRangeSaturation) {
-        const V y = Luma(p.c);
-        const auto blended = [&](V c) HWY_ATTR {
-            return Blend(p, Saturate(s.saturation, c, y), Saturate(m.saturation, c, y), Saturate(h.saturation, c, y));
-        };
-        p.c = {blended(p.c.r), blended(p.c.g), blended(p.c.b)};
-    }
-    if (params.hslRangeVibrance) {
-        const VibranceBase base = VibranceOf(p.c);
-        p.c =
-            Blend(p, Vibrance(p.c, base, s.vibrance), Vibrance(p.c, base, m.vibrance), Vibrance(p.c, base, h.vibrance));
-    }
 }
 
-HWY_INLINE void HSLMaster(Pixels& p, const OCProcessParams& params)
+HWY_INLINE void HSLRangesTone(Pixels& p, const OCProcessParams& params)
+{
+    const OCHSLParams& s = params.hslRange[ocShadows];
+    const OCHSLParams& m = params.hslRange[ocMidtones];
+    const OCHSLParams& h = params.hslRange[ocHighlights];
+    const auto toned = [&](V c) HWY_ATTR { return BlendTones(p, params.hslRangeRows, s.tone, m.tone, h.tone, c); };
+    p.c = {toned(p.c.r), toned(p.c.g), toned(p.c.b)};
+}
+
+HWY_INLINE void HSLRangesSaturation(Pixels& p, const OCProcessParams& params)
+{
+    const OCHSLParams& s = params.hslRange[ocShadows];
+    const OCHSLParams& m = params.hslRange[ocMidtones];
+    const OCHSLParams& h = params.hslRange[ocHighlights];
+    const V y = Luma(p.c);
+    const auto blended = [&](V c) HWY_ATTR {
+        return Blend(p, Saturate(s.saturation, c, y), Saturate(m.saturation, c, y), Saturate(h.saturation, c, y));
+    };
+    p.c = {blended(p.c.r), blended(p.c.g), blended(p.c.b)};
+}
+
+HWY_INLINE void HSLRangesVibrance(Pixels& p, const OCProcessParams& params)
+{
+    const OCHSLParams& s = params.hslRange[ocShadows];
+    const OCHSLParams& m = params.hslRange[ocMidtones];
+    const OCHSLParams& h = params.hslRange[ocHighlights];
+    const VibranceBase base = VibranceOf(p.c);
+    p.c = Blend(p, Vibrance(p.c, base, s.vibrance), Vibrance(p.c, base, m.vibrance), Vibrance(p.c, base, h.vibrance));
+}
+
+HWY_INLINE void HSLMasterTone(Pixels& p, const OCProcessParams& params)
 {
     const OCHSLParams& m = params.hslMaster;
     if (m.hue != 0) p.c = Rotate(m, ToYUV(p.c));
@@ -116,6 +132,11 @@ HWY_INLINE void HSLMaster(Pixels& p, const OCProcessParams& params)
     const V pedestal = Splat(m.pedestal);
     p.c = {p.c.r * gain + pedestal, p.c.g * gain + pedestal, p.c.b * gain + pedestal};
     if (params.hslMasterTone) p.c = {Lookup(m.tone, p.c.r), Lookup(m.tone, p.c.g), Lookup(m.tone, p.c.b)};
+}
+
+HWY_INLINE void HSLMasterColor(Pixels& p, const OCProcessParams& params)
+{
+    const OCHSLParams& m = params.hslMaster;
     if (m.saturation != 1) {
         const V y = Luma(p.c);
         p.c = {Saturate(m.saturation, p.c.r, y), Saturate(m.saturation, p.c.g, y), Saturate(m.saturation, p.c.b, y)};
@@ -149,14 +170,17 @@ HWY_INLINE V BlendChannel(const Pixels& p, const float* const rows[3], const OCC
     return BlendTones(p, rows[i], range[0].tone[i], range[1].tone[i], range[2].tone[i], c);
 }
 
-HWY_INLINE void RGBRanges(Pixels& p, const OCProcessParams& params)
+HWY_INLINE void RGBRangesLinear(Pixels& p, const OCProcessParams& params)
 {
     const OCChannelParams* range = params.rgbRange;
     p.c = {BlendScaled(p, range, p.c.r, 0), BlendScaled(p, range, p.c.g, 1), BlendScaled(p, range, p.c.b, 2)};
-    if (params.rgbRangeGamma || params.cmyRangeGamma)
-        p.c = {BlendChannel(p, params.rgbRangeRows, range, p.c.r, 0),
-               BlendChannel(p, params.rgbRangeRows, range, p.c.g, 1),
-               BlendChannel(p, params.rgbRangeRows, range, p.c.b, 2)};
+}
+
+HWY_INLINE void RGBRangesTone(Pixels& p, const OCProcessParams& params)
+{
+    const OCChannelParams* range = params.rgbRange;
+    p.c = {BlendChannel(p, params.rgbRangeRows, range, p.c.r, 0), BlendChannel(p, params.rgbRangeRows, range, p.c.g, 1),
+           BlendChannel(p, params.rgbRangeRows, range, p.c.b, 2)};
 }
 
 HWY_INLINE V WithSignOf(V chroma, V half)
@@ -180,17 +204,25 @@ HWY_INLINE Color FromYCC(const YCC& c)
             c.y + Splat(1.772f) * c.cb};
 }
 
-HWY_INLINE void YCbCrRanges(Pixels& p, const OCProcessParams& params)
+// Between the parts of YCbCr's stages Y, Cb and Cr stand where R, G and B stood.
+HWY_INLINE void YCbCrRangesLinear(Pixels& p, const OCProcessParams& params)
 {
     const OCChannelParams* range = params.yccRange;
-    YCC c = ToYCC(p.c);
-    c = {BlendScaled(p, range, c.y, 0), BlendScaled(p, range, c.cb, 1), BlendScaled(p, range, c.cr, 2)};
-    if (params.yccRangeGamma) {
-        const V cb = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(c.cb), 1);
-        const V cr = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(c.cr), 2);
-        c = {BlendChannel(p, params.yccRangeRows, range, c.y, 0), WithSignOf(c.cb, cb), WithSignOf(c.cr, cr)};
-    }
-    p.c = FromYCC(c);
+    const YCC c = ToYCC(p.c);
+    p.c = {BlendScaled(p, range, c.y, 0), BlendScaled(p, range, c.cb, 1), BlendScaled(p, range, c.cr, 2)};
+}
+
+HWY_INLINE void YCbCrRangesTone(Pixels& p, const OCProcessParams& params)
+{
+    const OCChannelParams* range = params.yccRange;
+    const V cb = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(p.c.g), 1);
+    const V cr = Splat(0.5f) * BlendChannel(p, params.yccRangeRows, range, Splat(2) * hn::Abs(p.c.b), 2);
+    p.c = {BlendChannel(p, params.yccRangeRows, range, p.c.r, 0), WithSignOf(p.c.g, cb), WithSignOf(p.c.b, cr)};
+}
+
+HWY_INLINE void YCbCrRangesBack(Pixels& p)
+{
+    p.c = FromYCC({p.c.r, p.c.g, p.c.b});
 }
 
 HWY_INLINE void RGBMaster(Pixels& p, const OCProcessParams& params)

@@ -76,9 +76,10 @@ Call CallOf(const OCProcessParams& params, const OCBandRun& run)
     return call;
 }
 
-/// Registers that go down the road together, stage by stage: the constants of a stage stay in registers, and the lookups
-/// of one register need not wait for those of another.
-constexpr size_t kBlock = 8;
+/// Registers that go down the road together, part of a stage by part: the constants of a part stay in registers, the
+/// lookups of one register need not wait for those of another, and the lines of a table are met again while they are
+/// near. The grades with tables for ranges read so many that this is worth more than the nearness of the pixels.
+constexpr size_t kShortBlock = 8, kLongBlock = 512 / hn::MaxLanes(D());
 
 HWY_INLINE void WeighSource(Pixels& p, const OCProcessParams& params)
 {
@@ -89,24 +90,39 @@ HWY_INLINE void WeighSource(Pixels& p, const OCProcessParams& params)
 }
 
 /// One step for all registers of a block.
-void RunStep(uint32_t step, Pixels* block, Pixels* end, const Call& call)
+void RunStep(uint32_t step, Pixels* HWY_RESTRICT block, size_t count, const Call& HWY_RESTRICT call)
 {
     const OCProcessParams& params = call.params;
     const auto all = [=](auto stage) HWY_ATTR {
-        for (Pixels* p = block; p != end; ++p) stage(*p);
+        for (size_t i = 0; i < count; ++i) stage(block[i]);
     };
     switch (step) {
     case 1: return all([&](Pixels& p) HWY_ATTR { RecoverHighlights(p, params); });
     case 2: return all([&](Pixels& p) HWY_ATTR { LevelsIn(p, params); });
-    case 3: return all([&](Pixels& p) HWY_ATTR { HSLRanges(p, params); });
-    case 4: return all([&](Pixels& p) HWY_ATTR { HSLMaster(p, params); });
+    case 3:
+        all([&](Pixels& p) HWY_ATTR { HSLRangesBefore(p, params); });
+        all([&](Pixels& p) HWY_ATTR { HSLRangesTone(p, params); });
+        if (params.hslRangeSaturation) all([&](Pixels& p) HWY_ATTR { HSLRangesSaturation(p, params); });
+        if (params.hslRangeVibrance) all([&](Pixels& p) HWY_ATTR { HSLRangesVibrance(p, params); });
+        return;
+    case 4:
+        all([&](Pixels& p) HWY_ATTR { HSLMasterTone(p, params); });
+        return all([&](Pixels& p) HWY_ATTR { HSLMasterColor(p, params); });
     case 5: return all([&](Pixels& p) HWY_ATTR { HueOffset(p, params); });
-    case 6: return all([&](Pixels& p) HWY_ATTR { RGBRanges(p, params); });
-    case 7: return all([&](Pixels& p) HWY_ATTR { YCbCrRanges(p, params); });
+    case 6:
+        all([&](Pixels& p) HWY_ATTR { RGBRangesLinear(p, params); });
+        if (params.rgbRangeGamma || params.cmyRangeGamma) all([&](Pixels& p) HWY_ATTR { RGBRangesTone(p, params); });
+        return;
+    case 7:
+        all([&](Pixels& p) HWY_ATTR { YCbCrRangesLinear(p, params); });
+        if (params.yccRangeGamma) all([&](Pixels& p) HWY_ATTR { YCbCrRangesTone(p, params); });
+        return all([&](Pixels& p) HWY_ATTR { YCbCrRangesBack(p); });
     case 8: return all([&](Pixels& p) HWY_ATTR { RGBMaster(p, params); });
     case 9: return all([&](Pixels& p) HWY_ATTR { YCbCrMaster(p, params); });
     case 10: return all([&](Pixels& p) HWY_ATTR { RGBCurves(p, params); });
-    case 11: return all([&](Pixels& p) HWY_ATTR { HSLCurves(p, params); });
+    case 11:
+        all([&](Pixels& p) HWY_ATTR { HSLCurvesIn(p); });
+        return all([&](Pixels& p) HWY_ATTR { HSLCurvesOut(p, params); });
     case 12: return all([&](Pixels& p) HWY_ATTR { LevelsOut(p, params); });
     case kOCLimiterStep: return all([&](Pixels& p) HWY_ATTR { Limiter(p, params, call.softClip); });
     case kMasterAndCurves: return all([&](Pixels& p) HWY_ATTR { RGBMasterAndCurves(p, params); });
@@ -119,7 +135,7 @@ void RunStep(uint32_t step, Pixels* block, Pixels* end, const Call& call)
 
 HWY_INLINE void RunSteps(uint32_t from, uint32_t to, Pixels* block, size_t count, const Call& call)
 {
-    for (uint32_t i = from; i < to; ++i) RunStep(call.step[i], block, block + count, call);
+    for (uint32_t i = from; i < to; ++i) RunStep(call.step[i], block, count, call);
 }
 
 /// Where a run of floats of every plane lies. Null where a call does not need it.
@@ -170,15 +186,15 @@ HWY_INLINE void Travel(Pixels* block, size_t count, const Call& call, Keep keep,
     for (size_t k = 0; k < count; ++k) leave(block[k], k);
 }
 
-/// Whole registers of a run of floats.
-void ProcessWhole(const Places& at, size_t whole, const Call& call)
+/// Whole registers of a run of floats, `most` at a time.
+template <size_t most> void ProcessWhole(const Places& at, size_t whole, const Call& call)
 {
     const D d;
     const size_t lanes = hn::Lanes(d);
-    Pixels block[kBlock];
+    Pixels block[most];
     for (size_t i = 0; i < whole;) {
         const size_t left = (whole - i) / lanes;
-        const size_t count = left < kBlock ? left : kBlock;
+        const size_t count = left < most ? left : most;
         for (size_t k = 0; k < count; ++k)
             Enter(block[k], call, [&](int plane) HWY_ATTR { return hn::LoadU(d, at.in[plane] + i + k * lanes); });
         const auto keep = [&](const Pixels& p, size_t k) HWY_ATTR {
@@ -259,8 +275,10 @@ void ProcessFloats(const Places& at, size_t count, const Call& call)
     const size_t whole = count - count % hn::Lanes(D());
     if (call.stepCount == 0 && !call.hasStart && call.keepAt == kOCStepEnd && !at.display)
         CopyWithLuma(at, whole);
+    else if (call.weights)
+        ProcessWhole<kLongBlock>(at, whole, call);
     else
-        ProcessWhole(at, whole, call);
+        ProcessWhole<kShortBlock>(at, whole, call);
     if (whole != count) ProcessRest(at, whole, count - whole, call);
 }
 
