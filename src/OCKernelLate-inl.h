@@ -63,23 +63,34 @@ HWY_INLINE bool IsTame(const OCSecondaryParams& s)
     return tame;
 }
 
-/// Whether no pixel is inside the key, nor so large or so exactly zero that the correction would show all the same.
-HWY_INLINE bool IsUntouched(const YUV& c, V key)
+/// Whether no pixel can be inside the key.
+HWY_INLINE bool IsOutside(const YUV& c, const OCKeyBox& box)
+{
+    const auto beyond = [](V value, float low, float high)
+                            HWY_ATTR { return hn::Or(hn::Lt(value, Splat(low)), hn::Gt(value, Splat(high))); };
+    return hn::AllTrue(D(), hn::Or(beyond(c.y, box.low[0], box.high[0]),
+                                   hn::Or(beyond(c.u, box.low[1], box.high[1]), beyond(c.v, box.low[2], box.high[2]))));
+}
+
+/// Whether no pixel is so large or so exactly zero that a correction would show outside the key all the same.
+HWY_INLINE bool IsUsual(const YUV& c)
 {
     const D d;
     const auto usual = [&](V value) HWY_ATTR {
         const V size = hn::Abs(value);
         return hn::And(hn::Gt(size, hn::Zero(d)), hn::Lt(size, Splat(1e4f)));
     };
-    return hn::AllTrue(d, hn::And(hn::And(hn::Eq(key, hn::Zero(d)), usual(c.y)), hn::And(usual(c.u), usual(c.v))));
+    return hn::AllTrue(d, hn::And(usual(c.y), hn::And(usual(c.u), usual(c.v))));
 }
 
-HWY_INLINE void Secondary(Pixels& p, const OCSecondaryParams& s, const OCKeyShape& shape, bool isTame)
+HWY_INLINE void Secondary(Pixels& p, const OCSecondaryParams& s, const OCKeyShape& shape, const OCKeyBox& box,
+                          bool isTame)
 {
     const V zero = hn::Zero(D());
     const YUV c = ToYUV(p.c);
-    const V key = KeyOf(c, s, shape);
-    if (isTame && IsUntouched(c, key)) {
+    const bool outside = IsOutside(c, box);
+    const V key = outside ? zero : KeyOf(c, s, shape);
+    if (isTame && (outside || hn::AllTrue(D(), hn::Eq(key, zero))) && IsUsual(c)) {
         p.c = FromYUV(c.y, c.u, c.v);
         return;
     }

@@ -48,6 +48,13 @@ struct OCKeyShape {
 };
 OCKeyShape OCKeyShapeOf(const OCSecondaryParams& secondary);
 
+/// Bounds of Y, U and V beyond any of which the key of a secondary is exactly 0; no bounds hold where the tolerances or
+/// the softness are no numbers.
+struct OCKeyBox {
+    float low[3], high[3];
+};
+OCKeyBox OCKeyBoxOf(const OCSecondaryParams& secondary);
+
 /// The two factors of the soft clip, made once a call.
 struct OCSoftClip {
     float inverseRange, rise;

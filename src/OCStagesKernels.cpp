@@ -22,6 +22,7 @@ namespace HWY_NAMESPACE {
 struct Call {
     OCProcessParams params; // a copy of our own: the compiler knows that no store changes it
     OCKeyShape keyShape[kOCSecondaryCount];
+    OCKeyBox keyBox[kOCSecondaryCount];
     bool isTame[kOCSecondaryCount]; ///< see IsTame
     OCSoftClip softClip;
     uint8_t step[kOCStepEnd]; ///< those that run, in order
@@ -58,6 +59,7 @@ Call CallOf(const OCProcessParams& params, const OCBandRun& run)
     call.params = params;
     for (uint32_t i = 0; i < kOCSecondaryCount; ++i) {
         call.keyShape[i] = OCKeyShapeOf(params.secondary[i]);
+        if (params.secondary[i].on) call.keyBox[i] = OCKeyBoxOf(params.secondary[i]);
         call.isTame[i] = params.secondary[i].on && IsTame(params.secondary[i]);
     }
     call.softClip = OCSoftClipOf(params.limiter);
@@ -128,7 +130,9 @@ void RunStep(uint32_t step, Pixels* HWY_RESTRICT block, size_t count, const Call
     case kMasterAndCurves: return all([&](Pixels& p) HWY_ATTR { RGBMasterAndCurves(p, params); });
     default: {
         const uint32_t i = step - kOCSecondaryStep;
-        return all([&](Pixels& p) HWY_ATTR { Secondary(p, params.secondary[i], call.keyShape[i], call.isTame[i]); });
+        return all([&](Pixels& p) HWY_ATTR {
+            Secondary(p, params.secondary[i], call.keyShape[i], call.keyBox[i], call.isTame[i]);
+        });
     }
     }
 }

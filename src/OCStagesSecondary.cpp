@@ -1,7 +1,9 @@
 // Stage 13 of the readable kernel: up to six secondaries, one after the other, each on what the one before left.
 #include "src/OCStagesParts.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 using namespace ocstages;
 
@@ -78,6 +80,32 @@ OCKeyShape OCKeyShapeOf(const OCSecondaryParams& secondary)
     const auto softness = static_cast<double>(secondary.softness);
     return {.chromaToleranceSquared = static_cast<float>(chroma * chroma),
             .inverseSoftnessSquared = static_cast<float>(1 / (softness * softness))};
+}
+
+OCKeyBox OCKeyBoxOf(const OCSecondaryParams& secondary)
+{
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const OCKeyShape shape = OCKeyShapeOf(secondary);
+    const double fall = 1 / static_cast<double>(shape.inverseSoftnessSquared); // over which the key falls to 0
+    const double lumaReach = static_cast<double>(secondary.lumaTolerance) + fall;
+    const double chromaReach = std::sqrt(static_cast<double>(shape.chromaToleranceSquared) + fall);
+    OCKeyBox box = {{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
+    for (uint32_t i = 0; i < secondary.sampleCount; ++i) {
+        const OCKeySample& sample = secondary.sample[i];
+        const double middle[3] = {static_cast<double>(sample.y), static_cast<double>(sample.u),
+                                  static_cast<double>(sample.v)};
+        for (int k = 0; k < 3; ++k) {
+            const double reach = k == 0 ? lumaReach : chromaReach;
+            // Far more than what the key's single precision rounds away.
+            const double slack = 1e-5 * (1 + std::abs(middle[k]) + std::abs(reach));
+            const double low = middle[k] - reach - slack, high = middle[k] + reach + slack;
+            if (!std::isfinite(low) || !std::isfinite(high))
+                return {{-kInfinity, -kInfinity, -kInfinity}, {kInfinity, kInfinity, kInfinity}};
+            box.low[k] = std::min(box.low[k], static_cast<float>(low));
+            box.high[k] = std::max(box.high[k], static_cast<float>(high));
+        }
+    }
+    return box;
 }
 
 void ocstages::Secondaries(OCPixel* p, const Params& params)

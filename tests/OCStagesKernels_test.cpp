@@ -4,7 +4,9 @@
 #include "tests/CoreTest.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <string>
 
 namespace {
@@ -250,5 +252,62 @@ TEST_F(OCKernels, PicturesOfUsualValuesTakeTheShortWays)
             kernel.run(params, &source.frame, &seen.frame);
             ASSERT_TRUE(SamePlanes(expected.frame, seen.frame, 3)) << kernel.name << ", round " << round;
         }
+    }
+}
+
+// Registers that lie wholly beside a key are left alone: those that cross its edge by the last bits are not.
+TEST_F(OCKernels, AtTheEdgesOfAKeyNothingIsLeftOut)
+{
+    for (int round = 0; round < 80; ++round) {
+        OCSettings grade = NeutralGrade();
+        grade.secondaryOn = grade.secondaryInUse = 1;
+        OCSecondary& record = grade.secondary[0];
+        record.on = 1;
+        record.sample[0] = {1, Between(random_, 0.2f, 0.8f), Between(random_, 0.2f, 0.8f),
+                            Between(random_, 0.2f, 0.8f)};
+        record.softness = round % 5 ? Between(random_, 0.001f, 0.3f) : 0;
+        record.saturation = 300;
+        record.gain = 3;
+        const OCProcessParams& params = Update(grade);
+        const OCSecondaryParams& s = params.secondary[0];
+        ASSERT_EQ(s.sampleCount, 1u);
+        const float fall = s.softness * s.softness;
+        const float luma = s.lumaTolerance + fall, chroma = std::sqrt(s.chromaTolerance * s.chromaTolerance + fall);
+        const float sign = round % 4 < 2 ? 1.0f : -1.0f;
+        const bool isLuma = round % 2 == 0;
+        GuardedPlanes source(640, 3, 2560, 0), expected(640, 3, 2560, 0);
+        source.Fill([&](uint32_t plane, uint32_t row, uint32_t column) {
+            const float step = (static_cast<float>(column) - 320) * (row == 0 ? 1e-7f : row == 1 ? 3e-6f : 1e-4f);
+            const float y = s.sample[0].y + (isLuma ? sign * luma * (1 + step) : 0);
+            const float u = s.sample[0].u + (isLuma ? 0 : sign * chroma * (1 + step) * 0.6f);
+            const float v = s.sample[0].v + (isLuma ? 0 : chroma * (1 + step) * 0.8f);
+            return plane == 0 ? y + 1.140251f * v : plane == 1 ? y - 0.393931f * u - 0.580809f * v : y + 2.028398f * u;
+        });
+        OCProcessImageBandScalar(params, &source.frame, &expected.frame);
+        for (const OCKernel& kernel : OCFastKernels()) {
+            GuardedPlanes seen(640, 3, 2560, 0);
+            kernel.run(params, &source.frame, &seen.frame);
+            ASSERT_TRUE(SamePlanes(expected.frame, seen.frame, 3)) << kernel.name << ", round " << round;
+        }
+    }
+}
+
+TEST(OCKeyBoxes, WildTolerancesHaveNoBoundsAndNoSampleHasNoInside)
+{
+    OCSecondaryParams s = {};
+    s.softness = 0.1f;
+    OCKeyBox box = OCKeyBoxOf(s);
+    EXPECT_GT(box.low[0], box.high[0]);
+    s.sampleCount = 1;
+    s.sample[0] = {0.5f, 0.1f, -0.1f};
+    s.lumaTolerance = s.chromaTolerance = 0.2f;
+    box = OCKeyBoxOf(s);
+    EXPECT_NEAR(box.low[0], 0.5f - 0.21f, 1e-4f);
+    EXPECT_NEAR(box.high[2], -0.1f + std::sqrt(0.05f), 1e-4f);
+    for (float wild : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        s.lumaTolerance = wild;
+        box = OCKeyBoxOf(s);
+        EXPECT_EQ(box.low[1], -std::numeric_limits<float>::infinity());
+        EXPECT_EQ(box.high[1], std::numeric_limits<float>::infinity());
     }
 }
