@@ -3,6 +3,7 @@
 
 #include "src/UI/LayoutReportWin.h"
 #include "src/UI/TincturaMainWin.h"
+#include "src/UI/UICursorsWin.h"
 #include "src/UI/UIRecoverWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
@@ -13,31 +14,6 @@
 
 #include <QApplication>
 #include <QWindow>
-
-namespace {
-
-/// The shape of a cursor resource. The artwork of eyedroppers with keys and of zooming is not here yet: the first have
-/// the shape of the plain one, the others the arrow.
-Qt::CursorShape ShapeOf(uint32_t resource)
-{
-    switch (resource) {
-    case 500: // eyedroppers
-    case 501:
-    case 502:
-    case 503:
-    case 513:
-    case 514:
-    case 515: return Qt::CrossCursor;
-    case 504: return Qt::PointingHandCursor; // over a point of a curve
-    case 505: return Qt::CrossCursor;        // a new point
-    case 506: return Qt::SizeHorCursor;      // split handles: on a horizontal edge, a vertical one, a corner
-    case 507: return Qt::SizeVerCursor;
-    case 508: return Qt::SizeAllCursor;
-    default: return Qt::ArrowCursor;
-    }
-}
-
-} // namespace
 
 bool UIToolTipSwitch::eventFilter(QObject* object, QEvent* event)
 {
@@ -120,7 +96,7 @@ struct TKWindowsCalls {
     static void RestoreForeground(void* context) { BPQtGiveForeground(Self(context).foregroundAtStart_); }
     static void SetCursor(void* context, uint32_t resource)
     {
-        if (TincturaMainWin* window = Main(context)) window->setCursor(ShapeOf(resource));
+        if (TincturaMainWin* window = Main(context)) window->setCursor(UICursorOf(resource, window->devicePixelRatioF()));
     }
     static void PaletteChanged(void* context)
     {

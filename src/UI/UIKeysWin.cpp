@@ -44,6 +44,10 @@ uint32_t TKVirtualKey(const QKeyEvent& event)
     case Qt::Key_Backtab: return kTKKeyTab;
     case Qt::Key_Escape: return kTKKeyEscape;
     case Qt::Key_Backspace: return kTKKeyBack;
+    case Qt::Key_PageUp: return kTKKeyPageUp;
+    case Qt::Key_PageDown: return kTKKeyPageDown;
+    case Qt::Key_Insert: return kTKKeyInsert;
+    case Qt::Key_Delete: return kTKKeyDelete;
     default: break;
     }
     // A sign of a Latin layout that stands where others have a letter is that sign; only digits go by their place.

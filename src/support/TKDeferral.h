@@ -33,3 +33,17 @@ inline bool TKDeferFlush(TKDeferral* deferral)
     *deferral = {};
     return pending;
 }
+
+/// The same tick for a hand that never pauses: a change is also due when changes have waited for `most` ticks in a row.
+/// `waited` counts them and belongs to the caller.
+inline bool TKDeferTickAtMost(TKDeferral* deferral, int32_t* waited, int32_t most)
+{
+    if (!deferral->pending) {
+        *waited = 0;
+        return false;
+    }
+    if (++*waited >= most) deferral->counter = 0;
+    const bool due = TKDeferTick(deferral);
+    if (due) *waited = 0;
+    return due;
+}

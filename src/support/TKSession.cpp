@@ -40,7 +40,7 @@ void TKDisposeSession(TKSession* session)
     platform.stateFile.close(&session->recovery.file);
     if (session->hostWatch.handle != 0) platform.process.unwatch(&session->hostWatch);
     for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
-                                  &session->secondarySurface, &session->sourceSurface})
+                                  &session->secondarySurface, &session->sourceSurface, &session->controls.wheelImage})
         ScopeSurfaceDispose(surface);
     for (FBFrame* frame : {session->sourceFrame, session->resultFrame, session->comparisonFrame})
         if (frame) FBDisposeFrameBuffer(frame);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "src/OCSettings.h"
+#include "src/ScopeSurface.h"
 #include "src/platform/BPStatus.h"
 
 #include <span>
@@ -136,6 +137,7 @@ struct TKSlider {
     TKSectionID section;
     bool repaint;            ///< whether a change renders the picture anew
     TKChangeProc changeProc; ///< may be null
+    void* reference;         ///< whose slider it is, for the change procedure
     const char* label;
     const char* objectName;
     TKSlider* next; ///< in Tab order
@@ -310,8 +312,10 @@ struct TKControls {
     uint32_t sliderCount;
     TKSwatch* swatch[kTKSwatchLimit];
     uint32_t swatchCount;
-    TKSlider* openSlider;    ///< holds the open edit, or null
-    const void* lastTouched; ///< control of the last undo step, or null
-    bool undoPending;        ///< a drag waits for its last UndoStore
-    bool updatePending;      ///< a drag put its image update off
+    TKSlider* openSlider;     ///< holds the open edit, or null
+    const void* lastTouched;  ///< control of the last undo step, or null
+    bool undoPending;         ///< a drag waits for its last UndoStore
+    bool updatePending;       ///< a drag put its image update off
+    ScopeSurface wheelImage;  ///< background that hue wheels share, or none
+    uint32_t wheelSaturation; ///< "UI Saturation" that it was made with
 };

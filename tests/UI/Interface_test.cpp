@@ -376,7 +376,8 @@ TEST_F(UITest, ACursorOfTheLogicIsSetWithTheNextTick)
 {
     session_->pendingCursor = 500;
     Tick();
-    EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::CrossCursor);
+    EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::BitmapCursor); // drawn by us
+    EXPECT_EQ(windows_->mainWindow()->cursor().hotSpot(), QPoint(2, 21));  // the tip of the pipette
     session_->pendingCursor = 508;
     Tick();
     EXPECT_EQ(windows_->mainWindow()->cursor().shape(), Qt::SizeAllCursor);

@@ -1,0 +1,49 @@
+// The hue offset wheel's window: label, wheel and the two sliders below it. It keeps no value.
+#pragma once
+
+#include "src/UI/UISliderWin.h"
+#include "src/support/TKHueWheel.h"
+
+#include <QBasicTimer>
+
+class UIHueOffsetWin : public QWidget {
+  public:
+    /// Session and record must outlive the widget. The sliders are named after the wheel: "NAME_tintangle" and
+    /// "NAME_strength".
+    UIHueOffsetWin(TKSession* session, HueOffsetVars* vars, const QString& name, QWidget* parent);
+    ~UIHueOffsetWin() override;
+
+    HueOffsetVars* vars() const { return vars_; }
+    UISliderWin* sliderOf(const TKSlider* slider) const; ///< null when it is none of the two
+    QRect wheelRect() const;                             ///< where a press is one on the wheel
+    QPoint handlePoint() const;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+
+  protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    void drawWheel(QPainter* painter);
+    void keepTicking();
+    void valueChanged();
+
+    TKSession* session_;
+    HueOffsetVars* vars_;
+    UISliderWin* hue_;
+    UISliderWin* strength_;
+    QBasicTimer timer_;
+    bool hovered_ = false;
+};
