@@ -8,6 +8,7 @@
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UIValueWin.h"
+#include "src/platform/qt/BPQtColorDialog.h"
 #include "src/platform/qt/BPQtForeground.h"
 #include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
@@ -192,6 +193,7 @@ struct TKWindowsCalls {
         if (value) value->hideEdit();
         if (window || value) Main(context)->setFocus();
     }
+    static bool ChooseColor(void*, const char* title, uint8_t rgb[3]) { return BPQtChooseColor(title, rgb); }
     static void SwitchesChanged(void* context)
     {
         if (TincturaMainWin* window = Main(context)) window->tools()->switchesChanged();
@@ -251,6 +253,7 @@ TKUserInterface TKWindowsWin::interface()
     ui.sliderChanged = TKWindowsCalls::SliderChanged;
     ui.editOpened = TKWindowsCalls::EditOpened;
     ui.editClosed = TKWindowsCalls::EditClosed;
+    ui.chooseColor = TKWindowsCalls::ChooseColor;
     ui.switchesChanged = TKWindowsCalls::SwitchesChanged;
     ui.updateOtherControls = TKWindowsCalls::UpdateOtherControls;
     return ui;

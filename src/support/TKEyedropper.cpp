@@ -65,6 +65,7 @@ TKEffect Store(TKSession* session, TKEyedropper* eyedropper, const float rgb[3])
         std::memcpy(eyedropper->dataBase + eyedropper->switchOffset, &on, sizeof on);
         TK_UI(session, switchesChanged);
     }
+    TKShowViews(session);
     TKRedrawSwatches(session);
     TKMarkSectionActive(session, eyedropper->section, true, true);
     TKStoreUndo(session);
@@ -97,6 +98,7 @@ void LeavePickMode(TKSession* session)
 {
     session->pick = {};
     TK_UI(session, pickModeChanged);
+    TKShowViews(session);
 }
 
 } // namespace
@@ -134,6 +136,7 @@ TKEffect TKEyedropperClick(TKSession* session, TKEyedropper* eyedropper, uint32_
     pick.eyedropper = eyedropper;
     pick.cursor = eyedropper->cursor ? eyedropper->cursor : kTKCursorPick;
     TK_UI(session, pickModeChanged);
+    TKShowViews(session);
     return {};
 }
 

@@ -81,6 +81,7 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
         ++shown;
     }
     TK_UI(session, updateOtherControls, settings, toolMask, curveMask, previous, force);
+    TKShowViews(session);
     TKRedrawSwatches(session);
     return shown;
 }

@@ -138,7 +138,10 @@ bool TKMarkSectionActive(TKSession* session, TKSectionID section, bool on, bool 
         WriteAt<uint32_t>(field, on ? 1 : 0);
         changed = true;
     }
-    if (changed) TK_UI(session, switchesChanged);
+    if (changed) {
+        TK_UI(session, switchesChanged);
+        TKShowViews(session);
+    }
     return changed;
 }
 
@@ -367,6 +370,19 @@ TKEffect CommitOpenEdit(TKSession* session, bool apply)
 
 // --- Checkboxes and popups --------------------------------------------------------------------------------------------
 
+void TKInitCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSectionID section, const char* label,
+                    const char* objectName)
+{
+    const uintptr_t dataOffset = reinterpret_cast<uintptr_t>(base) + offset;
+    BP_ASSERT(dataOffset != 0, "TincturaUIControlsWin");
+    *checkbox = {.dataBase = static_cast<uint8_t*>(base),
+                 .dataOffset = offset,
+                 .section = section,
+                 .repaint = true,
+                 .label = label,
+                 .objectName = objectName};
+}
+
 bool TKCheckboxIsOn(const TKCheckbox& checkbox)
 {
     return ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) != 0;
@@ -379,8 +395,45 @@ TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on
     TKCommandUndo(session);
     WriteAt<uint32_t>(checkbox->dataBase + checkbox->dataOffset, on ? 1 : 0);
     TK_UI(session, switchesChanged);
+    TKShowViews(session);
     Finish(session, checkbox->section, checkbox->repaint);
     return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = checkbox->repaint};
+}
+
+void TKInitPopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                 const char* objectName, const char* items)
+{
+    *popup = {};
+    popup->dataBase = static_cast<uint8_t*>(base);
+    popup->dataOffset = dataOffset;
+    popup->section = section;
+    popup->repaint = true;
+    popup->label = label;
+    popup->objectName = objectName;
+    popup->items = items;
+}
+
+int32_t TKPopupValue(const TKPopup& popup)
+{
+    return ReadAt<int32_t>(popup.dataBase + popup.dataOffset);
+}
+
+uint32_t TKItemCount(const char* items)
+{
+    if (!items || !*items) return 0;
+    return static_cast<uint32_t>(std::count(items, items + std::strlen(items), '|')) + 1;
+}
+
+std::string_view TKItemAt(const char* items, uint32_t index)
+{
+    std::string_view rest = items ? items : "";
+    while (index > 0) {
+        const size_t bar = rest.find('|');
+        if (bar == std::string_view::npos) return {};
+        rest.remove_prefix(bar + 1);
+        --index;
+    }
+    return rest.substr(0, rest.find('|'));
 }
 
 TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
@@ -393,6 +446,30 @@ TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
     if (newValue == oldValue) return {};
     TKCommandUndo(session);
     WriteAt(field, newValue);
+    TKShowViews(session);
     Finish(session, popup->section, popup->repaint);
     return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = popup->repaint};
+}
+
+// --- Views ------------------------------------------------------------------------------------------------------------
+
+BPStatus TKRegisterView(TKSession* session, TKView* view)
+{
+    TKControls& controls = session->controls;
+    if (controls.viewCount == kTKViewLimit) return bpMemFullErr;
+    controls.view[controls.viewCount++] = view;
+    return bpNoErr;
+}
+
+void TKForgetView(TKSession* session, TKView* view)
+{
+    TKControls& controls = session->controls;
+    TKView** const end = controls.view + controls.viewCount;
+    controls.viewCount = static_cast<uint32_t>(std::remove(controls.view, end, view) - controls.view);
+}
+
+void TKShowViews(TKSession* session)
+{
+    const TKControls& controls = session->controls;
+    for (uint32_t i = 0; i < controls.viewCount; ++i) controls.view[i]->show(controls.view[i]->window);
 }

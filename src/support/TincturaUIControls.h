@@ -12,6 +12,7 @@
 #include "src/platform/BPStatus.h"
 
 #include <span>
+#include <string_view>
 
 struct TKSession;
 struct TKSlider;
@@ -247,6 +248,10 @@ struct TKCheckbox {
     const char* objectName;
 };
 
+/// Fills a checkbox for the word at `dataOffset` of `base`. Without a word it is an assertion failure.
+void TKInitCheckbox(TKCheckbox* checkbox, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                    const char* objectName);
+
 bool TKCheckboxIsOn(const TKCheckbox& checkbox);
 
 /// The mouse button was released on the checkbox: writes 1 or 0.
@@ -265,8 +270,20 @@ struct TKPopup {
     TKPopupProc changeProc; ///< may be null
     const char* label;
     const char* objectName;
-    const char* items; ///< separated by "|"
+    const char* items;     ///< separated by "|"
+    int64_t reference = 0; ///< a constant for the procedure
 };
+
+/// Fills a popup for the word at `dataOffset` of `base`.
+void TKInitPopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                 const char* objectName, const char* items);
+
+/// The value in the record, one-based; what the list does not have is as it stands.
+int32_t TKPopupValue(const TKPopup& popup);
+
+/// How many items a list has, and the bytes of one of them (counted from 0; empty beyond the last).
+uint32_t TKItemCount(const char* items);
+std::string_view TKItemAt(const char* items, uint32_t index);
 
 /// The user chose item `index`, counted from 0.
 TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index);
@@ -304,14 +321,32 @@ void TKCommandUndo(TKSession* session);
 bool TKUndoStepBack(TKSession* session);
 bool TKUndoStepForward(TKSession* session);
 
+// --- Views ------------------------------------------------------------------------------------------------------------
+
+/// A window that shows a value of the record and is no slider: a checkbox, a popup, an eyedropper.
+struct TKView {
+    void (*show)(void* window); ///< brings it to the record's value
+    void* window;
+};
+
+/// Enters a view into the table that TKShowViews walks; takes it out. bpMemFullErr when the table is full.
+BPStatus TKRegisterView(TKSession* session, TKView* view);
+void TKForgetView(TKSession* session, TKView* view);
+
+/// Brings all views to the values of the record. UpdateAllControls and changes of switches do it.
+void TKShowViews(TKSession* session);
+
 /// What the controls share; a part of TKSession.
 inline constexpr uint32_t kTKSliderLimit = 1024;
 inline constexpr uint32_t kTKSwatchLimit = 256;
+inline constexpr uint32_t kTKViewLimit = 512;
 struct TKControls {
     TKSlider* slider[kTKSliderLimit];
     uint32_t sliderCount;
     TKSwatch* swatch[kTKSwatchLimit];
     uint32_t swatchCount;
+    TKView* view[kTKViewLimit];
+    uint32_t viewCount;
     TKSlider* openSlider;     ///< holds the open edit, or null
     const void* lastTouched;  ///< control of the last undo step, or null
     bool undoPending;         ///< a drag waits for its last UndoStore

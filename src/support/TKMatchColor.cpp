@@ -1,0 +1,79 @@
+// Colour match as a command.
+#include "src/support/TKMatchColor.h"
+
+#include "src/support/TKSession.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// What a match switches on: a secondary without a sample would act nowhere, or, inverted, everywhere.
+bool IsMarked(const OCSettings& settings, const TKSection& section)
+{
+    if (section.id < tkSectionSecondaryA || section.id > tkSectionSecondaryF) return true;
+    const OCSecondary& secondary = settings.secondary[section.id - tkSectionSecondaryA];
+    return std::any_of(std::begin(secondary.sample), std::end(secondary.sample),
+                       [](const OCColorSample& sample) { return (sample.on & 0xFF) != 0; });
+}
+
+} // namespace
+
+void TKInitMatchColor(TKMatchColor* match, OCSettings* settings, OCMatchPane pane, TKSectionID section,
+                      const char* objectName)
+{
+    *match = {};
+    match->pane = pane;
+    match->entry = 1;
+    match->objectName = objectName;
+    TKInitEyedropper(&match->sourceEyedropper, settings, kTKMatchSourceOffset, section, "Match Source", objectName);
+    TKInitEyedropper(&match->targetEyedropper, settings, kTKMatchTargetOffset, section, "Match Target", objectName);
+    // A colour to match changes nothing of the picture yet.
+    match->sourceEyedropper.repaint = section != tkSectionNone;
+    match->targetEyedropper.repaint = section != tkSectionNone;
+    TKInitSwatch(&match->source, settings, kTKMatchSourceOffset, "Match Source", objectName);
+    TKInitSwatch(&match->target, settings, kTKMatchTargetOffset, "Match Target", objectName);
+}
+
+const char* TKMatchColorList(const TKMatchColor& match)
+{
+    return OCMatchPanes()[match.pane].popup;
+}
+
+bool TKSelectMatchEntry(TKSession* session, TKMatchColor* match, int32_t index)
+{
+    (void)CommitOpenEdit(session, true);
+    const auto count = static_cast<int32_t>(OCMatchPanes()[match->pane].entryCount);
+    const int32_t entry = std::clamp<int32_t>(index, 0, count - 1) + 1;
+    const bool changed = match->entry != entry;
+    match->entry = entry;
+    return changed;
+}
+
+bool TKMatchColorIsReady(const TKMatchColor& match)
+{
+    float rgb[3];
+    std::memcpy(rgb, match.source.dataBase + match.source.dataOffset, sizeof rgb);
+    return std::any_of(std::begin(rgb), std::end(rgb), [](float component) { return component != 0; });
+}
+
+TKEffect TKRunMatchColor(TKSession* session, const TKMatchColor* match)
+{
+    (void)CommitOpenEdit(session, true);
+    OCSettings matched = session->liveSettings;
+    const OCMatchGroups groups = OCMatchColorsAt(&matched, match->pane, static_cast<uint32_t>(match->entry),
+                                                 match->source.dataOffset, match->target.dataOffset);
+    if (groups.toolMask == 0 && groups.curveMask == 0) return {};
+    const OCSettings before = session->liveSettings;
+    TKCommandUndo(session);
+    session->liveSettings = matched;
+    for (const TKSection& section : TKSections())
+        if ((section.toolMask & groups.toolMask || section.curveMask & groups.curveMask) && IsMarked(matched, section))
+            TKMarkSectionActive(session, section.id, true, true);
+    UpdateAllControls(session, &session->liveSettings, groups.toolMask, groups.curveMask, &before, false);
+    RecomputeAndRefresh(session, true);
+    TKStoreUndo(session);
+    return {.changed = true,
+            .opensUndo = session->undoRing != nullptr && session->undoRing->undoSlotCount != 0,
+            .rerenders = true};
+}
