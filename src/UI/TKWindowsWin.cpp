@@ -136,20 +136,40 @@ struct TKWindowsCalls {
     }
     static void SurfacesReplaced(void* context)
     {
-        if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
+        if (TincturaMainWin* window = Main(context)) window->picturesChanged();
     }
     static void PixelAspectChanged(void* context, float) { SurfacesReplaced(context); }
     static void RefreshSource(void* context)
     {
-        if (TincturaMainWin* window = Main(context)) window->sourceChanged();
+        if (TincturaMainWin* window = Main(context)) window->picturesChanged();
     }
     static void RefreshResult(void* context, bool)
     {
-        if (TincturaMainWin* window = Main(context)) window->resultChanged();
+        if (TincturaMainWin* window = Main(context)) window->picturesChanged();
     }
     static void RefreshDisplays(void* context, bool)
     {
-        if (TincturaMainWin* window = Main(context)) window->surfacesReplaced();
+        if (TincturaMainWin* window = Main(context)) window->picturesChanged();
+    }
+    static void RepaintPicture(void* context, bool force)
+    {
+        if (TincturaMainWin* window = Main(context)) window->repaintPicture(force);
+    }
+    static void ShowAnalysis(void* context, bool force)
+    {
+        if (TincturaMainWin* window = Main(context)) window->showAnalysis(force);
+    }
+    static void RepaintPanes(void* context, uint32_t mask)
+    {
+        if (TincturaMainWin* window = Main(context)) window->repaintPanes(mask);
+    }
+    static void SelectLeftPane(void* context, int32_t tab)
+    {
+        if (TincturaMainWin* window = Main(context)) window->selectAnalysis(tab);
+    }
+    static void ShowViewMode(void* context, uint32_t mode)
+    {
+        if (TincturaMainWin* window = Main(context)) window->showViewMode(mode);
     }
     static void SetPositionText(void* context, const char* text)
     {
@@ -243,11 +263,16 @@ TKUserInterface TKWindowsWin::interface()
     ui.showAbout = TKWindowsCalls::ShowAbout;
     ui.selectSettingsTab = TKWindowsCalls::SelectSettingsTab;
     ui.selectRightPane = TKWindowsCalls::SelectRightPane;
+    ui.selectLeftPane = TKWindowsCalls::SelectLeftPane;
+    ui.showViewMode = TKWindowsCalls::ShowViewMode;
     ui.surfacesReplaced = TKWindowsCalls::SurfacesReplaced;
     ui.pixelAspectChanged = TKWindowsCalls::PixelAspectChanged;
     ui.refreshSource = TKWindowsCalls::RefreshSource;
     ui.refreshResult = TKWindowsCalls::RefreshResult;
     ui.refreshDisplays = TKWindowsCalls::RefreshDisplays;
+    ui.repaintPicture = TKWindowsCalls::RepaintPicture;
+    ui.showAnalysis = TKWindowsCalls::ShowAnalysis;
+    ui.repaintPanes = TKWindowsCalls::RepaintPanes;
     ui.setPositionText = TKWindowsCalls::SetPositionText;
     ui.playingChanged = TKWindowsCalls::PlayingChanged;
     ui.sliderChanged = TKWindowsCalls::SliderChanged;

@@ -35,7 +35,6 @@ constexpr int kButtonGap = 7;
 constexpr int kButtonHeight = 24;
 constexpr int kTopBarHeight = 34;
 constexpr int kEdge = 8;
-constexpr int kViewsWidth = 300;
 
 /// The output whose list of preview tables begins with a command.
 TKPreviewOutput PreviewOutputOf(uint32_t first)
@@ -64,17 +63,7 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
         connect(button, &QPushButton::clicked, this, [this, &row] { DoMenuCommand(session_, row.command, nullptr); });
         buttons_.push_back(button);
     }
-    views_ = new UIHorizTabWin(session,
-                               {{QStringLiteral("Result"), QStringLiteral("view_result"), kUINoSwitch},
-                                {QStringLiteral("Source"), QStringLiteral("view_source"), kUINoSwitch}},
-                               this);
-    views_->setObjectName(QStringLiteral("views"));
-    views_->onSelect = [this](int index) { showView(index); };
-    picture_ = new UIImagePaneWin(session, this);
-    picture_->setObjectName(QStringLiteral("picture"));
-    picture_->setSurface(&session->resultSurface);
-    views_->select(session->imagePaneMode); // the preference, when this window has that view
-    showView(views_->current());
+    area_ = new UIViewAreaWin(session, this);
     transport_ = new UITransportWin(session, this);
     transport_->setObjectName(QStringLiteral("transport"));
     session->transport[kTKTransportLeft].visible = true;
@@ -152,25 +141,25 @@ void TincturaMainWin::updateMenuState()
     }
 }
 
-void TincturaMainWin::showView(int index)
+void TincturaMainWin::picturesChanged()
 {
-    TKSetImagePaneMode(session_, index == 1 ? tkImageSource : tkImageResult);
-    picture_->setSurface(index == 1 ? &session_->sourceSurface : &session_->resultSurface);
+    area_->picture()->picturesChanged();
+    area_->analysis()->reference()->picturesChanged();
 }
 
-void TincturaMainWin::resultChanged()
+void TincturaMainWin::repaintPicture(bool force)
 {
-    if (session_->imagePaneMode != tkImageSource) picture_->surfaceChanged();
+    area_->picture()->showNow(force);
 }
 
-void TincturaMainWin::sourceChanged()
+void TincturaMainWin::showAnalysis(bool force)
 {
-    if (session_->imagePaneMode == tkImageSource) picture_->surfaceChanged();
+    area_->analysis()->scopes()->showNow(force);
 }
 
-void TincturaMainWin::surfacesReplaced()
+void TincturaMainWin::repaintPanes(uint32_t mask)
 {
-    picture_->surfaceChanged();
+    if (mask & tkPaneAnalysisReference) area_->analysis()->reference()->showNow(false);
 }
 
 void TincturaMainWin::setPositionText(const QString& text)
@@ -195,7 +184,17 @@ void TincturaMainWin::enableMenus(bool enable)
 
 void TincturaMainWin::selectView(int index)
 {
-    views_->select(index);
+    area_->selectView(index);
+}
+
+void TincturaMainWin::selectAnalysis(int index)
+{
+    area_->analysis()->selectTab(index);
+}
+
+void TincturaMainWin::showViewMode(uint32_t mode)
+{
+    area_->showViewMode(mode);
 }
 
 void TincturaMainWin::showAbout()
@@ -266,9 +265,7 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
     tools_->setGeometry(0, height() - toolHeight, width(), toolHeight);
     const int transportTop = height() - toolHeight - UITransportWin::kHeight;
     transport_->setGeometry(0, transportTop, width(), UITransportWin::kHeight);
-    views_->setGeometry(kEdge, menuHeight + (kTopBarHeight - UIHorizTabWin::kHeight),
-                        qMin(kViewsWidth, left - 2 * kEdge), UIHorizTabWin::kHeight);
-    picture_->setGeometry(kEdge, top + 4, width() - 2 * kEdge, transportTop - top - 8);
+    area_->setGeometry(kEdge, top, width() - 2 * kEdge, transportTop - top - 4);
 }
 
 void TincturaMainWin::closeEvent(QCloseEvent* event)

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "src/UI/ToolPanesWin.h"
-#include "src/UI/UIImagePaneWin.h"
 #include "src/UI/UIMenuWin.h"
 #include "src/UI/UITransportWin.h"
+#include "src/UI/UIViewAreaWin.h"
 
 #include <QMenuBar>
 #include <QTimer>
@@ -14,14 +14,17 @@ class TincturaMainWin : public QWidget {
     /// Builds everything, hidden. `error` receives the first failure.
     TincturaMainWin(TKSession* session, BPStatus* error);
 
-    void resultChanged();
-    void sourceChanged();
-    void surfacesReplaced();
+    void picturesChanged();          ///< what the panes show has new pixels or surfaces
+    void repaintPicture(bool force); ///< with force before it returns; so does the next
+    void showAnalysis(bool force);
+    void repaintPanes(uint32_t mask); ///< TKPaneBits
     void setPositionText(const QString& text);
     void playingChanged();
     void enableMenus(bool enable);
     void applyPalette();
-    void selectView(int index); ///< of the image pane; a view that this window does not have changes nothing
+    void selectView(int index);     ///< of the image pane; a number without a view changes nothing
+    void selectAnalysis(int index); ///< of the analysis pane, likewise
+    void showViewMode(uint32_t mode);
     void showAbout();
     UISliderWin* sliderOf(const TKSlider* slider) const { return tools_->sliderOf(slider); }
     ToolAreaWin* tools() const { return tools_; }
@@ -41,7 +44,6 @@ class TincturaMainWin : public QWidget {
     void buildMenus();
     void fillPreviewList(uint32_t first, UIMenuWin* menu);
     void updateMenuState();
-    void showView(int index);
 
     TKSession* session_;
     QMenuBar* menus_;
@@ -50,8 +52,7 @@ class TincturaMainWin : public QWidget {
     std::vector<std::pair<uint32_t, QAction*>> actions_; ///< by command
     std::vector<std::pair<uint32_t, UIMenuWin*>> lists_; ///< filled at run time, by their first command
     std::vector<QPushButton*> buttons_;                  ///< from the right
-    UIHorizTabWin* views_;
-    UIImagePaneWin* picture_;
+    UIViewAreaWin* area_;
     UITransportWin* transport_;
     ToolAreaWin* tools_;
     const QEvent* offeredKey_ = nullptr; ///< the key press that was offered last, compared and never read

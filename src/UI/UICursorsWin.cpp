@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int kSide = 24; // of a cursor, before the screen's scale
+constexpr int kPlus = 1, kMinus = 2;
 
 void Stroke(QPainter* painter, const QPainterPath& path, const QColor& fill)
 {
@@ -41,6 +42,19 @@ void DrawEyedropper(QPainter* painter)
     bulb.addRoundedRect(QRectF(15.6, -2.6, 7, 5.2), 2.4, 2.4);
     Stroke(painter, bulb, Qt::black);
     painter->restore();
+}
+
+/// A plus or a minus about a point.
+void DrawSign(QPainter* painter, QPointF middle, qreal half, int sign)
+{
+    QPainterPath path;
+    path.moveTo(middle - QPointF(half, 0));
+    path.lineTo(middle + QPointF(half, 0));
+    if (sign == kPlus) {
+        path.moveTo(middle - QPointF(0, half));
+        path.lineTo(middle + QPointF(0, half));
+    }
+    Stroke(painter, path, Qt::transparent);
 }
 
 /// A field of the colour that the pick makes of the picture.
@@ -105,12 +119,47 @@ template <class Draw> QCursor Drawn(qreal ratio, int hotX, int hotY, Draw draw)
     return QCursor(picture, hotX, hotY);
 }
 
-QCursor Eyedropper(qreal ratio, const QColor& field)
+QCursor Eyedropper(qreal ratio, const QColor& field, int signs = 0)
 {
     return Drawn(ratio, 2, 21, [&](QPainter* painter) {
         DrawEyedropper(painter);
         if (field.isValid()) DrawField(painter, field);
+        if (signs & kPlus) DrawSign(painter, {14.5, 19.5}, 2.5, kPlus);
+        if (signs & kMinus) DrawSign(painter, {20.5, 19.5}, 2.5, kMinus);
     });
+}
+
+/// A magnifier with a sign in its glass.
+void DrawMagnifier(QPainter* painter, int sign)
+{
+    QPainterPath grip;
+    grip.moveTo(14, 14);
+    grip.lineTo(20.5, 20.5);
+    Stroke(painter, grip, Qt::transparent);
+    QPainterPath glass;
+    glass.addEllipse(QPointF(9, 9), 6.5, 6.5);
+    Stroke(painter, glass, QColor(255, 255, 255, 150));
+    if (sign != 0) DrawSign(painter, {9, 9}, 3.2, sign);
+}
+
+/// Arrows to both sides, up and down, or all four: the ways that a handle can go.
+void DrawArrows(QPainter* painter, bool across, bool down)
+{
+    QPainterPath arrows;
+    for (int i = 0; i < 4; ++i) {
+        if (!(i % 2 == 0 ? down : across)) continue;
+        QTransform turn;
+        turn.translate(12, 12);
+        turn.rotate(90 * i);
+        QPainterPath arrow;
+        arrow.moveTo(0, 0);
+        arrow.lineTo(0, -9);
+        arrow.moveTo(-3, -6.6);
+        arrow.lineTo(0, -9.6);
+        arrow.lineTo(3, -6.6);
+        arrows.addPath(turn.map(arrow));
+    }
+    Stroke(painter, arrows, Qt::transparent);
 }
 
 } // namespace
@@ -119,18 +168,21 @@ QCursor UICursorOf(uint32_t resource, qreal devicePixelRatio)
 {
     const qreal ratio = devicePixelRatio > 0 ? devicePixelRatio : 1;
     switch (resource) {
-    case 500:
-    case 513:
-    case 514:
-    case 515: return Eyedropper(ratio, QColor());
+    case 500: return Eyedropper(ratio, QColor());
+    case 513: return Eyedropper(ratio, QColor(), kPlus);
+    case 514: return Eyedropper(ratio, QColor(), kMinus);
+    case 515: return Eyedropper(ratio, QColor(), kPlus | kMinus);
     case 501: return Eyedropper(ratio, Qt::black);
     case 502: return Eyedropper(ratio, QColor(128, 128, 128));
     case 503: return Eyedropper(ratio, Qt::white);
     case 504: return Drawn(ratio, 12, 12, DrawMove);
     case 505: return Drawn(ratio, 12, 12, DrawAdd);
-    case 506: return Qt::SizeHorCursor;
-    case 507: return Qt::SizeVerCursor;
-    case 508: return Qt::SizeAllCursor;
+    case 506: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, true, false); });
+    case 507: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, false, true); });
+    case 508: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, true, true); });
+    case 509: return Drawn(ratio, 9, 9, [](QPainter* painter) { DrawMagnifier(painter, kPlus); });
+    case 510: return Drawn(ratio, 9, 9, [](QPainter* painter) { DrawMagnifier(painter, kMinus); });
+    case 511: return Drawn(ratio, 9, 9, [](QPainter* painter) { DrawMagnifier(painter, 0); });
     default: return Qt::ArrowCursor;
     }
 }

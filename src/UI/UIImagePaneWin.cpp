@@ -1,60 +1,328 @@
 // The picture's window.
 #include "src/UI/UIImagePaneWin.h"
 
-#include "src/UI/UIImagePane.h"
+#include "src/UI/UICursorsWin.h"
+#include "src/UI/UIDevicePixelsWin.h"
+#include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKPreviewLUTs.h"
 
+#include <QApplication>
+#include <QMouseEvent>
 #include <QPainter>
+#include <cstring>
 
-UIImagePaneWin::UIImagePaneWin(TKSession* session, QWidget* parent) : QWidget(parent), session_(session)
+namespace {
+
+constexpr const char* kNames[kTKImageModeCount] = {"Result",       "Source",    "Reference",
+                                                   "Split Source", "Split Ref", "Luma Ranges"};
+constexpr int kHandleSide = 9;
+constexpr int kKeyPan = 40; // device pixels
+
+TKPaneButton ButtonOf(Qt::MouseButton button)
 {
+    switch (button) {
+    case Qt::LeftButton: return tkButtonLeft;
+    case Qt::MiddleButton: return tkButtonMiddle;
+    case Qt::RightButton: return tkButtonRight;
+    default: return tkButtonNone;
+    }
+}
+
+const FBFrame* FrameOfMode(const TKSession* session, int32_t mode)
+{
+    return mode == tkImageResult ? session->resultFrame : mode == tkImageSource ? session->sourceFrame : nullptr;
+}
+
+bool IsSplit(int32_t mode)
+{
+    return mode == tkImageSplitSource || mode == tkImageSplitReference;
+}
+
+bool IsSame(const TKPaneScale& a, const TKPaneScale& b)
+{
+    return a.kind == b.kind && a.across.start == b.across.start && a.across.step == b.across.step &&
+           a.across.count == b.across.count && a.down.start == b.down.start && a.down.step == b.down.step &&
+           a.down.count == b.down.count;
+}
+
+/// The area around the picture.
+void FillAround(QPainter& painter, const QRect& area, const QRect& picture, const QColor& color)
+{
+    painter.fillRect(QRect(area.left(), area.top(), area.width(), picture.top()), color);
+    painter.fillRect(QRect(area.left(), picture.bottom() + 1, area.width(), area.bottom() - picture.bottom()), color);
+    painter.fillRect(QRect(area.left(), picture.top(), picture.left(), picture.height()), color);
+    painter.fillRect(QRect(picture.right() + 1, picture.top(), area.right() - picture.right(), picture.height()),
+                     color);
+}
+
+} // namespace
+
+UIImagePaneWin::UIImagePaneWin(TKSession* session, const QString& objectName, QWidget* parent)
+    : UIImagePaneWin(session, objectName, -1, parent)
+{
+}
+
+UIImagePaneWin::UIImagePaneWin(TKSession* session, const QString& objectName, int32_t mode, QWidget* parent)
+    : QWidget(parent), session_(session), fixedMode_(mode)
+{
+    setObjectName(objectName);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
+    for (ImagePaneVars& pane : panes_) {
+        TKInitImagePane(&pane);
+        pane.control = this;
+        pane.canZoom = pane.canSample = true;
+    }
 }
 
-void UIImagePaneWin::setSurface(const ScopeSurface* surface)
+int32_t UIImagePaneWin::mode() const
 {
-    surface_ = surface;
-    surfaceChanged();
+    return fixedMode_ >= 0 ? fixedMode_ : qBound(0, session_->imagePaneMode, kTKImageModeCount - 1);
 }
 
-void UIImagePaneWin::surfaceChanged()
+ImagePaneVars& UIImagePaneWin::ready()
+{
+    const int32_t now = mode();
+    ImagePaneVars& pane = panes_[now];
+    const QSize size = UIDeviceAreaOf(this).size;
+    pane.canSplit = IsSplit(now) && fixedMode_ < 0;
+    pane.split = session_->views.split;
+    pane.pickTarget = TKIsPicking(session_) ? sample_ : nullptr;
+    TKSetPaneFrame(&pane, {.x = 0, .y = 0, .width = size.width(), .height = size.height()});
+    TKSetPaneSurface(&pane, TKSurfaceOfMode(session_, now), session_->pixelAspect);
+    const FBFrame* frame = FrameOfMode(session_, now);
+    const bool fits =
+        frame && pane.surface && frame->width == pane.surface->width && frame->height == pane.surface->height;
+    pane.frameBuffer = fits ? frame : nullptr;
+    if (now != shownMode_) {
+        if (shownMode_ >= 0) {
+            TKPaneLoseGrab(&panes_[shownMode_]);
+            TKCopyPaneView(&pane, panes_[shownMode_]);
+        }
+        shownMode_ = now;
+        stale_ = true;
+        hoveredEnd_ = 0;
+        setAccessibleName(QStringLiteral("%1 picture").arg(QLatin1String(kNames[now])));
+    }
+    return pane;
+}
+
+const ImagePaneVars& UIImagePaneWin::pane()
+{
+    return ready();
+}
+
+QRect UIImagePaneWin::pictureRect()
+{
+    const TKImageRect shown = TKShownRect(ready());
+    const UIDeviceArea area = UIDeviceAreaOf(this);
+    const QPointF corner = (QPointF(shown.x, shown.y) + area.shift) / area.ratio;
+    return QRectF(corner, QSizeF(shown.width, shown.height) / area.ratio).toRect();
+}
+
+void UIImagePaneWin::picturesChanged()
 {
     stale_ = true;
     update();
 }
 
-void UIImagePaneWin::paintEvent(QPaintEvent*)
+void UIImagePaneWin::showNow(bool force)
 {
-    QPainter painter(this);
-    painter.fillRect(rect(), UIShadesNow().window);
-    if (!surface_ || !surface_->pixels) return;
-    const qreal ratio = devicePixelRatioF();
-    const int areaWidth = qRound(width() * ratio);
-    const int areaHeight = qRound(height() * ratio);
-    const TKImageRect fit =
-        TKFitPicture(surface_->width, surface_->height, session_->pixelAspect, areaWidth, areaHeight);
-    if (stale_) {
-        const QSize size(static_cast<int>(surface_->width), static_cast<int>(surface_->height));
-        if (words_.size() != size) words_ = QImage(size, QImage::Format_RGB32);
-        if (words_.isNull()) return;
-        TKSurfaceToWords(*surface_, reinterpret_cast<uint32_t*>(words_.bits()),
-                         static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t));
-        TKApplyPreviewLUT(session_, tkPreviewPrimary, words_.bits(), surface_->width, surface_->height,
-                          static_cast<uint32_t>(words_.bytesPerLine()), pixFormatARGB8);
-    }
-    const QSize fittedSize(fit.width, fit.height);
-    if (stale_ || fitted_.size() != fittedSize) {
-        fitted_ = words_.size() == fittedSize
-                      ? words_
-                      : words_.scaled(fittedSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        fitted_.setDevicePixelRatio(ratio);
-    }
-    stale_ = false;
-    painter.drawImage(QPointF(fit.x / ratio, fit.y / ratio), fitted_);
+    if (force && isVisible())
+        repaint();
+    else
+        update();
 }
 
-void UIImagePaneWin::mousePressEvent(QMouseEvent*)
+void UIImagePaneWin::makeWords(const ImagePaneVars& pane)
+{
+    const TKPaneScale scale = TKScaleOfPane(pane);
+    const QSize size(scale.across.count, scale.down.count);
+    if (!stale_ && words_.size() == size && IsSame(scale, wordsScale_)) return;
+    if (words_.size() != size) words_ = QImage(size, QImage::Format_RGB32);
+    if (words_.isNull()) return;
+    TKScaleSurface(*pane.surface, scale.across, scale.down, scale.kind, 0, scale.down.count,
+                   reinterpret_cast<uint32_t*>(words_.bits()),
+                   static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t));
+    TKApplyPreviewLUT(session_, tkPreviewPrimary, words_.bits(), static_cast<uint32_t>(size.width()),
+                      static_cast<uint32_t>(size.height()), static_cast<uint32_t>(words_.bytesPerLine()),
+                      pixFormatARGB8);
+    wordsScale_ = scale;
+    stale_ = false;
+}
+
+void UIImagePaneWin::paintSplit(QPainter& painter, const ImagePaneVars& pane)
+{
+    const UIDeviceArea area = UIDeviceAreaOf(this);
+    QPointF end[2];
+    TKPanePointOf(pane, pane.split.x1, pane.split.y1, &end[0].rx(), &end[0].ry());
+    TKPanePointOf(pane, pane.split.x2, pane.split.y2, &end[1].rx(), &end[1].ry());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(QColor(0, 0, 0, 120), 3 * area.ratio));
+    painter.drawLine(end[0], end[1]);
+    painter.setPen(QPen(QColor(255, 255, 255, 220), area.ratio));
+    painter.drawLine(end[0], end[1]);
+    const qreal half = kHandleSide * area.ratio / 2;
+    const int32_t active = pane.grabbedEnd != 0 ? pane.grabbedEnd : hoveredEnd_;
+    for (int32_t i = 0; i < 2; ++i) {
+        painter.setPen(QPen(QColor(0, 0, 0, 200), area.ratio));
+        painter.setBrush(active == i + 1 ? UIShadesNow().accent.lighter(130) : QColor(240, 240, 240));
+        painter.drawRect(QRectF(end[i].x() - half, end[i].y() - half, 2 * half, 2 * half));
+    }
+}
+
+void UIImagePaneWin::paintEvent(QPaintEvent*)
+{
+    const UIShades& shades = UIShadesNow();
+    const ImagePaneVars& pane = ready();
+    const UIDeviceArea area = UIDeviceAreaOf(this);
+    const QRect whole(QPoint(0, 0), area.size);
+    QPainter painter(this);
+    const TKImageRect shown = TKShownRect(pane);
+    if (shown.width <= 0 || shown.height <= 0) {
+        painter.fillRect(rect(), shades.window);
+        painter.setPen(shades.dimText);
+        if (pane.surface == nullptr && mode() == tkImageReference)
+            painter.drawText(rect(), Qt::AlignCenter, QStringLiteral("No reference image"));
+        return;
+    }
+    makeWords(pane);
+    UIEnterDevicePixels(&painter, area);
+    const QRect picture(shown.x, shown.y, shown.width, shown.height);
+    FillAround(painter, whole.adjusted(-1, -1, 1, 1), picture, shades.window);
+    painter.drawImage(picture.topLeft(), words_);
+    if (pane.canSplit) paintSplit(painter, pane);
+}
+
+void UIImagePaneWin::resizeEvent(QResizeEvent*)
+{
+    (void)ready();
+}
+
+void UIImagePaneWin::carryOut(const TKPaneEffect& effect)
+{
+    if (effect.sampled) TKPickSample(session_, sample_);
+    if (effect.splitChanged) {
+        session_->views.split = panes_[shownMode_].split;
+        RefreshAfterRender(session_, true);
+    } else if (effect.repaints) {
+        update();
+    }
+    if (effect.pickEnded) (void)TKPickEnd(session_);
+}
+
+void UIImagePaneWin::showCursor(Qt::KeyboardModifiers modifiers)
+{
+    const ImagePaneVars& pane = ready();
+    const uint32_t word = TKModifiersOf(modifiers);
+    uint32_t number = TKCursorAt(pane, pointer_.x(), pointer_.y(), word);
+    if (pane.pickTarget) number = TKPickCursor(session_, word); // the eyedropper may have one of its own
+    const QCursor wanted = pane.panning ? QCursor(Qt::ClosedHandCursor) : UICursorOf(number, devicePixelRatioF());
+    setCursor(wanted);
+    const int32_t end = pane.canSplit ? TKSplitEndAt(pane, pointer_.x(), pointer_.y()) : 0;
+    if (end == hoveredEnd_) return;
+    hoveredEnd_ = end;
+    update();
+}
+
+void UIImagePaneWin::mousePressEvent(QMouseEvent* event)
 {
     (void)CommitOpenEdit(session_, true);
+    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    carryOut(TKPanePress(&ready(), pointer_.x(), pointer_.y(), ButtonOf(event->button()),
+                         TKModifiersOf(event->modifiers())));
+    showCursor(event->modifiers());
+}
+
+void UIImagePaneWin::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    mousePressEvent(event); // two quick clicks are two steps
+}
+
+void UIImagePaneWin::mouseMoveEvent(QMouseEvent* event)
+{
+    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    carryOut(TKPaneMove(&ready(), pointer_.x(), pointer_.y(), TKModifiersOf(event->modifiers())));
+    showCursor(event->modifiers());
+}
+
+void UIImagePaneWin::mouseReleaseEvent(QMouseEvent* event)
+{
+    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    carryOut(TKPaneRelease(&ready(), pointer_.x(), pointer_.y(), TKModifiersOf(event->modifiers())));
+    showCursor(event->modifiers());
+    update();
+}
+
+void UIImagePaneWin::wheelEvent(QWheelEvent* event)
+{
+    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    carryOut(TKPaneWheel(&ready(), pointer_.x(), pointer_.y(), event->angleDelta().y()));
+    showCursor(event->modifiers());
+    event->accept();
+}
+
+void UIImagePaneWin::keyPressEvent(QKeyEvent* event)
+{
+    ImagePaneVars& pane = ready();
+    const QPoint middle(pane.frame.width / 2, pane.frame.height / 2);
+    const bool shifted = (event->modifiers() & ~Qt::KeypadModifier) == Qt::ShiftModifier;
+    QPoint move;
+    switch (event->key()) {
+    case Qt::Key_Plus:
+    case Qt::Key_Equal: carryOut(TKZoomPane(&pane, true, middle.x(), middle.y())); return;
+    case Qt::Key_Minus: carryOut(TKZoomPane(&pane, false, middle.x(), middle.y())); return;
+    case Qt::Key_Left: move = {kKeyPan, 0}; break;
+    case Qt::Key_Right: move = {-kKeyPan, 0}; break;
+    case Qt::Key_Up: move = {0, kKeyPan}; break;
+    case Qt::Key_Down: move = {0, -kKeyPan}; break;
+    default: break;
+    }
+    if (move.isNull() || !shifted) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    (void)TKPanePress(&pane, middle.x(), middle.y(), tkButtonMiddle, 0);
+    carryOut(TKPaneRelease(&pane, middle.x() + move.x(), middle.y() + move.y(), 0));
+}
+
+void UIImagePaneWin::enterEvent(QEnterEvent* event)
+{
+    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    qApp->installEventFilter(this); // Shift and Control change the cursor without a move
+    showCursor(QGuiApplication::keyboardModifiers());
+}
+
+void UIImagePaneWin::leaveEvent(QEvent*)
+{
+    qApp->removeEventFilter(this);
+    if (hoveredEnd_ == 0) return;
+    hoveredEnd_ = 0;
+    update();
+}
+
+void UIImagePaneWin::hideEvent(QHideEvent*)
+{
+    qApp->removeEventFilter(this);
+    TKPaneLoseGrab(&ready());
+}
+
+bool UIImagePaneWin::event(QEvent* event)
+{
+    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::UngrabMouse) TKPaneLoseGrab(&ready());
+    return QWidget::event(event);
+}
+
+bool UIImagePaneWin::eventFilter(QObject*, QEvent* event)
+{
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease) return false;
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (key->key() != Qt::Key_Shift && key->key() != Qt::Key_Control) return false;
+    const Qt::KeyboardModifier bit = key->key() == Qt::Key_Shift ? Qt::ShiftModifier : Qt::ControlModifier;
+    Qt::KeyboardModifiers modifiers = key->modifiers();
+    modifiers.setFlag(bit, event->type() == QEvent::KeyPress);
+    showCursor(modifiers);
+    return false;
 }

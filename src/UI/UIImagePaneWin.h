@@ -1,6 +1,7 @@
-// The picture: one surface, fitted into the pane on neutral grey.
+// The picture's window: shows what a pane's record says, and hands events to it.
 #pragma once
 
+#include "src/UI/UIImageScale.h"
 #include "src/support/TKSession.h"
 
 #include <QImage>
@@ -8,19 +9,47 @@
 
 class UIImagePaneWin : public QWidget {
   public:
-    UIImagePaneWin(TKSession* session, QWidget* parent);
+    /// Follows the session's image mode with a record for each, or shows one mode for good.
+    UIImagePaneWin(TKSession* session, const QString& objectName, QWidget* parent);
+    UIImagePaneWin(TKSession* session, const QString& objectName, int32_t mode, QWidget* parent);
 
-    void setSurface(const ScopeSurface* surface); ///< null shows the empty pane; must outlive its use here
-    void surfaceChanged();                        ///< new pixels, another size, or another aspect
+    void picturesChanged();   ///< new pixels, other surfaces, another aspect or table: painted with the next paint
+    void showNow(bool force); ///< with force before it returns
+
+    int32_t mode() const; ///< of the picture that it shows
+    const ImagePaneVars& pane();
+    QRect pictureRect(); ///< of the visible picture, in the widget's own coordinates
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    ImagePaneVars& ready(); ///< the record in use, brought up to date with session and window
+    void carryOut(const TKPaneEffect& effect);
+    void makeWords(const ImagePaneVars& pane);
+    void paintSplit(QPainter& painter, const ImagePaneVars& pane);
+    void showCursor(Qt::KeyboardModifiers modifiers);
+
     TKSession* session_;
-    const ScopeSurface* surface_ = nullptr;
-    QImage words_;      ///< the surface as the window system wants it
-    QImage fitted_;     ///< the same at the size it is shown, in device pixels
+    int32_t fixedMode_;
+    ImagePaneVars panes_[kTKImageModeCount];
+    int32_t shownMode_ = -1; ///< of the last event or paint: the next mode begins with its view
+    float sample_[3] = {};   ///< what a pick reads into
+    QImage words_;           ///< the visible part, at the size it is shown, in device pixels
+    TKPaneScale wordsScale_ = {};
     bool stale_ = true; ///< words_ is older than the surface
+    QPoint pointer_;    ///< device pixels
+    int32_t hoveredEnd_ = 0;
 };

@@ -274,11 +274,6 @@ BPStatus ShowSource(TKSession* session)
     return bpNoErr;
 }
 
-bool ModeShowsResult(int32_t mode)
-{
-    return mode != tkImageSource && mode != tkImageLumaRanges;
-}
-
 /// The buffer's pixels become the source frame. False when they do not fit it.
 bool TakeBuffer(TKSession* session, const uint8_t* buffer, uint32_t byteCount)
 {
@@ -390,7 +385,7 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
     if (err = ShowSource(session); err != bpNoErr) return err;
     TK_UI(session, refreshSource);
     TKRenderResult(session);
-    TK_UI(session, refreshResult, true);
+    RefreshAfterRender(session, true);
     TKUpdatePositionText(session);
     return bpNoErr;
 }
@@ -400,11 +395,11 @@ void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount)
     const bool taken = buffer && TakeBuffer(session, buffer, byteCount);
     BPFree(buffer);
     if (taken) {
-        TK_UI(session, refreshSource);
         session->resultIsStale = true;
-        if (ModeShowsResult(session->imagePaneMode)) {
+        TKRefreshSource(session);
+        if (TKModeShowsResult(session->imagePaneMode)) {
             TKRenderFrame(session);
-            TK_UI(session, refreshResult, true);
+            RefreshAfterRender(session, true);
         }
     }
     TKUpdatePositionText(session);
@@ -416,13 +411,4 @@ void TKRequestAndTakeFrame(TKSession* session)
     uint32_t byteCount = 0;
     (void)OCCB_GetClipFrame(session, &buffer, &byteCount);
     TKTakeFrame(session, buffer, byteCount);
-}
-
-void TKSetImagePaneMode(TKSession* session, int32_t mode)
-{
-    session->imagePaneMode = mode;
-    if (session->resultIsStale && ModeShowsResult(mode)) {
-        TKRenderFrame(session);
-        TK_UI(session, refreshResult, true);
-    }
 }

@@ -35,7 +35,7 @@ bool SlotKey(TKSession* session, uint32_t slot, uint32_t modifiers)
 {
     if (modifiers != 0 && modifiers != bpShiftKey) return false;
     if (!SlotStoreOrRecall(session, slot, modifiers == bpShiftKey)) session->platform->alert.beep();
-    TK_UI(session, refreshDisplays, true);
+    RefreshDisplaysOnly(session, true);
     return true;
 }
 

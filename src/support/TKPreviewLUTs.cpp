@@ -90,7 +90,7 @@ bool TKSelectPreviewLUT(TKSession* session, TKPreviewOutput output, uint32_t ind
     std::memcpy(session->prefs.*kOutputs[output].table, table, sizeof table);
     // What stands in for "None" has no entry, and is kept as what it stands for.
     session->prefs.*kOutputs[output].index = index == previewNoneAdjusted ? uint32_t{previewNone} : index;
-    TK_UI(session, refreshDisplays, true);
+    RefreshDisplaysOnly(session, true);
     return true;
 }
 

@@ -24,7 +24,8 @@ BPStatus TKCreateSession(const BPPlatform* platform, const TKUserInterface* ui, 
     made->taskCount = 1;
     made->imagePaneMode = -1;
     made->settingsTab = -1;
-    made->viewMode = 2;
+    made->viewMode = tkViewNormal;
+    TKInitViews(&made->views);
     *session = made;
     return bpNoErr;
 }
@@ -39,8 +40,9 @@ void TKDisposeSession(TKSession* session)
     if (session->uiBlock.address) platform.sharedMemory.close(&session->uiBlock);
     platform.stateFile.close(&session->recovery.file);
     if (session->hostWatch.handle != 0) platform.process.unwatch(&session->hostWatch);
-    for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
-                                  &session->secondarySurface, &session->sourceSurface, &session->controls.wheelImage})
+    for (ScopeSurface* surface :
+         {&session->resultSurface, &session->splitSurface, &session->splitMask, &session->secondarySurface,
+          &session->sourceSurface, &session->views.referenceSurface, &session->controls.wheelImage})
         ScopeSurfaceDispose(surface);
     for (FBFrame* frame : {session->sourceFrame, session->resultFrame, session->comparisonFrame})
         if (frame) FBDisposeFrameBuffer(frame);

@@ -13,6 +13,7 @@
 #include "src/support/TKPreferences.h"
 #include "src/support/TKUIComm.h"
 #include "src/support/TKUndo.h"
+#include "src/support/TKViews.h"
 #include "src/support/TincturaUIControls.h"
 
 /// What the logic asks the windows for. Each pointer may be null: nothing then happens. No function may run an event
@@ -42,7 +43,7 @@ struct TKUserInterface {
     void (*paletteChanged)(void* context);
     void (*focusMainWindow)(void* context);
     void (*showAbout)(void* context);                   ///< the box with name and version; waits for the user
-    void (*showViewMode)(void* context, uint32_t mode); ///< 1 the single view, 2 the normal layout; null without them
+    void (*showViewMode)(void* context, uint32_t mode); ///< TKViewMode; null for a window with one layout
     /// Tabs of the settings: tab, the one inside it, the one inside that; -1 leaves one alone, and so does a number that
     /// is not there. The window keeps settingsTab.
     void (*selectSettingsTab)(void* context, int32_t tab, int32_t inner, int32_t innermost);
@@ -58,8 +59,12 @@ struct TKUserInterface {
     void (*surfacesReplaced)(void* context); ///< addresses of the session's surfaces and frames are new, or gone
     void (*pixelAspectChanged)(void* context, float aspect); ///< finite and above 0
     void (*refreshSource)(void* context);                    ///< the source surface has new pixels
-    void (*refreshResult)(void* context, bool force);        ///< the result surface has new pixels
-    void (*refreshDisplays)(void* context, bool force);      ///< repaint what is held; no pixels are new
+    void (*refreshResult)(void* context, bool force);        ///< result and composed surfaces have new pixels
+    void (*refreshDisplays)(void* context, bool force);      ///< what is held is to be shown anew
+    void (*repaintPicture)(void* context, bool force);       ///< the image pane in use; with force before it returns
+    void (*showAnalysis)(void* context, bool force);         ///< likewise the analysis pane
+    void (*repaintPanes)(void* context, uint32_t mask);      ///< TKPaneBits: what else shows one of these pictures
+    void (*feedPreviews)(void* context);                     ///< the pictures outside the window follow
     void (*setPositionText)(void* context, const char* text);
     void (*playingChanged)(void* context, bool playing);
 
@@ -88,9 +93,6 @@ struct TKTransport {
 };
 
 enum : uint32_t { kTKTransportLeft = 0, kTKTransportSplit = 1, kTKTransportSingle = 2, kTKTransportLimit = 10 };
-
-/// Modes of the image pane: "Result|Source|Reference|Split Source|Split Ref|Luma Ranges".
-enum : int32_t { tkImageResult = 0, tkImageSource = 1, tkImageLumaRanges = 5 };
 
 /// Where the journal of a session stands; see TKRecovery.h.
 enum TKRecoveryPhase : uint32_t {
@@ -165,9 +167,10 @@ struct TKSession {
     TKPalette palette;
     TKControls controls;
     TKPickTarget pick;
+    TKViews views;
     int32_t imagePaneMode; ///< -1 before the panes exist
     int32_t settingsTab;   ///< likewise
-    uint32_t viewMode;
+    uint32_t viewMode;     ///< TKViewMode
     TKTransport transport[kTKTransportLimit];
     bool fullScreenPreview;
     bool secondaryPaneExists; ///< the window of the second monitor

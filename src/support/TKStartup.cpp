@@ -79,7 +79,7 @@ void ShowEverything(TKSession* session)
 {
     UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, false);
     TKRenderResult(session);
-    TK_UI(session, refreshResult, true);
+    RefreshAfterRender(session, true);
 }
 
 /// The tab that a preference names. Whatever number the store holds, one of the tabs from `first` to `last` comes out.
@@ -92,6 +92,7 @@ BPStatus BuildMainWindow(TKSession* session)
 {
     session->settingsTab = TabOf(session->prefs.settingsPaneDefault, 0, kLastSettingsTab);
     session->imagePaneMode = TabOf(session->prefs.rightPaneDefault, tkImageResult, tkImageLumaRanges);
+    session->views.analysisTab = TabOf(session->prefs.leftPaneDefault, scopeTabCombo, scopeTabGallery);
     session->transport[kTKTransportLeft].visible = true;
     if (session->ui.buildMainWindow)
         if (BPStatus err = session->ui.buildMainWindow(session->ui.context, session); err != bpNoErr) return err;
@@ -278,6 +279,7 @@ TKStartResult TKStartUp(TKSession* session)
 
     SplashStep(session, 2);
     TKAddHostClips(session);
+    TKDrawSplitMask(session);
     SplashStep(session, 6);
 
     TK_UI(session, raiseMainWindow);
@@ -377,8 +379,9 @@ void TKTearDown(TKSession* session)
     session->taskCount = 1;
     TKCommWindowClose(session);
     WithdrawUIBlock(session);
-    for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
-                                  &session->secondarySurface, &session->sourceSurface})
+    for (ScopeSurface* surface :
+         {&session->resultSurface, &session->splitSurface, &session->splitMask, &session->secondarySurface,
+          &session->sourceSurface, &session->views.referenceSurface})
         ScopeSurfaceDispose(surface);
     OCDisposeStageCache(&session->stageCache);
     for (FBFrame** frame : {&session->sourceFrame, &session->resultFrame}) {

@@ -57,7 +57,7 @@ bool AdvanceOneFrame(TKSession* session)
     block->frameTime = static_cast<int32_t>(position);
     if (wanted > position) {
         TKStopPlayback(session);
-        TK_UI(session, refreshDisplays, true);
+        RefreshDisplaysOnly(session, true);
         TKUpdatePositionText(session);
         return false;
     }

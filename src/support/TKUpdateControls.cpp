@@ -56,7 +56,7 @@ bool Step(TKSession* session, bool (*step)(TKUndoRing*, OCSettings*), bool possi
     UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, previous, false);
     BPFree(previous);
     TKRenderResult(session);
-    TK_UI(session, refreshResult, true);
+    RefreshAfterRender(session, true);
     return stepped;
 }
 
@@ -90,13 +90,13 @@ void RecomputeAndRefresh(TKSession* session, bool force)
 {
     if (session->platform->keyboard.modifierWord() & bpCapsLock) {
         session->updateSuspended = true;
-        TK_UI(session, refreshDisplays, force);
+        RefreshDisplaysOnly(session, force);
         return;
     }
     session->updateSuspended = false;
     if (session->renderInProgress) return;
     TKRenderResult(session);
-    TK_UI(session, refreshResult, force);
+    RefreshAfterRender(session, force);
 }
 
 void TKRenderFrame(TKSession* session)

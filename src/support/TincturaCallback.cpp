@@ -272,7 +272,7 @@ bool TKReattachHost(TKSession* session)
     TK_UI(session, showMainWindow);
     TK_UI(session, raiseMainWindow);
     TK_UI(session, refreshSource);
-    TK_UI(session, refreshResult, true);
+    RefreshAfterRender(session, true);
     TK_UI(session, enableMenus, true);
     TKRecoveryBegin(session);
     session->tickCount = 0;

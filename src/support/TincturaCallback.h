@@ -95,9 +95,6 @@ void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount);
 /// Request and taking in one: for the transport.
 void TKRequestAndTakeFrame(TKSession* session);
 
-/// Remembers what the image pane shows. Frames that were taken while it showed no result are rendered now.
-void TKSetImagePaneMode(TKSession* session, int32_t mode);
-
 /// Takes the settings out of the block: copied when they carry the signature, otherwise a reset. True when the live
 /// settings changed. The controls are not told.
 bool TKTakeSettingsFromBlock(TKSession* session);

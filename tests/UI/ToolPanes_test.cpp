@@ -2,7 +2,7 @@
 #include "src/UI/ToolPanes.h"
 
 #include "src/OCCatalogue.h"
-#include "src/UI/UIImagePane.h"
+#include "src/UI/UIImageScale.h"
 #include "src/support/TKCommands.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // The letters of the scopes by the window system. With a folder in OC_SCOPE_PICTURES it also writes each display of
 // colour bars and of a scene there, to be looked at.
-#include "src/UI/UIImagePane.h"
+#include "src/UI/UIImageScale.h"
 #include "src/UI/UIScopeLettersWin.h"
 #include "tests/ScopesTest.h"
 

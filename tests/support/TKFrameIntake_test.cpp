@@ -260,10 +260,10 @@ TEST_F(TKFrameIntake, ModesThatShowNoResultRenderNoneUntilOneIsShown)
         EXPECT_EQ(session_->renderCount, renders);
         EXPECT_TRUE(ShowsFrame(session_->sourceSurface, 6));
         EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
-        TKSetImagePaneMode(session_, tkImageResult);
+        SelectImageDisplay(session_, tkImageResult);
         EXPECT_EQ(session_->renderCount, renders + 1);
         EXPECT_TRUE(ShowsFrame(session_->resultSurface, 6));
-        TKSetImagePaneMode(session_, tkImageResult);
+        SelectImageDisplay(session_, tkImageResult);
         EXPECT_EQ(session_->renderCount, renders + 1);
         host_ = {};
         TearDown();

@@ -1,0 +1,30 @@
+// The analysis pane: a row of thirteen tabs above the displays, the reference picture, or the gallery's page.
+#pragma once
+
+#include "src/UI/UIHorizTabWin.h"
+#include "src/UI/UIImagePaneWin.h"
+#include "src/UI/UIScopeViewWin.h"
+
+class UIAnalysisPaneWin : public QWidget {
+  public:
+    UIAnalysisPaneWin(TKSession* session, QWidget* parent);
+
+    void selectTab(int index); ///< a number without a tab changes nothing
+    UIScopeViewWin* scopes() const { return scopes_; }
+    UIImagePaneWin* reference() const { return reference_; }
+    UIHorizTabWin* tabs() const { return tabs_; }
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    void tabSelected(int index);
+    void showPage();
+    void fitTabs();
+
+    TKSession* session_;
+    UIHorizTabWin* tabs_;
+    UIScopeViewWin* scopes_;
+    UIImagePaneWin* reference_;
+    QWidget* gallery_;
+};

@@ -1,0 +1,210 @@
+// Composing the pictures of the panes, and the order of a refresh.
+#include "src/support/TKViews.h"
+
+#include "src/support/TKSession.h"
+
+#include <algorithm>
+
+namespace {
+
+int32_t DisplayOr(uint32_t stored, int32_t otherwise)
+{
+    return stored >= 1 && stored <= static_cast<uint32_t>(kScopeDisplayCount) ? static_cast<int32_t>(stored)
+                                                                              : otherwise;
+}
+
+bool IsSameSize(const FBFrame* frame, const ScopeSurface& surface)
+{
+    return frame && surface.pixels && frame->width == surface.width && frame->height == surface.height;
+}
+
+/// A split of two pictures, or the picture of the luma ranges.
+void ComposeSplit(TKSession* session, const ScopeSurface* first)
+{
+    TKDrawSplitMask(session);
+    DrawSplitView(&session->splitSurface, first, &session->resultSurface, session->splitMask);
+}
+
+/// Makes the picture of the image pane's mode; returns the bits of the panes that have other pixels now.
+uint32_t ComposePicture(TKSession* session)
+{
+    const FBFrame* source = session->sourceFrame;
+    switch (session->imagePaneMode) {
+    case tkImageSource:
+        if (IsSameSize(source, session->sourceSurface))
+            FBTransferFBFrameToPix(source, nullptr, session->sourceSurface.pixels, session->sourceSurface.rowBytes,
+                                   pixFormatBGRA8, session->taskCount, session->tasks);
+        return tkPaneSource;
+    case tkImageSplitSource: ComposeSplit(session, &session->sourceSurface); return tkPaneSplitSource;
+    case tkImageSplitReference: ComposeSplit(session, &session->views.referenceSurface); return tkPaneSplitReference;
+    case tkImageLumaRanges:
+        if (IsSameSize(source, session->splitSurface))
+            OCRenderLumaRanges(session->engine, source, session->splitSurface.pixels, session->splitSurface.rowBytes,
+                               pixFormatBGRA8, session->taskCount, session->tasks);
+        return tkPaneLumaRanges;
+    default: return 0;
+    }
+}
+
+bool AnalysisIsSeen(const TKSession* session)
+{
+    return session->viewMode == tkViewNormal && session->views.analysisTab >= 0;
+}
+
+/// From step 3 on.
+void ShowPanes(TKSession* session, uint32_t mask, bool force)
+{
+    if (session->views.analysisTab == scopeTabReference) mask |= tkPaneAnalysisReference;
+    TK_UI(session, repaintPicture, force);
+    if (AnalysisIsSeen(session)) UpdateAnalysisPane(session, force);
+    TK_UI(session, repaintPanes, mask);
+    TK_UI(session, feedPreviews);
+}
+
+} // namespace
+
+void TKInitViews(TKViews* views)
+{
+    *views = {};
+    views->analysisTab = -1;
+    views->vectorscopeZoom = views->comboVectorscopeZoom = 1;
+    views->split = ScopeDefaultSplitLine();
+}
+
+void TKDrawSplitMask(TKSession* session)
+{
+    ScopeFillMask(&session->splitMask, ScopeSplitPolygonOf(ComputeSplitEnds(session->views.split)));
+}
+
+bool TKModeShowsResult(int32_t mode)
+{
+    return mode != tkImageSource && mode != tkImageLumaRanges;
+}
+
+ScopeSelection TKSelectionOf(const TKSession* session)
+{
+    const TKPreferences& prefs = session->prefs;
+    const ScopeSelection defaults = ScopeDefaultSelection();
+    const uint32_t stored[kScopeQuadrantCount] = {prefs.comboUpperLeft, prefs.comboUpperRight, prefs.comboLowerLeft,
+                                                  prefs.comboLowerRight};
+    ScopeSelection selection = {};
+    selection.imageSelection = std::clamp(session->imagePaneMode, 0, kTKImageModeCount - 1);
+    selection.analysisSelection = std::clamp(session->views.analysisTab, 0, kScopeTabCount - 1);
+    for (int32_t i = 0; i < kScopeQuadrantCount; ++i)
+        selection.comboSelection[i] = DisplayOr(stored[i], defaults.comboSelection[i]);
+    selection.vectorscopeZoom = session->views.vectorscopeZoom;
+    selection.comboVectorscopeZoom = session->views.comboVectorscopeZoom;
+    selection.isPlaying = session->views.previewBuilding || session->views.previewPlaying;
+    return selection;
+}
+
+void TKStoreSelection(TKSession* session, const ScopeSelection& selection)
+{
+    TKPreferences& prefs = session->prefs;
+    session->views.analysisTab = selection.analysisSelection;
+    session->views.vectorscopeZoom = selection.vectorscopeZoom;
+    session->views.comboVectorscopeZoom = selection.comboVectorscopeZoom;
+    prefs.leftPaneDefault = static_cast<uint32_t>(selection.analysisSelection) + 1;
+    prefs.comboUpperLeft = static_cast<uint32_t>(selection.comboSelection[scopeUpperLeft]);
+    prefs.comboUpperRight = static_cast<uint32_t>(selection.comboSelection[scopeUpperRight]);
+    prefs.comboLowerLeft = static_cast<uint32_t>(selection.comboSelection[scopeLowerLeft]);
+    prefs.comboLowerRight = static_cast<uint32_t>(selection.comboSelection[scopeLowerRight]);
+}
+
+ScopeContext TKScopeContextOf(const TKSession* session)
+{
+    const TKPreferences& prefs = session->prefs;
+    ScopeContext context = ScopeDefaultContext();
+    context.settings.wfmColor = prefs.wfmColor;
+    context.settings.wfmUnitsMV = prefs.wfmUnitsMV;
+    context.settings.vsCalibration100 = prefs.vsCalibration100;
+    context.settings.videoSystem = prefs.videoSystem;
+    context.settings.videoBlackLevel = prefs.videoBlackLevel;
+    context.settings.videoWhiteLevel = prefs.videoWhiteLevel;
+    context.settings.videoBlackSetupPresent = static_cast<int32_t>(prefs.videoBlackSetupPresent);
+    context.settings.uiSaturation = prefs.uiSaturation;
+    context.settings.updateSuspended = session->updateSuspended;
+    context.letters = session->views.letters;
+    context.engine = session->engine;
+    context.liveSettings = &session->liveSettings;
+    context.taskCount = session->taskCount;
+    context.tasks = session->tasks;
+    return context;
+}
+
+ScopePictures TKScopePicturesOf(const TKSession* session)
+{
+    const auto seen = [](const ScopeSurface& surface) { return surface.pixels ? &surface : nullptr; };
+    return {.result = seen(session->resultSurface),
+            .source = seen(session->sourceSurface),
+            .reference = seen(session->views.referenceSurface)};
+}
+
+const ScopeSurface* TKSurfaceOfMode(const TKSession* session, int32_t mode)
+{
+    const ScopeSurface* surface = nullptr;
+    switch (mode) {
+    case tkImageResult: surface = &session->resultSurface; break;
+    case tkImageSource: surface = &session->sourceSurface; break;
+    case tkImageReference: surface = &session->views.referenceSurface; break;
+    case tkImageSplitSource:
+    case tkImageSplitReference:
+    case tkImageLumaRanges: surface = &session->splitSurface; break;
+    default: break;
+    }
+    return surface && surface->pixels ? surface : nullptr;
+}
+
+bool TKDrawStaleAnalysis(TKSession* session)
+{
+    TKViews& views = session->views;
+    if (!views.analysisIsStale || !views.analysisPort || !views.analysisPort->pixels) return false;
+    views.analysisIsStale = false;
+    DrawAnalysisPane(views.analysisPort, TKSelectionOf(session), TKScopePicturesOf(session), TKScopeContextOf(session));
+    return true;
+}
+
+void UpdateAnalysisPane(TKSession* session, bool force)
+{
+    session->views.analysisIsStale = true;
+    if (force) (void)TKDrawStaleAnalysis(session);
+    TK_UI(session, showAnalysis, force);
+}
+
+void RefreshAfterRender(TKSession* session, bool force)
+{
+    const uint32_t mask = tkPaneResult | ComposePicture(session);
+    TK_UI(session, refreshResult, force);
+    ShowPanes(session, mask, force);
+}
+
+void RefreshDisplaysOnly(TKSession* session, bool force)
+{
+    TK_UI(session, refreshDisplays, force);
+    ShowPanes(session, 0, force);
+}
+
+void TKRefreshSource(TKSession* session)
+{
+    TK_UI(session, refreshSource);
+    if (TKModeShowsResult(session->imagePaneMode)) return; // a render follows
+    const uint32_t mask = ComposePicture(session) | tkPaneSource;
+    ShowPanes(session, mask, true);
+}
+
+void SelectImageDisplay(TKSession* session, int32_t value)
+{
+    if (value < 0 || value >= kTKImageModeCount) return;
+    const bool showedNoResult = !TKModeShowsResult(session->imagePaneMode);
+    session->imagePaneMode = value;
+    session->prefs.rightPaneDefault = static_cast<uint32_t>(value) + 1;
+    // What was rendered while another picture was shown is the result still; only a newer frame needs a render.
+    if (showedNoResult && session->resultIsStale && TKModeShowsResult(value)) {
+        TKRenderFrame(session);
+        RefreshAfterRender(session, true);
+        return;
+    }
+    const uint32_t mask = ComposePicture(session);
+    TK_UI(session, refreshDisplays, true);
+    ShowPanes(session, mask, true);
+}

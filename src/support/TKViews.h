@@ -1,0 +1,88 @@
+// What the panes show: which picture, which display, and the refresh that is the last step of the road from a gesture to
+// the screen.
+//
+// Pictures are composed into the session's surfaces here; windows only show them. Thread of everything here: main.
+#pragma once
+
+#include "src/TincturaUIDispCombo.h"
+#include "src/TincturaUIDispSplit.h"
+
+struct TKSession;
+
+/// Modes of the image pane: "Result|Source|Reference|Split Source|Split Ref|Luma Ranges".
+enum : int32_t {
+    tkImageResult = 0,
+    tkImageSource = 1,
+    tkImageReference = 2,
+    tkImageSplitSource = 3,
+    tkImageSplitReference = 4,
+    tkImageLumaRanges = 5,
+};
+inline constexpr int32_t kTKImageModeCount = 6;
+
+enum TKViewMode : uint32_t { tkViewSingle = 1, tkViewNormal = 2 };
+
+/// The panes of a mask.
+enum TKPaneBits : uint32_t {
+    tkPaneSource = 1u << 0,
+    tkPaneResult = 1u << 1,
+    tkPaneReference = 1u << 2,
+    tkPaneSplitSource = 1u << 3,
+    tkPaneSplitReference = 1u << 4,
+    tkPaneLumaRanges = 1u << 5,
+    tkPaneAnalysisReference = 1u << 7, ///< the display "Reference"
+};
+
+/// A part of TKSession. The rest of the selection is in the preferences and in imagePaneMode.
+struct TKViews {
+    int32_t analysisTab;                           ///< ScopeTab; -1 before the panes exist
+    int32_t vectorscopeZoom, comboVectorscopeZoom; ///< 1 to 10
+    ScopeSplitLine split;
+    ScopeSurface referenceSurface;        ///< the reference image, of the source's size; empty without one
+    bool previewBuilding, previewPlaying; ///< rapid preview; the displays then have no picture
+    const ScopeLetters* letters;          ///< of the window system, or null
+    ScopeSurface* analysisPort;           ///< what the analysis pane draws into; null while it is not seen
+    bool analysisIsStale;                 ///< the port is older than what it should show
+};
+
+/// The state before the panes exist: no tab, zooms of 1, a split down the middle.
+void TKInitViews(TKViews* views);
+
+/// What the analysis pane shows now, and back: combos go into the preferences' record. Numbers out of range become the
+/// nearest, an unknown display of the combo its default.
+ScopeSelection TKSelectionOf(const TKSession* session);
+void TKStoreSelection(TKSession* session, const ScopeSelection& selection);
+
+/// What the displays draw with: preferences, letters, pipeline, pool.
+ScopeContext TKScopeContextOf(const TKSession* session);
+ScopePictures TKScopePicturesOf(const TKSession* session);
+
+/// The surface of an image mode; null when there is none.
+const ScopeSurface* TKSurfaceOfMode(const TKSession* session, int32_t mode);
+
+/// Draws what the analysis pane shows into its port: erased first, then by the selection. With `force` at once, and the
+/// window shows it before this returns; otherwise the port is marked, and drawn with the next paint. Panes of their own
+/// draw nothing.
+void UpdateAnalysisPane(TKSession* session, bool force);
+/// For the paint: brings the port up to date. True when it had to be drawn.
+bool TKDrawStaleAnalysis(TKSession* session);
+
+/// The refresh after ProcessImage: composes what the image pane shows, marks what changed, repaints. The render has made
+/// the result surface already.
+void RefreshAfterRender(TKSession* session, bool force);
+
+/// The same without new pixels: a preference changed, or updates are suspended.
+void RefreshDisplaysOnly(TKSession* session, bool force);
+
+/// The source has new pixels and the result has none: what shows the source follows.
+void TKRefreshSource(TKSession* session);
+
+/// Chooses what the image pane shows. A result that became stale while none was shown is rendered first. A number
+/// without a mode changes nothing.
+void SelectImageDisplay(TKSession* session, int32_t value);
+
+/// Draws the side of the split line that shows the result into the session's mask.
+void TKDrawSplitMask(TKSession* session);
+
+/// Whether frames are rendered in a mode.
+bool TKModeShowsResult(int32_t mode);
