@@ -2,7 +2,7 @@
 #include "src/UI/UICurveWin.h"
 
 #include "src/UI/UICursorsWin.h"
-#include "src/UI/UIImagePane.h"
+#include "src/UI/UIImageScale.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UIToolMenuWin.h"

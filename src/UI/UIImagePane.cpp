@@ -358,7 +358,7 @@ TKPaneCursor TKCursorAt(const ImagePaneVars& pane, int32_t x, int32_t y, uint32_
         if (end == 1) return SplitCursor(pane.split.x1, pane.split.y1);
         if (end == 2) return SplitCursor(pane.split.x2, pane.split.y2);
     }
-    if (!pane.canZoom || !HasPicture(pane)) return tkCursorArrow;
+    if (!pane.canZoom || !HasPicture(pane)) return tkCursorPlain;
     const float next = control ? Neighbour(kTKZoomStepsOut, pane.zoom) : Neighbour(kTKZoomSteps, pane.zoom);
     return next == pane.zoom ? tkCursorZoomEnd : control ? tkCursorZoomOut : tkCursorZoomIn;
 }

@@ -21,7 +21,7 @@ TKImageRect TKFitPicture(uint32_t pictureWidth, uint32_t pictureHeight, float pi
 
 /// The cursors by their numbers.
 enum TKPaneCursor : uint32_t {
-    tkCursorArrow = 0,
+    tkCursorPlain = 0,
     tkCursorPick = 500,
     tkCursorSplitHorizontal = 506, ///< a handle on an upper or lower edge
     tkCursorSplitVertical = 507,   ///< a handle on the left or right edge
