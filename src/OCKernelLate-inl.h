@@ -72,15 +72,13 @@ HWY_INLINE bool IsOutside(const YUV& c, const OCKeyBox& box)
                                    hn::Or(beyond(c.u, box.low[1], box.high[1]), beyond(c.v, box.low[2], box.high[2]))));
 }
 
-/// Whether no pixel is so large or so exactly zero that a correction would show outside the key all the same.
+/// Whether every correction of the pixels is a number that a key of 0 takes away. Where luma is exactly 0, the sign of a
+/// zero would still show.
 HWY_INLINE bool IsUsual(const YUV& c)
 {
-    const D d;
-    const auto usual = [&](V value) HWY_ATTR {
-        const V size = hn::Abs(value);
-        return hn::And(hn::Gt(size, hn::Zero(d)), hn::Lt(size, Splat(1e4f)));
-    };
-    return hn::AllTrue(d, hn::And(usual(c.y), hn::And(usual(c.u), usual(c.v))));
+    const auto moderate = [](V value) HWY_ATTR { return hn::Lt(hn::Abs(value), Splat(1e4f)); };
+    return hn::AllTrue(
+        D(), hn::And(hn::And(hn::Ne(c.y, hn::Zero(D())), moderate(c.y)), hn::And(moderate(c.u), moderate(c.v))));
 }
 
 HWY_INLINE void Secondary(Pixels& p, const OCSecondaryParams& s, const OCKeyShape& shape, const OCKeyBox& box,
