@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <cstdlib>
+#include <string>
 
 namespace {
 
@@ -16,15 +17,26 @@ uint32_t Exact(uint32_t level, uint32_t tenThousandths)
 
 constexpr uint32_t kTenThousandths[3][3] = {{2990, 5870, 1140}, {2126, 7152, 722}, {2120, 7010, 870}};
 
-} // namespace
-
-// The first test of this program: nobody has asked for a table yet.
-TEST(AFirstLumaTable, IsThatOf709)
+/// The process ends with 0 where the table in force is that of the matrix.
+[[noreturn]] void LeaveWithMatrixInForce(int32_t matrix)
 {
     const uint8_t* table = GetCurrentLumaTable();
     for (uint32_t channel = 0; channel < 3; ++channel)
         for (uint32_t level = 0; level < 256; ++level)
-            ASSERT_EQ(table[channel * 256 + level], Exact(level, kTenThousandths[ocMatrix709][channel])) << level;
+            if (table[channel * 256 + level] != Exact(level, kTenThousandths[matrix][channel])) std::_Exit(1);
+    std::_Exit(0);
+}
+
+} // namespace
+
+// In a process of its own: nobody has asked for a table there, whatever tests ran before in this one.
+TEST(AFirstLumaTable, IsThatOf709)
+{
+    const std::string style = GTEST_FLAG_GET(death_test_style);
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(LeaveWithMatrixInForce(ocMatrix709), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(LeaveWithMatrixInForce(ocMatrix601), testing::ExitedWithCode(1), "");
+    GTEST_FLAG_SET(death_test_style, style);
 }
 
 TEST(LumaTable, RoundsEveryEntryOfEveryMatrixWithTiesAwayFromZero)

@@ -27,17 +27,9 @@ def picture():
     return bytes(dice.randrange(256) for _ in range(WIDTH * HEIGHT * 3))
 
 
-def write_picture(path, colours):
-    with open(path, "wb") as file:
-        file.write(b"P6\n%d %d\n255\n" % (WIDTH, HEIGHT) + colours)
-
-
-def read_picture(path):
-    with open(path, "rb") as file:
-        data = file.read()
-    head = b"P6\n%d %d\n255\n" % (WIDTH, HEIGHT)
-    assert data.startswith(head), data[:20]
-    return data[len(head):]
+def words_of(colours):
+    """As the examples take them: blue, green, red, alpha."""
+    return b"".join(bytes((colours[i + 2], colours[i + 1], colours[i], 255)) for i in range(0, len(colours), 3))
 
 
 def load():
@@ -97,36 +89,42 @@ class Examples(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, self.folder)
-        self.source = os.path.join(self.folder, "in.ppm")
         self.colours = picture()
-        write_picture(self.source, self.colours)
+
+    def start(self, program, grade, pixels, size=(WIDTH, HEIGHT), env=None):
+        return run(*program, grade, *map(str, size), input=pixels, env={**os.environ, **(env or {})})
 
     def render(self, *program, kind=0, env=None):
-        grade, target = os.path.join(self.folder, "grade"), os.path.join(self.folder, "out.ppm")
+        grade = os.path.join(self.folder, "grade")
         write_grade(grade, kind)
-        done = run(*program, grade, self.source, target, env={**os.environ, **(env or {})})
-        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
-        return read_picture(target)
+        done = self.start(program, grade, words_of(self.colours), env=env)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        return done.stdout
 
     def test_the_example_in_c_renders_the_grade(self):
         for kind in (0, 1):
-            self.assertEqual(self.render(EXAMPLE, kind=kind), expected(self.colours))
+            self.assertEqual(self.render(EXAMPLE, kind=kind), words_of(expected(self.colours)))
 
     def test_the_example_in_python_renders_the_same(self):
         program = os.path.join(SOURCE, "host/examples/render_picture.py")
         self.assertEqual(self.render(sys.executable, "-B", program, env={"OCHRINE_LIBRARY": LIBRARY}),
-                         expected(self.colours))
+                         words_of(expected(self.colours)))
 
     def test_both_say_what_is_wrong(self):
-        grade, target = os.path.join(self.folder, "grade"), os.path.join(self.folder, "out.ppm")
-        with open(grade, "wb") as file:
+        good, bad = os.path.join(self.folder, "good"), os.path.join(self.folder, "bad")
+        write_grade(good, 0)
+        with open(bad, "wb") as file:
             file.write(b"no grade")
         program = os.path.join(SOURCE, "host/examples/render_picture.py")
+        pixels = words_of(self.colours)
         for command in ([EXAMPLE], [sys.executable, "-B", program]):
-            done = run(*command, grade, self.source, target, env={**os.environ, "OCHRINE_LIBRARY": LIBRARY})
-            self.assertEqual(done.returncode, 1)
-            self.assertIn(b"this is no grade", done.stderr)
-            self.assertFalse(os.path.exists(target))
+            for grade, words, size, says in ((bad, pixels, (WIDTH, HEIGHT), b"this is no grade"),
+                                             (good, pixels[:-1], (WIDTH, HEIGHT), b"argument"),
+                                             (good, b"", (WIDTH, HEIGHT), b"argument"),
+                                             (good, pixels, (0, HEIGHT), b"argument")):
+                done = self.start(command, grade, words, size, {"OCHRINE_LIBRARY": LIBRARY})
+                self.assertEqual((done.returncode, done.stdout), (1, b""), (command, says))
+                self.assertIn(says, done.stderr)
 
     def test_a_program_that_does_not_ask_hears_nothing_and_one_that_does_hears_the_log(self):
         script = ("import ctypes, sys\n"
@@ -160,7 +158,7 @@ class Examples(unittest.TestCase):
                     *wanted.stdout.decode().split())
         self.assertEqual((built.returncode, built.stderr), (0, b""))
         libraries = os.path.dirname(os.path.dirname(pc))
-        self.assertEqual(self.render(program, env={"LD_LIBRARY_PATH": libraries}), expected(self.colours))
+        self.assertEqual(self.render(program, env={"LD_LIBRARY_PATH": libraries}), words_of(expected(self.colours)))
 
 
 if __name__ == "__main__":
