@@ -2,6 +2,7 @@
 #include "src/UI/UIHandleWin.h"
 
 #include "src/UI/UIKeysWin.h"
+#include "src/UI/UIStyleWin.h"
 
 #include <QAccessibleWidget>
 #include <QKeyEvent>
@@ -42,6 +43,13 @@ QAccessibleInterface* MakeAccessible(const QString&, QObject* object)
 }
 
 } // namespace
+
+QColor UIFocusColor(bool onPlot)
+{
+    const UIShades& shades = UIShadesNow();
+    const bool isDark = onPlot || shades.text.lightness() > shades.window.lightness();
+    return isDark ? shades.accent.lighter(140) : shades.accent.darker(140);
+}
 
 UIHandleWin::UIHandleWin(UIHandleOwner* owner, int index, const QString& name, const QString& objectName,
                          QWidget* parent)

@@ -2,6 +2,7 @@
 // that has the focus and moves by arrow keys. The control paints it and takes the mouse.
 #pragma once
 
+#include <QColor>
 #include <QWidget>
 
 /// The control that a handle belongs to.
@@ -17,6 +18,10 @@ class UIHandleOwner {
     virtual void settleHandles() = 0;                         ///< a key was let go, or the focus has left
     virtual void handlesChanged() = 0;                        ///< a handle gained or lost the focus
 };
+
+/// The colour of the ring around a handle that has the focus: it stands out from the panel, or from a plot, which is
+/// dark in every palette.
+QColor UIFocusColor(bool onPlot = false);
 
 class UIHandleWin : public QWidget {
   public:

@@ -27,6 +27,11 @@ QColor ToColor(const ScopeColor& color)
     return QColor::fromRgba64(color.red, color.green, color.blue);
 }
 
+QColor Outline()
+{
+    return QColor::fromRgba64(kOutlineGrey, kOutlineGrey, kOutlineGrey);
+}
+
 /// The colour of a channel's columns, and the bright end of its bars.
 struct ChannelColors {
     QColor columns, bright;
@@ -331,7 +336,7 @@ void UILevelsWin::paintHistogram(QPainter& painter)
 void UILevelsWin::paintBar(QPainter& painter, const ScopeRect& bar)
 {
     const QRect rect = ToRect(bar);
-    painter.fillRect(rect.adjusted(-1, -1, 1, 1), QColor::fromRgba64(kOutlineGrey, kOutlineGrey, kOutlineGrey));
+    painter.fillRect(rect.adjusted(-1, -1, 1, 1), Outline());
     QLinearGradient ramp(rect.left(), 0, rect.right() + 1, 0);
     ramp.setColorAt(0, Qt::black);
     ramp.setColorAt(1, ColorsOf(vars_->channel, session_->prefs.uiSaturation).bright);
@@ -346,7 +351,7 @@ void UILevelsWin::paintHandle(QPainter& painter, uint32_t handle)
     const bool held = vars_->tracking == LevelsHitCode(handle), hovered = hovered_ == LevelsHitCode(handle);
     painter.setRenderHint(QPainter::Antialiasing);
     if (handles_[handle]->hasFocus()) {
-        painter.setPen(QPen(shades.accent.lighter(140), 1));
+        painter.setPen(QPen(UIFocusColor(), 1.5));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(x - 9.5, top + 0.5, 19, 13), 3, 3);
     }
@@ -355,9 +360,8 @@ void UILevelsWin::paintHandle(QPainter& painter, uint32_t handle)
                                 {x + kTriangleReach, top + 1.5 + kTriangleHeight},
                                 {x - kTriangleReach, top + 1.5 + kTriangleHeight}};
     painter.setBrush(fills[handle % 3]);
-    const QColor edge = held      ? shades.accent.lighter(150)
-                        : hovered ? shades.text
-                                  : QColor::fromRgba64(kOutlineGrey, kOutlineGrey, kOutlineGrey);
+    const bool isDark = shades.text.lightness() > shades.window.lightness();
+    const QColor edge = held ? UIFocusColor() : hovered ? shades.text : isDark ? Outline() : shades.dimText;
     painter.setPen(QPen(edge, held || hovered ? 1.6 : 1, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
     painter.drawPolygon(corners, 3);
     painter.setRenderHint(QPainter::Antialiasing, false);

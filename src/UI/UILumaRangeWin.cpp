@@ -304,7 +304,7 @@ void UILumaRangeWin::paintHandle(QPainter& painter, uint32_t handle)
     const double reach = held || hovered_ == handle ? kHandleReach + 1 : kHandleReach;
     painter.setRenderHint(QPainter::Antialiasing);
     if (handles_[handle]->hasFocus()) {
-        painter.setPen(QPen(UIShadesNow().accent.lighter(140), 1.5));
+        painter.setPen(QPen(UIFocusColor(true), 1.5));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(
             QRectF(middle.x() - kFocusReach, middle.y() - kFocusReach, 2 * kFocusReach, 2 * kFocusReach), 3, 3);
