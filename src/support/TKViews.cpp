@@ -1,6 +1,7 @@
 // Composing the pictures of the panes, and the order of a refresh.
 #include "src/support/TKViews.h"
 
+#include "src/OCLumaRangesPreview.h"
 #include "src/support/TKSession.h"
 
 #include <algorithm>
@@ -38,9 +39,7 @@ uint32_t ComposePicture(TKSession* session)
     case tkImageSplitSource: ComposeSplit(session, &session->sourceSurface); return tkPaneSplitSource;
     case tkImageSplitReference: ComposeSplit(session, &session->views.referenceSurface); return tkPaneSplitReference;
     case tkImageLumaRanges:
-        if (IsSameSize(source, session->splitSurface))
-            OCRenderLumaRanges(session->engine, source, session->splitSurface.pixels, session->splitSurface.rowBytes,
-                               pixFormatBGRA8, session->taskCount, session->tasks);
+        (void)LumaRangesPreview(session->engine, source, session->splitSurface, session->taskCount, session->tasks);
         return tkPaneLumaRanges;
     default: return 0;
     }
