@@ -3,6 +3,7 @@
 #include "src/UI/TKWindowsWin.h"
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/platform/BPEndRequest.h"
 #include "src/platform/BPLog.h"
 #include "src/platform/qt/BPQtPlatform.h"
 #include "src/support/TKStartup.h"
@@ -57,6 +58,7 @@ int main(int argc, char** argv)
             return EXIT_FAILURE;
         }
         windows.setSession(session);
+        windows.watchEndRequests(BPCatchEndRequests());
         UIApplyPalette(session->palette);
         switch (TKStartUp(session)) {
         case tkStartRun:

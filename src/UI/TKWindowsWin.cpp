@@ -8,13 +8,24 @@
 #include "src/UI/UISplashWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UIValueWin.h"
+#include "src/platform/BPLog.h"
 #include "src/platform/qt/BPQtColorDialog.h"
 #include "src/platform/qt/BPQtForeground.h"
+#include "src/support/TKCommands.h"
 #include "src/support/TKRecovery.h"
 #include "src/support/TKStartup.h"
 
 #include <QApplication>
+#include <QDialog>
+#include <QSocketNotifier>
+#include <QThread>
 #include <QWindow>
+
+namespace {
+
+constexpr int kEndStepMs = 20;
+
+} // namespace
 
 bool UIToolTipSwitch::eventFilter(QObject* object, QEvent* event)
 {
@@ -47,6 +58,8 @@ struct TKWindowsCalls {
     static void ShowMainWindow(void* context)
     {
         if (TincturaMainWin* window = Main(context)) {
+            // Not the first button: the space bar plays, and would press it too.
+            window->setFocus();
             window->showMaximized();
             window->activateWindow();
             // Hidden and shown with no event between, the window never lost the focus in the eyes of the window system,
@@ -97,7 +110,8 @@ struct TKWindowsCalls {
     static void RestoreForeground(void* context) { BPQtGiveForeground(Self(context).foregroundAtStart_); }
     static void SetCursor(void* context, uint32_t resource)
     {
-        if (TincturaMainWin* window = Main(context)) window->setCursor(UICursorOf(resource, window->devicePixelRatioF()));
+        if (TincturaMainWin* window = Main(context))
+            window->setCursor(UICursorOf(resource, window->devicePixelRatioF()));
     }
     static void PaletteChanged(void* context)
     {
@@ -229,8 +243,47 @@ struct TKWindowsCalls {
 TKWindowsWin::TKWindowsWin() = default;
 TKWindowsWin::~TKWindowsWin() = default;
 
+void TKWindowsWin::setSession(TKSession* session)
+{
+    session_ = session;
+    // The state of the whole application: another window, a menu or a box of our own does not put it into the background.
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, &timer_, [this](Qt::ApplicationState state) {
+        if (session_) TKApplicationActivated(session_, state == Qt::ApplicationActive);
+    });
+}
+
+void TKWindowsWin::watchEndRequests(int descriptor)
+{
+    endTimer_.setInterval(kEndStepMs);
+    QObject::connect(&endTimer_, &QTimer::timeout, &endTimer_, [this] { endStep(); });
+    if (descriptor < 0) return;
+    endNotifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    QObject::connect(endNotifier_.get(), &QSocketNotifier::activated, &endTimer_, [this] {
+        endNotifier_->setEnabled(false); // once is enough, and the descriptor stays readable
+        endTimer_.start();
+        endStep();
+    });
+}
+
+void TKWindowsWin::endStep()
+{
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* dialog = qobject_cast<QDialog*>(window);
+        if (dialog && dialog->isVisible() && dialog->windowModality() == Qt::ApplicationModal) dialog->reject();
+    }
+    if (QWidget* menu = QApplication::activePopupWidget()) menu->close();
+    // What opened a dialog goes on first, and a start-up comes to its end.
+    if (!session_ || session_->quitting || !session_->interfaceReady || QThread::currentThread()->loopLevel() > 1)
+        return;
+    BPDebugLog("The end of the process was asked for\n");
+    TKEndSession(session_, kTKCommandExit);
+}
+
 void TKWindowsWin::dispose()
 {
+    session_ = nullptr;
+    endNotifier_.reset();
+    endTimer_.stop();
     timer_.stop();
     splash_.reset();
     recover_.reset();

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <memory>
 
+class QSocketNotifier;
 class TincturaMainWin;
 class UIRecoverWin;
 class UISplashWin;
@@ -29,7 +30,12 @@ class TKWindowsWin {
     TKUserInterface interface();
 
     /// The session that the windows show; before its start-up.
-    void setSession(TKSession* session) { session_ = session; }
+    void setSession(TKSession* session);
+
+    /// From now on a request from outside to end the process ends the session as the command Exit does. Boxes and
+    /// dialogs that wait for an answer are closed for it, as by Escape; the question of a recovery stays open.
+    /// `descriptor` comes from BPCatchEndRequests.
+    void watchEndRequests(int descriptor);
 
     /// Destroys all windows and stops the timer; the session may go afterwards.
     void dispose();
@@ -38,11 +44,14 @@ class TKWindowsWin {
 
   private:
     friend struct TKWindowsCalls;
+    void endStep();
     TKSession* session_ = nullptr;
     std::unique_ptr<UISplashWin> splash_;
     std::unique_ptr<TincturaMainWin> main_;
     std::unique_ptr<UIRecoverWin> recover_; // above main_, and gone before it
     QTimer timer_;
+    QTimer endTimer_; // runs once the end was asked for
+    std::unique_ptr<QSocketNotifier> endNotifier_;
     UIToolTipSwitch toolTips_;
     uint64_t foregroundAtStart_ = 0; // 0: none, or the window system does not tell
 };

@@ -276,13 +276,6 @@ void TincturaMainWin::closeEvent(QCloseEvent* event)
         event->ignore(); // the command Exit asks again
 }
 
-void TincturaMainWin::changeEvent(QEvent* event)
-{
-    // A menu or an alert of our own does not put the application into the background.
-    if (event->type() == QEvent::ActivationChange) TKApplicationActivated(session_, qApp->activeWindow() != nullptr);
-    QWidget::changeEvent(event);
-}
-
 void TincturaMainWin::mousePressEvent(QMouseEvent*)
 {
     (void)CommitOpenEdit(session_, true);
