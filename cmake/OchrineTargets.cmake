@@ -26,14 +26,22 @@ target_compile_options(ochrine_flags INTERFACE -Wall -Wextra -Wconversion -Wshad
 target_compile_options(ochrine_flags INTERFACE
     "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-error=restrict;-Wno-error=maybe-uninitialized;-Wno-error=array-bounds;-Wno-error=stringop-overflow>")
 target_include_directories(ochrine_flags INTERFACE ${CMAKE_SOURCE_DIR})
+# One fallback for processors without vectors, whatever the compiler: of the two that Highway knows, GCC builds this one.
+target_compile_definitions(ochrine_flags INTERFACE HWY_BROKEN_EMU128=1)
 if(OC_SANITIZE)
     target_compile_options(ochrine_flags INTERFACE -fsanitize=${OC_SANITIZE} -fno-omit-frame-pointer
                            -fno-sanitize-recover=all)
     target_link_options(ochrine_flags INTERFACE -fsanitize=${OC_SANITIZE})
+    if(OC_SANITIZE STREQUAL thread)
+        target_compile_definitions(ochrine_flags INTERFACE OC_SANITIZES_THREADS)
+    else()
+        target_compile_definitions(ochrine_flags INTERFACE OC_SANITIZES_MEMORY)
+    endif()
 endif()
 if(OC_FUZZ)
-    # The libraries are instrumented too, or the fuzzer would see little of what its inputs reach.
-    target_compile_options(ochrine_flags INTERFACE -fsanitize=fuzzer-no-link)
+    # The libraries are counted too, or the fuzzer would see little of what its inputs reach. Edges only: with comparisons
+    # as well, the tests of the engine take three times as long.
+    target_compile_options(ochrine_flags INTERFACE -fsanitize-coverage=inline-8bit-counters,pc-table)
 endif()
 if(OC_COVERAGE)
     target_compile_options(ochrine_flags INTERFACE --coverage)
@@ -65,7 +73,7 @@ function(oc_test name)
         "XDG_RUNTIME_DIR=${runtime};XDG_CONFIG_HOME=${runtime}/config;XDG_STATE_HOME=${runtime}/state;OC_SOURCE_DIR=${CMAKE_SOURCE_DIR};${ARG_ENV}")
 endfunction()
 
-# oc_fuzz(Reader SOURCES … LINK …): under the fuzz preset a libFuzzer program, otherwise a replay of its seeds.
+# oc_fuzz(Reader SOURCES … LINK …): under the asan preset a libFuzzer program, otherwise a replay. Its seeds are a test.
 function(oc_fuzz reader)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     set(seeds ${CMAKE_SOURCE_DIR}/fuzz/corpora/${reader})
@@ -77,11 +85,12 @@ function(oc_fuzz reader)
         add_executable(${reader}_fuzz ${ARG_SOURCES})
         target_compile_options(${reader}_fuzz PRIVATE -fsanitize=fuzzer)
         target_link_options(${reader}_fuzz PRIVATE -fsanitize=fuzzer)
+        set(replay -runs=0 -rss_limit_mb=4096)
     else()
         add_executable(${reader}_fuzz ${ARG_SOURCES} ${CMAKE_SOURCE_DIR}/fuzz/Replay.cpp)
-        if(OC_BUILD_TESTS)
-            add_test(NAME ${reader}_seeds COMMAND ${reader}_fuzz ${seeds})
-        endif()
+    endif()
+    if(OC_BUILD_TESTS)
+        add_test(NAME ${reader}_seeds COMMAND ${reader}_fuzz ${replay} ${seeds})
     endif()
     target_link_libraries(${reader}_fuzz PRIVATE ochrine_flags ${ARG_LINK})
 endfunction()

@@ -8,7 +8,7 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
-#ifdef __SANITIZE_THREAD__
+#ifdef OC_SANITIZES_THREADS
 // The FFmpeg libraries are not instrumented: their atomics and condition variables are invisible, and memory that one of
 // their threads hands to us looks like a race.
 extern "C" const char* __tsan_default_suppressions();

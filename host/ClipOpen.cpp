@@ -111,5 +111,6 @@ std::unique_ptr<ClipSource> OpenClip(const std::string& path, const ClipOptions&
     std::vector<std::string> files;
     if (SequenceFromFile(path, &name)) files = SequenceFiles(name, false, &first);
     if (files.empty()) files = {path};
-    return OpenFiles(name, std::move(files), files.size() > 1 ? first : 0, options, error);
+    if (files.size() == 1) first = 0;
+    return OpenFiles(name, std::move(files), first, options, error);
 }

@@ -17,11 +17,11 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Rounds to single, beyond the range of singles to an infinity. The library's emulated targets would stop at the
-/// largest single, so there the compiler converts.
+/// Rounds to single, beyond the range of singles to an infinity. The library's target without vectors would stop
+/// at the largest single, so there the compiler converts.
 template <class DH, class V> hn::Vec<DH> ToSingle(DH dh, V value)
 {
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+#if HWY_TARGET == HWY_SCALAR
     const hn::DFromV<V> d;
     HWY_ALIGN double in[hn::MaxLanes(d)];
     HWY_ALIGN float out[hn::MaxLanes(d)];

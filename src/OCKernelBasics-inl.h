@@ -64,7 +64,7 @@ HWY_INLINE V Select(M mask, V yes, V no)
 /// a > b ? a : b, and so b where either is no number. One instruction where the machine has it like that.
 HWY_INLINE V Larger(V a, V b)
 {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128 && HWY_TARGET != HWY_SCALAR
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
     return hn::Max(a, b);
 #else
     return hn::IfThenElse(hn::Gt(a, b), a, b);
@@ -74,7 +74,7 @@ HWY_INLINE V Larger(V a, V b)
 /// a < b ? a : b, likewise.
 HWY_INLINE V Smaller(V a, V b)
 {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128 && HWY_TARGET != HWY_SCALAR
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
     return hn::Min(a, b);
 #else
     return hn::IfThenElse(hn::Lt(a, b), a, b);
@@ -137,7 +137,7 @@ struct Three {
 /// Reads the rows at `index`: a load of four floats for each lane, then blocks of four lanes are turned around.
 HWY_INLINE Three RowsAt(const float* HWY_RESTRICT rows, VI index)
 {
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+#if HWY_TARGET == HWY_SCALAR
     const VI at = hn::ShiftLeft<2>(index);
     const D d;
     return {hn::GatherIndex(d, rows, at), hn::GatherIndex(d, rows + 1, at), hn::GatherIndex(d, rows + 2, at)};

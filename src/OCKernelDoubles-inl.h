@@ -23,7 +23,7 @@ using VH = hn::Vec<DH>;
 /// largest single, so there the compiler converts.
 HWY_INLINE VH ToSingle(VD value)
 {
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+#if HWY_TARGET == HWY_SCALAR
     HWY_ALIGN double in[hn::MaxLanes(DD())];
     HWY_ALIGN float out[hn::MaxLanes(DD())];
     hn::Store(value, DD(), in);

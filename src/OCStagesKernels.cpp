@@ -359,9 +359,6 @@ constexpr NamedKernel kKernels[] = {
 #if HWY_TARGETS & HWY_SSSE3
     {HWY_SSSE3, {"SSSE3", ochrine::N_SSSE3::ProcessBand, ochrine::N_SSSE3::ProcessRun}},
 #endif
-#if HWY_TARGETS & HWY_EMU128
-    {HWY_EMU128, {"EMU128", ochrine::N_EMU128::ProcessBand, ochrine::N_EMU128::ProcessRun}},
-#endif
 #if HWY_TARGETS & HWY_SCALAR
     {HWY_SCALAR, {"SCALAR", ochrine::N_SCALAR::ProcessBand, ochrine::N_SCALAR::ProcessRun}},
 #endif

@@ -106,9 +106,6 @@ constexpr NamedKernel kKernels[] = {
 #if HWY_TARGETS & HWY_SSSE3
     {HWY_SSSE3, {"SSSE3", ochrine::N_SSSE3::Light}},
 #endif
-#if HWY_TARGETS & HWY_EMU128
-    {HWY_EMU128, {"EMU128", ochrine::N_EMU128::Light}},
-#endif
 #if HWY_TARGETS & HWY_SCALAR
     {HWY_SCALAR, {"SCALAR", ochrine::N_SCALAR::Light}},
 #endif

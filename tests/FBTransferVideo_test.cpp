@@ -548,7 +548,8 @@ TEST(FBTransferMessages, SilentInputsTouchNothing)
                                pixFormatUYVA8, pixFormatUYVA8R})
         for (FBPixelFormat to : {pixFormatARGB8, pixFormatBGRA8, pixFormatRGBA32_Float, pixFormatA32_Float})
             cases.emplace_back(from, to);
-    for (const auto& [from, to] : cases) {
+    for (const auto& pair : cases) {
+        const FBPixelFormat from = pair.first, to = pair.second;
         const FramePtr frame = MakeFrame(4, 1, to);
         std::memset(frame->baseAddr, 0x33, 64);
         EXPECT_EQ(LogOf([&] { FBTransferPixToFBFrameSSE(pixels.data(), 64, 64, from, frame.get()); }), "");

@@ -305,7 +305,7 @@ TEST(SettingsFile, AnOldFileCutAtAnyByteLoadsItsWholeChunks)
 TEST(SettingsFile, FilesOfAnyChunksInAnyOrderLoadAsTheTablesTell)
 {
     std::mt19937 random(13);
-    for (int round = 0; round < 300; ++round) {
+    for (uint32_t round = 0; round < 300; ++round) {
         SettingsFile file(round % 3 + 1);
         for (int i = 0; i < 12; ++i) {
             const uint32_t id = static_cast<uint32_t>(random() % 48);

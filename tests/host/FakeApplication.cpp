@@ -32,7 +32,8 @@ std::vector<uint8_t> FakeTakeFrame(FakeApplication* application)
 {
     OchrineBlock* block = application->block;
     std::vector<uint8_t> frame;
-    const auto take = [&](size_t count) { frame.insert(frame.end(), block->pixels, block->pixels + count); };
+    const uint8_t* pixels = block->pixels; // they go on to the end of the block
+    const auto take = [&](size_t count) { frame.insert(frame.end(), pixels, pixels + count); };
     if ((block->pixelFlags & kTKUIFlagPixelsChunked) == 0) {
         take(size_t{block->frameRowBytes} * block->frameHeight);
         return frame;

@@ -26,6 +26,16 @@ std::vector<uint8_t> Bytes(const std::string& path)
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+/// The grade in a file; all zeros, and a failure, when the file is of another size.
+OCSettings GradeIn(const std::string& path)
+{
+    OCSettings settings = {};
+    const std::vector<uint8_t> bytes = Bytes(path);
+    EXPECT_EQ(bytes.size(), sizeof(settings)) << path;
+    if (bytes.size() == sizeof(settings)) std::memcpy(&settings, bytes.data(), sizeof(settings));
+    return settings;
+}
+
 class HostProgram : public testing::Test {
   protected:
     void SetUp() override
@@ -99,8 +109,7 @@ TEST_F(HostProgram, StartsWithTheGradeGiven)
 {
     ASSERT_EQ(Run("ok", ""), hostDone);
     ASSERT_EQ(Run("ok", "--grade out/clip.ocgrade --output x_%02d.exr"), hostDone);
-    OCSettings read = {};
-    std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+    const OCSettings read = GradeIn(folder_.Path("out/clip.ocgrade"));
     EXPECT_EQ(read.hsl.master.saturation, 156.25f);
     EXPECT_TRUE(Has("x_00.exr") && Has("x_05.exr") && !Has("x_06.exr"));
 }
@@ -175,8 +184,7 @@ TEST_F(HostProgram, FindsAResidentApplication)
     // Started anew it would end at once.
     ASSERT_EQ(Run("die-early", "--sessions 2"), hostDone);
     EXPECT_NE(said_.find("found the resident application"), std::string::npos);
-    OCSettings read = {};
-    std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+    const OCSettings read = GradeIn(folder_.Path("out/clip.ocgrade"));
     EXPECT_EQ(read.hsl.master.saturation, 156.25f);
     for (int i = 0; i < 200 && std::filesystem::exists(resident); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -188,8 +196,7 @@ TEST_F(HostProgram, KeepsTheClipOpenUntilItIsToldEnough)
     for (const char* input : {"open\\n\\nnonsense\\nquit\\nopen\\n", "\\n  open \\n"}) {
         std::filesystem::remove_all(folder_.Path("out"));
         ASSERT_EQ(Run("ok", "--serve --no-render", "clip.mov", input), hostDone);
-        OCSettings read = {};
-        std::memcpy(&read, Bytes(folder_.Path("out/clip.ocgrade")).data(), sizeof(read));
+        const OCSettings read = GradeIn(folder_.Path("out/clip.ocgrade"));
         EXPECT_EQ(read.hsl.master.saturation, 125.0f * 1.25f * 1.25f); // three sessions, each with the last one's grade
         EXPECT_FALSE(Has("out/clip_graded.mov"));
     }
@@ -343,7 +350,7 @@ TEST_P(Example, RunsASession)
     ASSERT_EQ(frames.size(), 3 * frame);
     const int wanted[3] = {3, 0, 9};
     for (size_t i = 0; i < 3; ++i) {
-        for (const size_t x : {0, 100, 639}) {
+        for (const size_t x : {0u, 100u, 639u}) {
             const uint8_t* pixel = frames.data() + i * frame + 359 * 640 * 4 + x * 4;
             EXPECT_EQ(pixel[0], 255 * 359 / 360);
             EXPECT_EQ(pixel[1], 128 + wanted[i] * 10);

@@ -127,7 +127,7 @@ bool ObeyFileModes()
 
 bool FaultsAreReported()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(OC_SANITIZES_MEMORY) || defined(OC_SANITIZES_THREADS)
     return true;
 #else
     return false;

@@ -72,7 +72,7 @@ TEST(TKPalette, NoSaturationMakesGreysOfTheMutedOnes)
 {
     TKPalette palette = {};
     PrepareAccentTable(&palette, 0);
-    for (const uint32_t i : {0, 1, 2, 3, 4, 6, 7, 8, 9, 10}) {
+    for (const uint32_t i : {0u, 1u, 2u, 3u, 4u, 6u, 7u, 8u, 9u, 10u}) {
         EXPECT_EQ(palette.accent[i].red, palette.accent[i].green) << i;
         EXPECT_EQ(palette.accent[i].green, palette.accent[i].blue) << i;
     }

@@ -144,7 +144,7 @@ TEST(RenderNotes, ADPXOfEitherByteOrderTellsTheSame)
     put(1940, 0x41c80000); // 25.0
     std::vector<uint8_t> little = big;
     std::memcpy(little.data(), "XPDS", 4);
-    for (const size_t offset : {28, 1920, 1940})
+    for (const size_t offset : {28u, 1920u, 1940u})
         std::reverse(little.begin() + static_cast<ptrdiff_t>(offset),
                      little.begin() + static_cast<ptrdiff_t>(offset) + 4);
     for (const std::vector<uint8_t>& bytes : {big, little}) {
