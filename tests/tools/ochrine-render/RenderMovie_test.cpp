@@ -215,6 +215,19 @@ TEST_F(RenderMovie, AMovieThatIsThereIsLeftAloneWhenAsked)
     EXPECT_GT(BytesOf(folder_.Path("out.mov")).size(), 10000u);
 }
 
+TEST_F(RenderMovie, AReplacedMovieKeepsItsMode)
+{
+    MakeMovie();
+    using std::filesystem::perms;
+    for (const perms mode : {perms(0600), perms(0664)}) {
+        WriteBytes(folder_.Path("out.mov"), "old", 3);
+        std::filesystem::permissions(folder_.Path("out.mov"), mode);
+        ASSERT_EQ(Run("src.mov out.mov").exit, 0);
+        EXPECT_GT(BytesOf(folder_.Path("out.mov")).size(), 10000u);
+        EXPECT_EQ(std::filesystem::status(folder_.Path("out.mov")).permissions(), mode);
+    }
+}
+
 TEST_F(RenderMovie, AnyNameThatAFileCanHaveIsTaken)
 {
     MakeMovie();
