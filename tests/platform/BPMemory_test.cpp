@@ -9,8 +9,8 @@
 
 TEST(BPMemory, BlocksAreZeroedOn64Bytes)
 {
-    for (const size_t size :
-         {size_t{0}, size_t{1}, size_t{63}, size_t{64}, size_t{65}, size_t{4097}, size_t{1} << 21}) {
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{63}, size_t{64}, size_t{65}, size_t{4097}, size_t{1} << 21,
+                              (size_t{1} << 22) - 1, size_t{1} << 22, (size_t{1} << 22) + 5, size_t{9} << 20}) {
         for (int round = 0; round < 3; ++round) {
             uint8_t* block = static_cast<uint8_t*>(BPAllocate(size));
             ASSERT_NE(block, nullptr) << size;

@@ -4,11 +4,16 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 
 namespace {
 
 std::atomic<uint64_t> gRequests{0};
 std::atomic<uint64_t> gFailingRequest{0};
+
+/// Blocks of several huge pages stand on their boundaries and ask for them: a frame is there after some ten page faults
+/// instead of thousands.
+constexpr size_t kHugePage = size_t{2} << 20;
 
 } // namespace
 
@@ -18,7 +23,9 @@ void* BPAllocate(size_t byteCount)
     if (request == gFailingRequest.load(std::memory_order_relaxed)) return nullptr;
     if (byteCount > static_cast<size_t>(PTRDIFF_MAX)) return nullptr;
     void* block = nullptr;
-    if (posix_memalign(&block, 64, byteCount > 0 ? byteCount : 1) != 0) return nullptr;
+    const bool isHuge = byteCount >= 2 * kHugePage;
+    if (posix_memalign(&block, isHuge ? kHugePage : 64, byteCount > 0 ? byteCount : 1) != 0) return nullptr;
+    if (isHuge) (void)madvise(block, byteCount / kHugePage * kHugePage, MADV_HUGEPAGE); // without them all the same
     memset(block, 0, byteCount);
     return block;
 }
