@@ -91,8 +91,8 @@ HWY_INLINE void WeighSource(Pixels& p, const OCProcessParams& params)
     p.weight[ocHighlights] = weight.c;
 }
 
-/// One step for all registers of a block.
-void RunStep(uint32_t step, Pixels* HWY_RESTRICT block, size_t count, const Call& HWY_RESTRICT call)
+/// One step for all registers of a block. Never inline: it is called from many places and outweighs any call.
+HWY_NOINLINE void RunStep(uint32_t step, Pixels* HWY_RESTRICT block, size_t count, const Call& HWY_RESTRICT call)
 {
     const OCProcessParams& params = call.params;
     const auto all = [=](auto stage) HWY_ATTR {
