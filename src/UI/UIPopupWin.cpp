@@ -1,6 +1,7 @@
 // Popups.
 #include "src/UI/UIPopupWin.h"
 
+#include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 
 #include <QAbstractItemView>
@@ -33,6 +34,7 @@ UIListWin::UIListWin(const char* items, const QString& name, const QString& acce
     }
     setMaxVisibleItems(20);
     setAttribute(Qt::WA_Hover);
+    setProperty(kUITakesArrows, true); // arrows, Home and End walk through the list
 }
 
 void UIListWin::paintEvent(QPaintEvent*)

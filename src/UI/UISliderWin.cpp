@@ -2,6 +2,7 @@
 #include "src/UI/UISliderWin.h"
 
 #include "src/UI/UIKeysWin.h"
+#include "src/UI/UISliderAccessWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKCommands.h"
 
@@ -13,12 +14,12 @@
 namespace {
 
 constexpr int kLineHeight = 14; // label and value
-constexpr int kTrackInset = 8;  // from both ends of the control
-constexpr int kValueWidth = 58;
+constexpr int kTrackInset = 8;  // from both ends
+constexpr int kValueWidth = 50;
+constexpr int kRightOfTrack = kTrackInset + kValueWidth;
 constexpr int kThumbWidth = 11;
 constexpr int kThumbHeight = 17;
 constexpr int kGrooveHeight = 4;
-constexpr int kNotch = 120; // of the wheel
 
 } // namespace
 
@@ -64,14 +65,16 @@ UISliderWin::UISliderWin(TKSession* session, TKSlider* slider, const QString& na
     setAccessibleName(QString::fromUtf8(slider->label));
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
+    setMouseTracking(true);
     edit_->setObjectName(name + QStringLiteral(".edit"));
+    edit_->setAccessibleName(accessibleName());
     edit_->hide();
-    showValue();
+    UIInstallSliderAccess();
 }
 
 void UISliderWin::showValue()
 {
-    setAccessibleDescription(QString::fromLatin1(slider_->valueText));
+    UIAnnounceSlider(this);
     update();
 }
 
@@ -92,7 +95,7 @@ void UISliderWin::hideEdit()
 
 QRect UISliderWin::trackRect() const
 {
-    return QRect(kTrackInset, kLineHeight, width() - 2 * kTrackInset, height() - kLineHeight);
+    return QRect(kTrackInset, kLineHeight, width() - kTrackInset - kRightOfTrack, height() - kLineHeight);
 }
 
 QRect UISliderWin::valueRect() const
@@ -111,9 +114,16 @@ void UISliderWin::paintEvent(QPaintEvent*)
 {
     const UIShades& shades = UIShadesNow();
     QPainter painter(this);
-    const QRect label(0, 0, width() - kValueWidth, kLineHeight);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (valueHovered_ && !slider_->editing) { // a click would open the edit there
+        painter.setPen(QPen(shades.hover, 1));
+        painter.setBrush(shades.groove);
+        painter.drawRoundedRect(QRectF(valueRect()).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+    }
+    const QRect label(0, 0, width() - kRightOfTrack, kLineHeight);
     painter.setPen(shades.text);
-    painter.drawText(label, Qt::AlignLeft | Qt::AlignVCenter, QString::fromUtf8(slider_->label));
+    painter.drawText(label, Qt::AlignLeft | Qt::AlignVCenter,
+                     fontMetrics().elidedText(QString::fromUtf8(slider_->label), Qt::ElideRight, label.width()));
     if (!slider_->editing) {
         const bool isNeutral = GetSliderValue(*slider_) == static_cast<double>(slider_->defaultValue);
         painter.setPen(isNeutral ? shades.dimText : shades.text);
@@ -121,7 +131,6 @@ void UISliderWin::paintEvent(QPaintEvent*)
                          QString::fromLatin1(slider_->valueText));
     }
 
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     const QRect track = trackRect();
     const QRectF groove(track.left() - 2, track.center().y() - kGrooveHeight / 2, track.width() + 4, kGrooveHeight);
@@ -161,29 +170,44 @@ void UISliderWin::mousePressEvent(QMouseEvent* event)
         return;
     }
     dragging_ = true;
-    const QRect thumb = thumbRect();
-    if (thumb.adjusted(-2, -2, 2, 2).contains(point)) {
-        grabOffset_ = point.x() - thumb.center().x(); // the thumb stays under the pointer where it was taken
-        (void)CommitOpenEdit(session_, true);
-        update();
-        return;
-    }
-    grabOffset_ = 0;
-    (void)TKSliderDrag(session_, slider_,
-                       TKPositionAtPixel(*slider_, point.x() - trackRect().left(), trackRect().width()));
+    if (thumbRect().adjusted(-2, -2, 2, 2).contains(point)) // it stays under the pointer where it was taken
+        TKGrabThumb(session_, *slider_, &hold_, trackPixel(*event));
+    else
+        (void)TKPressTrack(session_, slider_, &hold_, trackPixel(*event), trackRect().width(),
+                           TKModifiersOf(event->modifiers()));
+    update();
 }
 
 void UISliderWin::mouseMoveEvent(QMouseEvent* event)
 {
+    setValueHovered(!dragging_ && valueRect().contains(event->position().toPoint()));
     if (!dragging_) return;
-    const int pixel = event->position().toPoint().x() - grabOffset_ - trackRect().left();
-    (void)TKSliderDrag(session_, slider_, TKPositionAtPixel(*slider_, pixel, trackRect().width()));
+    (void)TKMoveHeldThumb(session_, slider_, &hold_, trackPixel(*event), trackRect().width(),
+                          TKModifiersOf(event->modifiers()));
 }
 
 void UISliderWin::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->button() != Qt::LeftButton) return;
+    if (event->button() == Qt::LeftButton) letGo();
+}
+
+void UISliderWin::letGo()
+{
+    if (!dragging_) return;
     dragging_ = false;
+    update();
+}
+
+double UISliderWin::trackPixel(const QMouseEvent& event) const
+{
+    return event.position().x() - trackRect().left();
+}
+
+void UISliderWin::setValueHovered(bool hovered)
+{
+    if (valueHovered_ == hovered) return;
+    valueHovered_ = hovered;
+    setCursor(hovered ? Qt::IBeamCursor : Qt::ArrowCursor);
     update();
 }
 
@@ -205,13 +229,29 @@ void UISliderWin::wheelEvent(QWheelEvent* event)
 
 void UISliderWin::keyPressEvent(QKeyEvent* event)
 {
-    switch (event->key()) {
-    case Qt::Key_Up: (void)TKSliderWheel(session_, slider_, kNotch); return;
-    case Qt::Key_Down: (void)TKSliderWheel(session_, slider_, -kNotch); return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter: OpenEdit(session_, slider_); return;
-    default: QWidget::keyPressEvent(event);
+    const uint32_t key = TKVirtualKey(*event);
+    if (TKSliderKeyActionOf(key) != tkSliderKeyNone) {
+        (void)TKSliderKey(session_, slider_, key, TKModifiersOf(event->modifiers()));
+        return;
     }
+    // A digit or a sign begins a new value.
+    const QString text = event->text();
+    const bool commands = (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0;
+    if (commands || text.isEmpty() || !text.at(0).isPrint() || !TKEditAcceptsCharacter(text.at(0).unicode())) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    OpenEdit(session_, slider_);
+    if (slider_->editing) edit_->insert(text);
+}
+
+bool UISliderWin::event(QEvent* event)
+{
+    // Whatever takes the mouse away ends the drag; the tick makes its last UndoStore.
+    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide ||
+        event->type() == QEvent::WindowDeactivate)
+        letGo();
+    return QWidget::event(event);
 }
 
 void UISliderWin::enterEvent(QEnterEvent*)
@@ -221,6 +261,7 @@ void UISliderWin::enterEvent(QEnterEvent*)
 
 void UISliderWin::leaveEvent(QEvent*)
 {
+    setValueHovered(false);
     update();
 }
 
@@ -236,5 +277,5 @@ void UISliderWin::focusOutEvent(QFocusEvent*)
 
 void UISliderWin::resizeEvent(QResizeEvent*)
 {
-    edit_->setGeometry(valueRect().adjusted(0, -1, 0, 2));
+    edit_->setGeometry(valueRect().adjusted(kValueWidth - kRightOfTrack, -1, 0, 2));
 }

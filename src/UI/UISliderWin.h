@@ -2,6 +2,7 @@
 #pragma once
 
 #include "src/support/TKSession.h"
+#include "src/support/TKSliderHold.h"
 
 #include <QLineEdit>
 #include <QWidget>
@@ -25,6 +26,7 @@ class UISliderWin : public QWidget {
     /// Session and slider must outlive the widget. The object name is the parameter's key.
     UISliderWin(TKSession* session, TKSlider* slider, const QString& name, QWidget* parent);
 
+    TKSession* session() const { return session_; }
     TKSlider* slider() const { return slider_; }
     void showValue(); ///< the record changed
     void showEdit();  ///< opens the edit with the record's text, all selected
@@ -40,6 +42,7 @@ class UISliderWin : public QWidget {
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
@@ -48,10 +51,14 @@ class UISliderWin : public QWidget {
 
   private:
     QRect thumbRect() const;
+    double trackPixel(const QMouseEvent& event) const; ///< from the track's start
+    void letGo();
+    void setValueHovered(bool hovered);
 
     TKSession* session_;
     TKSlider* slider_;
     UISliderEditWin* edit_;
     bool dragging_ = false;
-    int grabOffset_ = 0; ///< pointer minus thumb when the thumb was taken
+    bool valueHovered_ = false;
+    TKSliderHold hold_ = {};
 };

@@ -1,0 +1,194 @@
+// Sliders under real mouse, wheel and key events: fine drags, keys, hover, and what assistive tools see.
+#include "tests/UI/UITest.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <cmath>
+
+namespace {
+
+class UISliderTest : public UITest {
+  protected:
+    void SetUp() override
+    {
+        UITest::SetUp();
+        gain_ = Slider("hsl_master_gain");
+        ASSERT_NE(gain_, nullptr);
+    }
+    float Gain() { return Live().hsl.master.gain; }
+    /// A point of the track, by fraction.
+    QPoint At(double fraction) const
+    {
+        const QRect track = gain_->trackRect();
+        return QPoint(track.left() + qRound(fraction * track.width()), track.center().y());
+    }
+    void Send(QEvent::Type type, QPoint point, Qt::KeyboardModifiers modifiers)
+    {
+        const bool moves = type == QEvent::MouseMove, up = type == QEvent::MouseButtonRelease;
+        QMouseEvent event(type, point, gain_->mapToGlobal(point), moves ? Qt::NoButton : Qt::LeftButton,
+                          up ? Qt::NoButton : Qt::LeftButton, modifiers);
+        QApplication::sendEvent(gain_, &event);
+    }
+    uint32_t Steps() const { return session_->undoRing->undoAvailable; }
+
+    UISliderWin* gain_ = nullptr;
+};
+
+} // namespace
+
+TEST_F(UISliderTest, LabelValueAndTrackStandAsTold)
+{
+    EXPECT_EQ(gain_->height(), 34);
+    EXPECT_EQ(gain_->valueRect().width(), 50);
+    EXPECT_EQ(gain_->valueRect().right(), gain_->width() - 1);
+    EXPECT_EQ(gain_->valueRect().top(), 0);
+    EXPECT_EQ(gain_->trackRect().left(), 8);
+    EXPECT_EQ(gain_->trackRect().top(), 14);
+    EXPECT_EQ(gain_->width() - (gain_->trackRect().right() + 1), 58);
+}
+
+TEST_F(UISliderTest, AThumbThatIsPressedDoesNotMoveUntilThePointerDoes)
+{
+    const QPoint thumb = At(1.0 / 3) + QPoint(3, 0);
+    Send(QEvent::MouseButtonPress, thumb, Qt::NoModifier);
+    EXPECT_EQ(Gain(), 1.0f);
+    Send(QEvent::MouseMove, thumb + QPoint(20, 0), Qt::NoModifier);
+    EXPECT_NEAR(Gain(), 1 + 20 * 3.0f / static_cast<float>(gain_->trackRect().width()), 1e-3f);
+    Send(QEvent::MouseMove, thumb, Qt::NoModifier);
+    EXPECT_EQ(Gain(), 1.0f);
+    Send(QEvent::MouseButtonRelease, thumb, Qt::NoModifier);
+}
+
+TEST_F(UISliderTest, ShiftDragsFinely)
+{
+    const QPoint thumb = At(1.0 / 3);
+    Send(QEvent::MouseButtonPress, thumb, Qt::ShiftModifier);
+    Send(QEvent::MouseMove, thumb + QPoint(50, 0), Qt::ShiftModifier);
+    EXPECT_NEAR(Gain(), 1 + 5 * 3.0f / static_cast<float>(gain_->trackRect().width()), 1e-3f);
+    Send(QEvent::MouseButtonRelease, thumb + QPoint(50, 0), Qt::ShiftModifier);
+    EXPECT_EQ(Steps(), 1u);
+}
+
+TEST_F(UISliderTest, ADragEndsWhenTheGrabIsLost)
+{
+    Send(QEvent::MouseButtonPress, At(0.5), Qt::NoModifier);
+    const float held = Gain();
+    QEvent lost(QEvent::UngrabMouse);
+    QApplication::sendEvent(gain_, &lost);
+    Send(QEvent::MouseMove, At(0.9), Qt::NoModifier);
+    EXPECT_EQ(Gain(), held);
+    Tick(); // the button is up: the last state is stored
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    EXPECT_TRUE(TKUndoStepForward(session_));
+    EXPECT_EQ(Gain(), held);
+}
+
+TEST_F(UISliderTest, ADoubleClickOnTheLabelResetsAsControlAndClickOnTheValue)
+{
+    Drag(gain_, 1.0 / 3, 0.8);
+    QTest::mouseDClick(gain_, Qt::LeftButton, Qt::NoModifier, QPoint(20, 6));
+    EXPECT_EQ(Gain(), 1.0f);
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+    Drag(gain_, 1.0 / 3, 0.8);
+    ClickValue(gain_, Qt::ControlModifier);
+    EXPECT_EQ(Gain(), 1.0f);
+    EXPECT_EQ(Steps(), 1u);
+}
+
+TEST_F(UISliderTest, ControlAndClickRestoresTheDefaultInOneStep)
+{
+    Drag(gain_, 1.0 / 3, 0.8);
+    Drag(Slider("hsl_master_hue"), 0.5, 0.6);
+    const float dragged = Gain();
+    ClickValue(gain_, Qt::ControlModifier);
+    EXPECT_EQ(Gain(), 1.0f);
+    EXPECT_EQ(Steps(), 3u);
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    EXPECT_EQ(Gain(), dragged);
+}
+
+TEST_F(UISliderTest, AWheelTurnWithoutFocusChangesTheSliderUnderThePointer)
+{
+    Slider("hsl_master_hue")->setFocus();
+    Wheel(gain_, gain_->trackRect().center(), 120);
+    EXPECT_EQ(Gain(), 1 + 164 / 65536.0f);
+    EXPECT_EQ(Live().hsl.master.hue, 0.0f);
+    const OCSettings before = Live();
+    Wheel(windows_->mainWindow(), QPoint(2, 2), 120); // the window's own background
+    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
+}
+
+TEST_F(UISliderTest, ASmoothWheelAddsUpToNotches)
+{
+    for (int i = 0; i < 7; ++i) Wheel(gain_, gain_->trackRect().center(), 15);
+    EXPECT_EQ(Gain(), 1.0f);
+    Wheel(gain_, gain_->trackRect().center(), 15);
+    EXPECT_EQ(Gain(), 1 + 164 / 65536.0f);
+}
+
+TEST_F(UISliderTest, KeysStepResetAndBeginAValue)
+{
+    gain_->setFocus();
+    QTest::keyClick(gain_, Qt::Key_Up);
+    EXPECT_EQ(Gain(), 1 + 164 / 65536.0f);
+    QTest::keyClick(gain_, Qt::Key_PageDown);
+    EXPECT_LT(Gain(), 1.0f);
+    QTest::keyClick(gain_, Qt::Key_Delete);
+    EXPECT_EQ(Gain(), 1.0f);
+    QTest::keyClick(gain_, Qt::Key_2);
+    ASSERT_EQ(session_->controls.openSlider, gain_->slider());
+    QTest::keyClicks(EditOf(gain_), QStringLiteral(".5"));
+    QTest::keyClick(EditOf(gain_), Qt::Key_Return);
+    EXPECT_EQ(Gain(), 2.5f);
+    gain_->setFocus();
+    QTest::keyClick(gain_, Qt::Key_X); // no character of a number
+    EXPECT_EQ(session_->controls.openSlider, nullptr);
+}
+
+TEST_F(UISliderTest, HoverAndPressAreSeen)
+{
+    const QImage idle = gain_->grab().toImage();
+    Send(QEvent::MouseMove, gain_->valueRect().center(), Qt::NoModifier);
+    const QImage hovered = gain_->grab().toImage();
+    EXPECT_NE(hovered, idle);
+    EXPECT_EQ(gain_->cursor().shape(), Qt::IBeamCursor);
+    Send(QEvent::MouseMove, QPoint(10, 6), Qt::NoModifier);
+    EXPECT_EQ(gain_->cursor().shape(), Qt::ArrowCursor);
+    Send(QEvent::MouseButtonPress, At(1.0 / 3), Qt::NoModifier);
+    EXPECT_EQ(Gain(), 1.0f);
+    EXPECT_NE(gain_->grab().toImage(), idle);
+    Send(QEvent::MouseButtonRelease, At(1.0 / 3), Qt::NoModifier);
+    EXPECT_EQ(gain_->grab().toImage(), idle);
+}
+
+TEST_F(UISliderTest, ASliderIsAnnouncedWithNameValueAndRangeAndCanBeSet)
+{
+    QAccessibleInterface* access = QAccessible::queryAccessibleInterface(gain_);
+    ASSERT_NE(access, nullptr);
+    EXPECT_EQ(access->role(), QAccessible::Slider);
+    EXPECT_EQ(access->text(QAccessible::Name), QStringLiteral("RGB Gain"));
+    EXPECT_EQ(access->text(QAccessible::Value), QStringLiteral("1.00"));
+    QAccessibleValueInterface* value = access->valueInterface();
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(value->currentValue().toDouble(), 1.0);
+    EXPECT_EQ(value->minimumValue().toDouble(), 0.0);
+    EXPECT_EQ(value->maximumValue().toDouble(), 3.0);
+    EXPECT_NEAR(value->minimumStepSize().toDouble(), 3 / 1200.0, 1e-9);
+    value->setCurrentValue(2.25);
+    EXPECT_EQ(Gain(), 2.25f);
+    EXPECT_EQ(Live().primaryOn, 1u);
+    EXPECT_EQ(access->text(QAccessible::Value), QStringLiteral("2.25"));
+    EXPECT_EQ(Steps(), 1u);
+    value->setCurrentValue(50.0); // its range is the track's
+    EXPECT_EQ(Gain(), 3.0f);
+    value->setCurrentValue(QStringLiteral("no number"));
+    value->setCurrentValue(std::nan(""));
+    EXPECT_EQ(Gain(), 3.0f);
+}
+
+TEST_F(UISliderTest, TheLongestValuesFitIntoTheirField)
+{
+    for (const char* text : {"-3600.00", "3600.00", "-1000.00", "20.00"})
+        EXPECT_LE(gain_->fontMetrics().horizontalAdvance(QString::fromLatin1(text)), gain_->valueRect().width() - 2)
+            << text;
+}
