@@ -5,10 +5,15 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QInputDialog>
+#include <QTreeView>
 #include <cstring>
 
 namespace {
+
+constexpr int kNameDialogWidth = 360;
+constexpr int kFileDialogWidth = 760, kFileDialogHeight = 480; // of a screen that has 1024 x 768 at least
 
 /// Where the last dialog was left.   Thread: main.
 QString& LastFolder()
@@ -41,6 +46,17 @@ qsizetype FirstType(const BPFileQuestion& question)
     return 0;
 }
 
+/// Gives each column of the list the room for what it holds, and the names the rest. Qt's own widths cut the dates.
+void FitColumns(QFileDialog* dialog)
+{
+    auto* list = dialog->findChild<QTreeView*>(QStringLiteral("treeView"));
+    if (!list) return;
+    list->header()->setStretchLastSection(false);
+    list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    dialog->resize(qMax(dialog->width(), kFileDialogWidth), qMax(dialog->height(), kFileDialogHeight));
+}
+
 bool Ask(QFileDialog::AcceptMode mode, const BPFileQuestion& question, std::string* path)
 {
     path->clear();
@@ -57,6 +73,7 @@ bool Ask(QFileDialog::AcceptMode mode, const BPFileQuestion& question, std::stri
     if (!LastFolder().isEmpty()) dialog.setDirectory(LastFolder());
     if (question.defaultExtension) dialog.setDefaultSuffix(QString::fromUtf8(question.defaultExtension));
     if (question.defaultName) dialog.selectFile(QString::fromUtf8(question.defaultName));
+    FitColumns(&dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
     LastFolder() = QFileInfo(dialog.selectedFiles().constFirst()).absolutePath();
     *path = QFile::encodeName(dialog.selectedFiles().constFirst()).toStdString();
@@ -86,7 +103,8 @@ bool AskName(const char* title, const char* suggestion, int32_t* h, int32_t* v, 
     dialog.setObjectName(QStringLiteral("nameDialog"));
     dialog.setWindowTitle(QString::fromUtf8(title));
     dialog.setLabelText(QString::fromUtf8(title));
-    dialog.setTextValue(QString::fromUtf8(suggestion)); // Qt selects it
+    dialog.setTextValue(QString::fromUtf8(suggestion));          // Qt selects it
+    dialog.resize(kNameDialogWidth, dialog.sizeHint().height()); // its title is longer than its text
     const QPoint place(*h, *v);
     if (*h != -1 && *v != -1 && WindowsHavePlaces() && QGuiApplication::screenAt(place)) dialog.move(place);
     const bool accepted = dialog.exec() == QDialog::Accepted;
