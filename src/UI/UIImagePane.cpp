@@ -16,7 +16,7 @@ const float kTKZoomStepsOut[kTKZoomStepCount] = {0.0625f, 0.0833f, 0.125f,  0.16
 namespace {
 
 constexpr int32_t kImageInset = 2;
-constexpr double kGrabReach = 0.02; // fractions of the picture
+constexpr double kGrabReach = 0.02 + 1e-9; // fractions of the picture, rounding aside
 constexpr int32_t kNotch = 120;
 
 /// The neighbour of a value in a table; the value itself at its end, or when it is not there.

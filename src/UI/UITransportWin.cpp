@@ -140,7 +140,7 @@ void UITransportWin::scrubTo(int x)
     if (last <= 0 || step <= 0) return;
     const int64_t frame = qRound64(fraction * last / step); // whole frames only
     const int64_t time = frame * step;
-    if (time != block->frameTime) TKLocate(session_, time);
+    if (time != block->frameTime) TKLocateFromPane(session_, time);
     update();
 }
 

@@ -1,6 +1,7 @@
 // Positions are the host's time units, computed in 64 bits from one reading of the block.
 #include "src/support/TKTransport.h"
 
+#include "src/platform/BPLog.h"
 #include "src/support/BPTimecode.h"
 #include "src/support/TincturaCallback.h"
 
@@ -116,6 +117,19 @@ void TKLocate(TKSession* session, int64_t frameTime)
     if (!block) return;
     block->frameTime = static_cast<int32_t>(Clamped(block, frameTime));
     TKRequestAndTakeFrame(session);
+}
+
+void TKLocateFromPane(TKSession* session, int64_t frameTime)
+{
+    TKUIComm* block = TKBlockOf(session);
+    if (!block) return;
+    block->frameTime = static_cast<int32_t>(Clamped(block, frameTime));
+    BPDebugLog("ImagePaneWindowProc: doing OCCB_GetClipFrame\n");
+    uint8_t* buffer = nullptr;
+    uint32_t byteCount = 0;
+    (void)OCCB_GetClipFrame(session, &buffer, &byteCount);
+    if (buffer) BPDebugLog("ImagePaneWindowProc: freeing pixel buffer at 0x%p\n", static_cast<void*>(buffer));
+    TKTakeFrame(session, buffer, byteCount);
 }
 
 void TKPlaybackStep(TKSession* session)

@@ -19,6 +19,8 @@ void TKStepFrames(TKSession* session, int32_t frames);
 void TKGoToFirstFrame(TKSession* session);
 void TKGoToLastFrame(TKSession* session);
 void TKLocate(TKSession* session, int64_t frameTime);
+/// The same for the position control of the image pane, which logs what it does.
+void TKLocateFromPane(TKSession* session, int64_t frameTime);
 
 /// Advances every running transport by one frame; at the end of the clip they stop.
 void TKPlaybackStep(TKSession* session);
