@@ -3,6 +3,7 @@
 
 #include "src/UI/LayoutReportWin.h"
 #include "src/UI/MainMenu.h"
+#include "src/UI/ToolAreaLayout.h"
 #include "src/UI/UIAboutWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
@@ -145,6 +146,7 @@ void TincturaMainWin::picturesChanged()
 {
     area_->picture()->picturesChanged();
     area_->analysis()->reference()->picturesChanged();
+    tools_->picturesChanged();
 }
 
 void TincturaMainWin::repaintPicture(bool force)
@@ -260,8 +262,7 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
                                  kButtons[i].distance - kButtonGap, kButtonHeight);
     }
     const int top = menuHeight + kTopBarHeight;
-    // A window lower than the screens that we are made for shares its height instead of losing the picture.
-    const int toolHeight = qMin(kTKLeastToolHeight, (height() - top) * 55 / 100);
+    const int toolHeight = TKToolAreaHeight(height() - top);
     tools_->setGeometry(0, height() - toolHeight, width(), toolHeight);
     const int transportTop = height() - toolHeight - UITransportWin::kHeight;
     transport_->setGeometry(0, transportTop, width(), UITransportWin::kHeight);

@@ -1,12 +1,16 @@
 // Layout of the pages.
 #include "src/UI/ToolPageLayout.h"
 
+#include "src/UI/TKLevels.h"
+#include "src/UI/TKLumaRangeEditor.h"
+
 #include <algorithm>
 
 namespace {
 
 constexpr int kColumnGap = 12, kWideColumnGap = 22;
 constexpr int kFootHeight = 24, kFootGap = 8;
+constexpr int kEditorGap = 4;             // below an editor that takes the width
 constexpr double kScrolledStretch = 0.35; // of a page that is scrolled anyway
 
 /// What a row needs and can use. Heights are pitches: they hold the distance to the next row.
@@ -38,8 +42,11 @@ Needs NeedsOf(TKRowKind kind, int columnWidth)
     case tkRowHueWheel: return {least, most, kTKWheelExtra + 96, kTKWheelExtra + columnWidth};
     // A square above two lines of numbers.
     case tkRowCurve: return {170, 620, 200, columnWidth + 70};
-    case tkRowLevels: return {least, kTKWideLevelsWidth, 150, 340};
-    case tkRowLumaRange: return {least, 900, 150, 460};
+    case tkRowLevels:
+        return {least, kTKWideLevelsWidth, LevelsLeastHeight(columnWidth) + kEditorGap,
+                LevelsNaturalHeight(columnWidth) + 200};
+    case tkRowLumaRange:
+        return {least, 900, LumaRangeLeastHeight(columnWidth) + kEditorGap, LumaRangeNaturalHeight(columnWidth) + 200};
     case tkRowEyedroppers:
     case tkRowButton: break;
     }
@@ -217,7 +224,7 @@ class Layout {
     {
         const TKControlRow& row = page_.rows[static_cast<size_t>(wide_)];
         const int height = Stretched(NeedsOf(row.kind, WideWidth()), stretch);
-        result_.places[static_cast<size_t>(wide_)] = {kTKPaneMargin, kTKPaneMargin, WideWidth(), height - 4};
+        result_.places[static_cast<size_t>(wide_)] = {kTKPaneMargin, kTKPaneMargin, WideWidth(), height - kEditorGap};
         return kTKPaneMargin + height;
     }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "src/UI/ToolPanes.h"
+#include "src/support/TKColorSample.h"
 
 inline constexpr int kTKSliderHeight = 34; ///< of the control itself
 inline constexpr int kTKLeastControlWidth = 220;
@@ -14,8 +15,8 @@ inline constexpr int kTKLeastToolWidth = 855;
 
 inline constexpr int kTKCheckboxHeight = 20;
 inline constexpr int kTKPopupHeight = 40;
-inline constexpr int kTKSampleHeight = 113;
-inline constexpr int kTKWheelExtra = 16 + 2 * 35; ///< label above a wheel, sliders below it
+inline constexpr int kTKSampleHeight = kTKColorSampleHeight;
+inline constexpr int kTKWheelExtra = 16 + 4 + 2 * 35; ///< label above a wheel, gap and sliders below it
 inline constexpr int kTKEyedroppersWidth = 96;
 
 /// Widths of the levels editor: with plots of 256 and of 512.

@@ -15,8 +15,10 @@ struct ToolPageRecords;
 
 class ToolPageWin : public QScrollArea {
   public:
-    /// Makes the controls and registers them with the session. `error` receives the first failure.
-    ToolPageWin(TKSession* session, const TKPageRow& page, QWidget* parent, BPStatus* error);
+    /// Makes the controls and registers them with the session. `colorFormat` tells how curves print colours and outlives
+    /// the page; `error` receives the first failure.
+    ToolPageWin(TKSession* session, const TKPageRow& page, const int32_t* colorFormat, QWidget* parent,
+                BPStatus* error);
     ~ToolPageWin() override;
 
     const TKPageRow& page() const { return page_; }
@@ -28,6 +30,8 @@ class ToolPageWin : public QScrollArea {
     void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
                     bool force);
 
+    void picturesChanged(); ///< the source frame, or what is made of it, is another one
+
   protected:
     void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -36,10 +40,19 @@ class ToolPageWin : public QScrollArea {
     QWidget* makeControl(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeSlider(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeButton(const TKControlRow& row, const QString& name);
+    QWidget* makeCheckbox(const TKControlRow& row, const QString& name);
+    QWidget* makePopup(const TKControlRow& row, const QString& name);
+    QWidget* makeColorSample(const TKControlRow& row, const QString& name, BPStatus* error);
+    QWidget* makeEyedroppers(const TKControlRow& row, const QString& name);
+    QWidget* makeHueWheel(const TKControlRow& row, const QString& name, BPStatus* error);
+    QWidget* makeCurve(const TKControlRow& row, const QString& name);
+    QWidget* makeLevels(const TKControlRow& row, const QString& name);
+    QWidget* makeLumaRange(const TKControlRow& row, const QString& name);
     void layOut();
 
     TKSession* session_;
     const TKPageRow& page_;
+    const int32_t* colorFormat_;
     QWidget* content_;
     std::unique_ptr<ToolPageRecords> records_;
     std::vector<QWidget*> controls_;

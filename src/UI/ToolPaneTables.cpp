@@ -1,6 +1,7 @@
 // The rows of the tool panes, and the tree of tabs above them.
 #include "src/UI/ToolPanes.h"
 
+#include "src/OCColorMatch.h"
 #include "src/support/TKCommands.h"
 
 namespace {
@@ -267,39 +268,41 @@ constexpr TKControlRow kLimiterRows[] = {
 // Pages ----------------------------------------------------------------------------------------------------------------
 
 constexpr TKPageRow Page(const char* prefix, TKSectionID section, uint32_t block, uint32_t toolMask, uint32_t curveMask,
-                         std::span<const TKControlRow> rows)
+                         std::span<const TKControlRow> rows, int32_t match = kTKNoMatch)
 {
     return {.prefix = prefix,
             .section = section,
             .blockOffset = block,
             .toolMask = toolMask,
             .curveMask = curveMask,
-            .rows = rows};
+            .rows = rows,
+            .match = match};
 }
 
 constexpr TKPageRow kHSLPages[] = {
-    Page("hsl_master", tkSectionHSLMaster, AT(hsl.master), kOCResetHSL, 0, kHSLRows),
-    Page("hsl_highlights", tkSectionHSLHighlights, AT(hsl.highlights), kOCResetHSL << 1, 0, kHSLRows),
-    Page("hsl_midtones", tkSectionHSLMidtones, AT(hsl.midtones), kOCResetHSL << 2, 0, kHSLRows),
-    Page("hsl_shadows", tkSectionHSLShadows, AT(hsl.shadows), kOCResetHSL << 3, 0, kHSLRows),
+    Page("hsl_master", tkSectionHSLMaster, AT(hsl.master), kOCResetHSL, 0, kHSLRows, ocMatchHSL),
+    Page("hsl_highlights", tkSectionHSLHighlights, AT(hsl.highlights), kOCResetHSL << 1, 0, kHSLRows, ocMatchHSL),
+    Page("hsl_midtones", tkSectionHSLMidtones, AT(hsl.midtones), kOCResetHSL << 2, 0, kHSLRows, ocMatchHSL),
+    Page("hsl_shadows", tkSectionHSLShadows, AT(hsl.shadows), kOCResetHSL << 3, 0, kHSLRows, ocMatchHSL),
 };
 constexpr TKPageRow kHueOffsetPage =
     Page("hueoffset", tkSectionHueOffsets, AT(hueOffset), kOCResetHueOffset, 0, kHueOffsetRows);
 
-#define RANGE_PAGES(name, section, group, bit, rows)                                                                   \
+#define RANGE_PAGES(name, section, group, bit, rows, match)                                                            \
     {                                                                                                                  \
-        Page(name "_master", section##Master, AT(group.master), (bit), 0, rows),                                       \
-            Page(name "_highlights", section##Highlights, AT(group.highlights), (bit) << 1, 0, rows),                  \
-            Page(name "_midtones", section##Midtones, AT(group.midtones), (bit) << 2, 0, rows),                        \
-            Page(name "_shadows", section##Shadows, AT(group.shadows), (bit) << 3, 0, rows),                           \
+        Page(name "_master", section##Master, AT(group.master), (bit), 0, rows, match),                                \
+            Page(name "_highlights", section##Highlights, AT(group.highlights), (bit) << 1, 0, rows, match),           \
+            Page(name "_midtones", section##Midtones, AT(group.midtones), (bit) << 2, 0, rows, match),                 \
+            Page(name "_shadows", section##Shadows, AT(group.shadows), (bit) << 3, 0, rows, match),                    \
     }
-constexpr TKPageRow kRGBPages[] = RANGE_PAGES("rgb", tkSectionRGB, rgb, kOCResetRGB, kRGBRows);
-constexpr TKPageRow kCMYPages[] = RANGE_PAGES("cmy", tkSectionCMY, cmy, kOCResetCMY, kCMYRows);
-constexpr TKPageRow kYCbCrPages[] = RANGE_PAGES("ycbcr", tkSectionYCbCr, ycbcr, kOCResetYCbCr, kYCbCrRows);
+constexpr TKPageRow kRGBPages[] = RANGE_PAGES("rgb", tkSectionRGB, rgb, kOCResetRGB, kRGBRows, ocMatchRGB);
+constexpr TKPageRow kCMYPages[] = RANGE_PAGES("cmy", tkSectionCMY, cmy, kOCResetCMY, kCMYRows, ocMatchCMY);
+constexpr TKPageRow kYCbCrPages[] =
+    RANGE_PAGES("ycbcr", tkSectionYCbCr, ycbcr, kOCResetYCbCr, kYCbCrRows, ocMatchYCbCr);
 
 // The curves of a tab are reset together, which switches the tab off.
 constexpr TKPageRow kRGBCurvePage =
-    Page("curves_rgb", tkSectionCurveMaster, 0, 0, 15 * kOCResetRGBCurve, kRGBCurveRows);
+    Page("curves_rgb", tkSectionCurveMaster, 0, 0, 15 * kOCResetRGBCurve, kRGBCurveRows, ocMatchCurves);
 constexpr TKPageRow kHSLCurvePage = Page("curves_hsl", tkSectionCurveHue, 0, 0, 7 * kOCResetHSLCurve, kHSLCurveRows);
 
 constexpr TKPageRow kLevelsPages[] = {
@@ -315,7 +318,7 @@ constexpr TKPageRow SecondaryPage(const char* prefix, uint32_t index)
 {
     return Page(prefix, static_cast<TKSectionID>(tkSectionSecondaryA + index),
                 AT(secondary) + index * static_cast<uint32_t>(sizeof(OCSecondary)), kOCResetSecondary << index,
-                kOCResetExtension << index, kSecondaryRows);
+                kOCResetExtension << index, kSecondaryRows, ocMatchSecondary);
 }
 constexpr TKPageRow kSecondaryPages[] = {SecondaryPage("secondary_a", 0), SecondaryPage("secondary_b", 1),
                                          SecondaryPage("secondary_c", 2), SecondaryPage("secondary_d", 3),

@@ -35,6 +35,8 @@ struct TKControlRow {
     bool hasWholeName = false;           ///< the row's object name goes without the page's prefix
 };
 
+inline constexpr int32_t kTKNoMatch = -1;
+
 /// What stands on one page.
 struct TKPageRow {
     const char* prefix; ///< first part of the object names, "hsl_master"
@@ -42,6 +44,7 @@ struct TKPageRow {
     uint32_t blockOffset;         ///< in OCSettings; the rows' offsets count from it
     uint32_t toolMask, curveMask; ///< what Reset resets
     std::span<const TKControlRow> rows;
+    int32_t match = kTKNoMatch; ///< OCMatchPane of the row of colour match that goes with the page
 };
 
 inline constexpr uint32_t kTKNoSwitch = 0xFFFFFFFF;

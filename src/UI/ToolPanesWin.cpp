@@ -1,15 +1,31 @@
 // The settings area.
 #include "src/UI/ToolPanesWin.h"
 
+#include "src/UI/ToolAreaLayout.h"
 #include "src/UI/UIStyleWin.h"
 
 #include <QPainter>
 
 namespace {
 
-constexpr int kEdge = 8;
+constexpr int kEdge = kTKAreaEdge;
 constexpr int kBarGap = 6;    // between the rows of tabs
 constexpr int kInnerGap = 14; // between the rows of tabs that stand side by side
+
+constexpr int32_t kSampleID = 1; // those of the pages bear the offsets of their fields
+
+struct MatchRow {
+    OCMatchPane pane;
+    const char* name;
+};
+constexpr MatchRow kMatches[] = {{ocMatchHSL, "match_hsl"},       {ocMatchRGB, "match_rgb"},
+                                 {ocMatchCMY, "match_cmy"},       {ocMatchYCbCr, "match_ycbcr"},
+                                 {ocMatchCurves, "match_curves"}, {ocMatchSecondary, "match_secondary"}};
+
+QRect ToRect(const TKPlace& place)
+{
+    return QRect(place.x, place.y, place.width, place.height);
+}
 
 UITab TabOf(const TKTabRow& row)
 {
@@ -22,14 +38,30 @@ static_assert(kTKNoSwitch == kUINoSwitch);
 
 ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) : QWidget(parent), session_(session)
 {
+    const BPStatus err = TKInitColorSample(&sample_, &session->liveSettings, kTKColorSampleOffset, kTKNoOffset,
+                                           tkSectionNone, kSampleID, nullptr, "Color Sample", "sample");
+    if (*error == bpNoErr) *error = err;
     top_ = build(TKToolPanes(), QStringLiteral("panes"), error);
+    for (const MatchRow& row : kMatches) {
+        TKInitMatchColor(&matches_[row.pane], &session->liveSettings, row.pane, tkSectionNone, row.name);
+        matchWindows_[row.pane] =
+            new UIMatchColorWin(session, &matches_[row.pane], QString::fromLatin1(row.name), this);
+        matchWindows_[row.pane]->hide();
+    }
+    sampleWindow_ = new UIColorSampleWin(session, &sample_, QStringLiteral("sample"), this);
     for (QWidget* widget : findChildren<QWidget*>())
         if (auto* slider = dynamic_cast<UISliderWin*>(widget)) sliders_.insert(slider->slider(), slider);
     session->settingsTab = 0;
     showPath();
 }
 
-ToolAreaWin::~ToolAreaWin() = default;
+ToolAreaWin::~ToolAreaWin()
+{
+    // The windows go before the records of this object that they show.
+    delete sampleWindow_;
+    for (UIMatchColorWin* match : matchWindows_) delete match;
+    TKDisposeColorSample(&sample_);
+}
 
 ToolAreaWin::Node ToolAreaWin::build(std::span<const TKTabRow> tabs, const QString& name, BPStatus* error)
 {
@@ -47,7 +79,7 @@ ToolAreaWin::Node ToolAreaWin::build(std::span<const TKTabRow> tabs, const QStri
             continue;
         }
         node.children.emplace_back();
-        node.children.back().page = new ToolPageWin(session_, *tab.page, this, error);
+        node.children.back().page = new ToolPageWin(session_, *tab.page, &sample_.format, this, error);
         pages_.push_back(node.children.back().page);
     }
     return node;
@@ -65,6 +97,12 @@ ToolPageWin* ToolAreaWin::shownPage() const
     return node->page;
 }
 
+UIMatchColorWin* ToolAreaWin::shownMatch() const
+{
+    const int32_t match = shownPage()->page().match;
+    return match == kTKNoMatch ? nullptr : matchWindows_[match];
+}
+
 void ToolAreaWin::showPath()
 {
     session_->settingsTab = top_.bar->current();
@@ -79,6 +117,9 @@ void ToolAreaWin::showPath()
         if (!isWanted(bar)) bar->hide();
     for (ToolPageWin* page : pages_)
         if (!isWanted(page)) page->hide();
+    if (UIMatchColorWin* match = shownMatch()) wanted.push_back(match);
+    for (UIMatchColorWin* match : matchWindows_)
+        if (match && !isWanted(match)) match->hide();
     layOut();
     for (QWidget* widget : wanted) widget->show();
 }
@@ -109,6 +150,11 @@ void ToolAreaWin::updateFrom(const OCSettings* settings, uint32_t toolMask, uint
     for (ToolPageWin* page : pages_) page->updateFrom(settings, toolMask, curveMask, previous, force);
 }
 
+void ToolAreaWin::picturesChanged()
+{
+    shownPage()->picturesChanged(); // another one looks at the frame when it comes to the front
+}
+
 void ToolAreaWin::layOut()
 {
     const int room = width() - 2 * kEdge;
@@ -120,8 +166,11 @@ void ToolAreaWin::layOut()
         node->bar->setGeometry(x, y, qMin(kEdge + room - x, node->bar->equalWidth()), UIHorizTabWin::kHeight);
         x += node->bar->width() + kInnerGap;
     }
-    const int top = y + UIHorizTabWin::kHeight + kBarGap;
-    node->page->setGeometry(kEdge, top, room, height() - top);
+    const TKToolAreaLayout places =
+        TKLayOutToolArea(width(), height(), y + UIHorizTabWin::kHeight, node->page->page(), shownMatch() != nullptr);
+    node->page->setGeometry(ToRect(places.page));
+    sampleWindow_->setGeometry(ToRect(places.sample));
+    if (UIMatchColorWin* match = shownMatch()) match->setGeometry(ToRect(places.match));
 }
 
 void ToolAreaWin::paintEvent(QPaintEvent*)

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "src/UI/ToolPageWin.h"
+#include "src/UI/UIColorSampleWin.h"
 #include "src/UI/UIHorizTabWin.h"
+#include "src/UI/UIMatchColorWin.h"
 #include "src/UI/UISliderWin.h"
 
 #include <QHash>
@@ -24,6 +26,9 @@ class ToolAreaWin : public QWidget {
     void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
                     bool force);
     ToolPageWin* shownPage() const;
+    UIColorSampleWin* sample() const { return sampleWindow_; }
+    UIMatchColorWin* shownMatch() const; ///< null on a page without one
+    void picturesChanged();              ///< the source frame, or what is made of it, is another one
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -46,4 +51,8 @@ class ToolAreaWin : public QWidget {
     std::vector<UIHorizTabWin*> bars_;
     std::vector<ToolPageWin*> pages_;
     QHash<const TKSlider*, UISliderWin*> sliders_;
+    TKColorSample sample_ = {};
+    UIColorSampleWin* sampleWindow_;
+    TKMatchColor matches_[ocMatchPaneCount] = {};
+    UIMatchColorWin* matchWindows_[ocMatchPaneCount] = {}; ///< null for a pane without a match
 };

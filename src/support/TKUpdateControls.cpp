@@ -19,13 +19,6 @@ bool FieldIsEqual(const TKSlider& slider, const uint8_t* a, const uint8_t* b)
     return std::memcmp(a + slider.dataOffset, b + slider.dataOffset, 4) == 0;
 }
 
-bool IsSelected(TKSectionID section, uint32_t toolMask, uint32_t curveMask)
-{
-    if (section >= tkSectionCount) return toolMask == kOCResetAll && curveMask == kOCResetAll;
-    const TKSection& row = TKSections()[section];
-    return (row.toolMask & toolMask) != 0 || (row.curveMask & curveMask) != 0;
-}
-
 bool SwitchesDiffer(const OCSettings* a, const OCSettings* b)
 {
     const auto* left = reinterpret_cast<const uint8_t*>(a);
@@ -62,6 +55,20 @@ bool Step(TKSession* session, bool (*step)(TKUndoRing*, OCSettings*), bool possi
 
 } // namespace
 
+bool TKGroupIsSelected(TKSectionID section, uint32_t toolMask, uint32_t curveMask)
+{
+    if (section >= tkSectionCount) return toolMask == kOCResetAll && curveMask == kOCResetAll;
+    const TKSection& row = TKSections()[section];
+    return (row.toolMask & toolMask) != 0 || (row.curveMask & curveMask) != 0;
+}
+
+bool TKFieldsDiffer(const OCSettings* a, const OCSettings* b, size_t offset, size_t byteCount)
+{
+    const auto* left = reinterpret_cast<const uint8_t*>(a);
+    const auto* right = reinterpret_cast<const uint8_t*>(b);
+    return std::memcmp(left + offset, right + offset, byteCount) != 0;
+}
+
 uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
                            const OCSettings* previous, bool force)
 {
@@ -74,7 +81,7 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
     for (uint32_t i = 0; i < session->controls.sliderCount; ++i) {
         TKSlider* slider = session->controls.slider[i];
         if (slider->dataBase != reinterpret_cast<uint8_t*>(&session->liveSettings)) continue; // another record's
-        if (!IsSelected(slider->section, toolMask, curveMask)) continue;
+        if (!TKGroupIsSelected(slider->section, toolMask, curveMask)) continue;
         if (before && !force && FieldIsEqual(*slider, now, before)) continue;
         ShowIn(slider, settings);
         TK_UI(session, sliderChanged, slider);

@@ -296,6 +296,12 @@ TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index);
 uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
                            const OCSettings* previous, bool force);
 
+/// Whether the masks select a section's group; what belongs to no section goes with all of them.
+bool TKGroupIsSelected(TKSectionID section, uint32_t toolMask, uint32_t curveMask);
+
+/// Whether two records hold other bytes at a place.
+bool TKFieldsDiffer(const OCSettings* a, const OCSettings* b, size_t offset, size_t byteCount);
+
 /// With caps lock on: marks the update as suspended and lets the panes repaint what they hold. Otherwise clears the mark
 /// and, unless a render is in progress, updates the parameters, renders and refreshes.
 void RecomputeAndRefresh(TKSession* session, bool force);

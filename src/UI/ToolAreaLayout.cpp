@@ -1,0 +1,58 @@
+// Layout of the settings area.
+#include "src/UI/ToolAreaLayout.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kTop = 6;
+constexpr int kGap = 6;
+constexpr int kSideGap = 10; // between the page and what stands beside it
+constexpr double kClearlyBetter = 0.1;
+
+/// What an arrangement is worth: how far its page can be stretched, or by how many pixels it is too high.
+double WorthOf(const TKPageRow& page, const TKPlace& place)
+{
+    const TKPageLayout layout = TKLayOutPage(page, place.width, place.height);
+    return layout.fits ? layout.stretch : std::min(-1.0, static_cast<double>(place.height - layout.height));
+}
+
+TKToolAreaLayout Beside(int width, int height, int tabsBottom, bool hasMatch)
+{
+    const int sideWidth = std::max(kTKSampleWidth, kTKMatchNarrowWidth);
+    const int side = width - kTKAreaEdge - sideWidth;
+    TKToolAreaLayout layout = {};
+    layout.isBeside = true;
+    layout.page = {kTKAreaEdge, tabsBottom + kGap, std::max(side - kSideGap - kTKAreaEdge, 0),
+                   std::max(height - tabsBottom - kGap, 0)};
+    layout.sample = {side, kTop, kTKSampleWidth, kTKSampleHeight};
+    if (hasMatch) layout.match = {side, kTop + kTKSampleHeight + kGap, kTKMatchNarrowWidth, kTKMatchHighHeight};
+    return layout;
+}
+
+TKToolAreaLayout Above(int width, int height, int tabsBottom, bool hasMatch)
+{
+    const int left = width - kTKAreaEdge - kTKSampleWidth;
+    const int matchTop = tabsBottom + kGap;
+    const int bandBottom = std::max(kTop + kTKSampleHeight, hasMatch ? matchTop + kTKMatchLowHeight : tabsBottom);
+    TKToolAreaLayout layout = {};
+    layout.page = {kTKAreaEdge, bandBottom, width - 2 * kTKAreaEdge, std::max(height - bandBottom, 0)};
+    layout.sample = {left, kTop, kTKSampleWidth, kTKSampleHeight};
+    if (hasMatch) layout.match = {kTKAreaEdge + kTKPaneMargin, matchTop, kTKMatchWideWidth, kTKMatchLowHeight};
+    return layout;
+}
+
+} // namespace
+
+int TKToolAreaHeight(int room)
+{
+    constexpr int usual = 690; // of a window of 1024 x 768
+    return std::min(kTKLeastToolHeight, room * 55 / 100) + std::max(0, room - usual) / 3;
+}
+
+TKToolAreaLayout TKLayOutToolArea(int width, int height, int tabsBottom, const TKPageRow& page, bool hasMatch)
+{
+    const TKToolAreaLayout beside = Beside(width, height, tabsBottom, hasMatch);
+    const TKToolAreaLayout above = Above(width, height, tabsBottom, hasMatch);
+    return WorthOf(page, above.page) > WorthOf(page, beside.page) + kClearlyBetter ? above : beside;
+}
