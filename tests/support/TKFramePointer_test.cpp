@@ -101,6 +101,24 @@ TEST_F(TKFramePointer, AListedHostWithoutAFrameLeavesTheSourceAsItIs)
     }
 }
 
+TEST_F(TKFramePointer, ARecordOfTheHostDoesNotActWithoutAFrame)
+{
+    Attach();
+    const std::vector<uint8_t> before = SourceBytes();
+    TKCloseCommBlock(session_);
+    host_.flags = 0;
+    for (int visit = 0; visit < 2; ++visit) {
+        host_.Make();
+        host_.Block()->hostPixelAdjust = {
+            .adjustMode = 0x80000001u, .adjustBlack = 0, .adjustWhite = 510, .adjustGamma = 1, .reserved = {}};
+        ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        ASSERT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+        EXPECT_EQ(SourceBytes(), before) << visit;
+        TKCloseCommBlock(session_);
+    }
+}
+
 TEST_F(TKFramePointer, AnyAddressIsTakenHoweverTheFormatsComponentsStand)
 {
     struct Case {
