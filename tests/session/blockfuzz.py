@@ -244,7 +244,7 @@ class Fuzz(harness.Session):
         fresh = self.app is None
         if fresh:
             self.start_app()
-        self.refusals, self.before = 0, self.farewells()
+        self.refusals, self.before, running_since = 0, self.farewells(), None
         while time.monotonic() - begin < ANSWER_SECONDS:
             if not self.app_lives():
                 return "ended"
@@ -253,7 +253,14 @@ class Fuzz(harness.Session):
             box = self.desktop.layout().get("Cancel")
             if status == FAILED:
                 return "refused"
-            if status in (harness.RUNNING, DONE) and (not fresh or box):
+            if status != harness.RUNNING:
+                running_since = None
+            elif running_since is None:
+                running_since = time.monotonic()
+            # Where a window was before, it may still become 2.
+            if running_since is not None and box and time.monotonic() - running_since > (0 if fresh else 0.4):
+                return "attached"
+            if status == DONE and box:
                 return "attached"
             now = time.monotonic()
             if not fresh and status == READY and now - begin > 1:

@@ -70,6 +70,25 @@ class Commands(harness.Session):
         grade = self.read_grade(self.path("again", "clip.ocgrade"))
         self.assertAlmostEqual(self.saturation_of(grade), 225, delta=4)
 
+    def test_leaving_the_front_stops_the_playback(self):
+        host = self.start_host("--no-render", self.make_clip(frames=600))
+        self.wait_for_window(host)
+        self.desktop.key("space")
+        harness.wait_until(lambda: (self.block_word(harness.FRAME_TIME) or 0) > 0, 10, "the playback")
+        (window,) = self.desktop.windows("^Ochrine$")
+        self.desktop.hand("windowminimize", window)
+        time.sleep(0.5)
+        stopped = self.block_word(harness.FRAME_TIME)
+        time.sleep(0.5)
+        self.assertEqual(self.block_word(harness.FRAME_TIME), stopped)
+        self.desktop.hand("windowactivate", "--sync", window)
+        time.sleep(0.5)
+        self.assertEqual(self.block_word(harness.FRAME_TIME), stopped)   # coming back does not start it
+        self.desktop.key("space")
+        harness.wait_until(lambda: self.block_word(harness.FRAME_TIME) > stopped, 10, "the playback")
+        self.desktop.click("Cancel")
+        self.assertEqual(self.wait_ended(host), 0)
+
     def test_the_menu_undoes_and_letters_select(self):
         clip = self.make_clip()
         host = self.start_host(clip)
