@@ -212,7 +212,7 @@ void TKPaintCurvePlot(ScopeSurface* surface, CurveVars* vars, const ScopePalette
     if (!surface->pixels) return;
     TKPrepareCurveGradient(vars, surface->width, surface->height);
     if (vars->gradientSource)
-        FBTransferFBFrameToPix(vars->gradientSource, nullptr, surface->pixels, surface->rowBytes, pixFormatARGB8, 1,
+        FBTransferFBFrameToPix(vars->gradientSource, nullptr, surface->pixels, surface->rowBytes, pixFormatBGRA8, 1,
                                nullptr);
     ScopePort port = ScopePortOn(surface, nullptr);
     const Scale to = ScaleOf(*surface);
