@@ -71,7 +71,7 @@ void DrawMove(QPainter* painter)
     QPainterPath arrows;
     for (int i = 0; i < 4; ++i) {
         QTransform turn;
-        turn.translate(12, 12);
+        turn.translate(11.5, 11.5);
         turn.rotate(90 * i);
         QPainterPath arrow;
         arrow.moveTo(0, -4.5);
@@ -83,7 +83,7 @@ void DrawMove(QPainter* painter)
     }
     Stroke(painter, arrows, Qt::transparent);
     QPainterPath point;
-    point.addRect(QRectF(9.5, 9.5, 5, 5));
+    point.addRect(QRectF(9.5, 9.5, 4, 4));
     Stroke(painter, point, Qt::white);
 }
 
@@ -92,10 +92,10 @@ void DrawAdd(QPainter* painter)
 {
     QPainterPath cross;
     for (const double side : {-1.0, 1.0}) {
-        cross.moveTo(12 + side * 2.5, 12);
-        cross.lineTo(12 + side * 8, 12);
-        cross.moveTo(12, 12 + side * 2.5);
-        cross.lineTo(12, 12 + side * 8);
+        cross.moveTo(11.5 + side * 2.5, 11.5);
+        cross.lineTo(11.5 + side * 8, 11.5);
+        cross.moveTo(11.5, 11.5 + side * 2.5);
+        cross.lineTo(11.5, 11.5 + side * 8);
     }
     Stroke(painter, cross, Qt::transparent);
     QPainterPath plus;
@@ -175,8 +175,8 @@ QCursor UICursorOf(uint32_t resource, qreal devicePixelRatio)
     case 501: return Eyedropper(ratio, Qt::black);
     case 502: return Eyedropper(ratio, QColor(128, 128, 128));
     case 503: return Eyedropper(ratio, Qt::white);
-    case 504: return Drawn(ratio, 12, 12, DrawMove);
-    case 505: return Drawn(ratio, 12, 12, DrawAdd);
+    case 504: return Drawn(ratio, 11, 11, DrawMove);
+    case 505: return Drawn(ratio, 11, 11, DrawAdd);
     case 506: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, true, false); });
     case 507: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, false, true); });
     case 508: return Drawn(ratio, 12, 12, [](QPainter* painter) { DrawArrows(painter, true, true); });

@@ -13,9 +13,11 @@ namespace {
 constexpr int32_t kEighths = 8;
 constexpr uint16_t kMajorGrid = 40000, kMinorGrid = 24000; // 16-bit greys
 constexpr ScopeColor kDark = {20000, 20000, 20000};        // of reference lines
-constexpr float kRampTop = 0.30f;                          // the gradient stays behind the curve
+constexpr float kRampTop = 0.24f;                          // the gradient stays behind the curve
 constexpr float kHueLightness = 0.16f, kHueSaturation = 0.55f;
 constexpr int32_t kPointSide = 7; // of a control point's square
+constexpr int32_t kCurvePen = 2;
+constexpr double kShortestPiece = 2; // pixels; many short pieces would only thicken the line
 
 ScopeColor Grey(uint16_t level)
 {
@@ -62,7 +64,7 @@ void DrawGrid(ScopePort* port, const Scale& scale)
 void DrawReference(ScopePort* port, const Scale& scale, int32_t channel, const ScopePalette& palette)
 {
     if (channel != kTKCurveHSLChannel) {
-        DrawAntialiasedLine(port, ScopeRampOf(Grey(kMajorGrid)), 0, scale.height, scale.width, 0);
+        DrawAntialiasedLine(port, ScopeRampOf(Grey(kMinorGrid)), 0, scale.height, scale.width, 0);
         return;
     }
     for (const double y : {0.0, scale.height}) {
@@ -81,11 +83,12 @@ void DrawCurve(ScopePort* port, const Scale& scale, const std::vector<TKPlotPoin
     for (size_t i = 1; i < line.size(); ++i) {
         const double x = scale.X(Number(line[i].x)), y = scale.Y(Number(line[i].y));
         const bool isLast = i + 1 == line.size();
-        if (!isLast && std::hypot(x - fromX, y - fromY) < 1) continue; // pieces below a pixel would only thicken it
+        if (!isLast && std::hypot(x - fromX, y - fromY) < kShortestPiece) continue;
         for (int32_t pen = 0; pen < penPixels; ++pen) {
-            const double shift = pen - (penPixels - 1) / 2.0;
-            DrawAntialiasedLine(port, ramp, fromX, fromY + shift, x, y + shift);
-            if (pen > 0) DrawAntialiasedLine(port, ramp, fromX + shift, fromY, x + shift, y);
+            const double shift = pen - (penPixels - 1) / 2; // whole pixels, or every one would be a shade
+            const bool isFlat = std::abs(x - fromX) >= std::abs(y - fromY);
+            const double dx = isFlat ? 0 : shift, dy = isFlat ? shift : 0;
+            DrawAntialiasedLine(port, ramp, fromX + dx, fromY + dy, x + dx, y + dy);
         }
         fromX = x;
         fromY = y;
@@ -95,9 +98,13 @@ void DrawCurve(ScopePort* port, const Scale& scale, const std::vector<TKPlotPoin
 void DrawPoint(ScopePort* port, const Scale& scale, const CurveVars& vars, int32_t index, ScopeColor color,
                int32_t pixels)
 {
-    const auto x = static_cast<int32_t>(std::lround(scale.X(Number(vars.pointX[index]))));
-    const auto y = static_cast<int32_t>(std::lround(scale.Y(Number(vars.pointY[index]))));
     const int32_t side = kPointSide * pixels, half = side / 2;
+    // At the edges the square stays whole, inside the plot.
+    const double mostX = std::max(scale.width - half, half + 0.0), mostY = std::max(scale.height - half, half + 0.0);
+    const auto x =
+        static_cast<int32_t>(std::lround(std::clamp(scale.X(Number(vars.pointX[index])), half + 0.0, mostX)));
+    const auto y =
+        static_cast<int32_t>(std::lround(std::clamp(scale.Y(Number(vars.pointY[index])), half + 0.0, mostY)));
     const ScopeRect square = ScopeRectOf(y - half, x - half, y - half + side, x - half + side);
     const bool isSelected = index == vars.selectedPoint, isHovered = index == vars.hoverPoint;
     port->color = isSelected || isHovered ? Grey(0xFFFF) : color;
@@ -187,7 +194,7 @@ ScopeColor TKCurveColor(int32_t channel, const ScopePalette& palette)
     case 1: return palette.red;
     case 2: return palette.green;
     case 3: return palette.blue;
-    default: return palette.luma;
+    default: return palette.text; // a grey that is seen on every gradient
     }
 }
 
@@ -219,6 +226,6 @@ void TKPaintCurvePlot(ScopeSurface* surface, CurveVars* vars, const ScopePalette
     DrawGrid(&port, to);
     DrawReference(&port, to, vars->channel, palette);
     const ScopeColor color = TKCurveColor(vars->channel, palette);
-    DrawCurve(&port, to, TKCurveLine(*vars), color, scale);
+    DrawCurve(&port, to, TKCurveLine(*vars), color, kCurvePen * scale);
     for (int32_t i = 0; i < TKCurvePointCount(*vars); ++i) DrawPoint(&port, to, *vars, i, color, scale);
 }

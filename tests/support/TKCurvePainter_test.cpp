@@ -113,8 +113,8 @@ TEST_F(TKCurvePaintTest, ALoadedTableIsDrawnAsItsSamples)
     EXPECT_EQ(line[512].y, 0.75f);
     EXPECT_EQ(line[1023].x, 1.0f);
     Paint();
-    EXPECT_EQ(RedRows(60), std::vector<uint32_t>{192});
-    EXPECT_EQ(RedRows(200), std::vector<uint32_t>{64});
+    EXPECT_EQ(RedRows(60), (std::vector<uint32_t>{192, 193}));
+    EXPECT_EQ(RedRows(200), (std::vector<uint32_t>{64, 65}));
 }
 
 TEST_F(TKCurvePaintTest, ACurveWithoutPointsHasNoLine)
@@ -193,6 +193,15 @@ TEST_F(TKCurvePaintTest, PointsAreSquaresAndTheSelectedOneIsFilled)
     Paint();
     EXPECT_EQ(At(0.5, 0.8), 0xFFFFFFFFu);
     EXPECT_EQ(At(0.5 + 3 / 256.0, 0.8), 0xFFFFFFFFu);
+}
+
+TEST_F(TKCurvePaintTest, APointInACornerIsShownWhole)
+{
+    curve_.selectedPoint = 0;
+    Paint();
+    for (uint32_t row = 250; row < 257; ++row)
+        for (uint32_t column = 0; column < 7; ++column) EXPECT_EQ(TKPixelAt(surface_, column, row), 0xFFFFFFFFu);
+    EXPECT_NE(TKPixelAt(surface_, 7, 253), 0xFFFFFFFFu);
 }
 
 TEST_F(TKCurvePaintTest, ACurveOfAnyContentIsDrawnInsideTheSurface)
