@@ -191,9 +191,16 @@ void UIHueOffsetWin::drawWheel(QPainter* painter)
     const QRect rect = wheelRect();
     if (rect.isEmpty() || TKPrepareHueWheelImage(session_, vars_, ratio) != bpNoErr) return;
     painter->setOpacity(isEnabled() ? 1.0 : 0.4);
-    painter->drawImage(QPointF(rect.topLeft()), ImageOf(vars_->wheelImage, ratio));
+    const bool isShown = shownSaturation_ == vars_->imageSaturation && shown_.devicePixelRatio() == ratio &&
+                         shown_.width() == static_cast<int>(vars_->wheelImage.width);
+    if (!isShown) {
+        shown_ = ImageOf(vars_->wheelImage, ratio);
+        shownSaturation_ = vars_->imageSaturation;
+    }
+    painter->drawImage(QPointF(rect.topLeft()), shown_);
     painter->setRenderHint(QPainter::Antialiasing);
-    const QPointF centre = QPointF(rect.left() + rect.width() / 2 + 0.5, rect.top() + rect.height() / 2 + 0.5);
+    const qreal middle = (static_cast<int>(vars_->wheelImage.width) / 2 + 0.5) / ratio; // of the picture's own
+    const QPointF centre = QPointF(rect.topLeft()) + QPointF(middle, middle);
     const QPointF handle = centre + QPointF(vars_->handleX, vars_->handleY);
     painter->setPen(QPen(QColor(0, 0, 0, 200), 1.2));
     painter->drawLine(centre, handle);

@@ -5,6 +5,7 @@
 #include "src/support/TKHueWheel.h"
 
 #include <QBasicTimer>
+#include <QImage>
 
 class UIHueOffsetWin : public QWidget {
   public:
@@ -45,5 +46,7 @@ class UIHueOffsetWin : public QWidget {
     UISliderWin* hue_;
     UISliderWin* strength_;
     QBasicTimer timer_;
+    QImage shown_; ///< the wheel's background as Qt wants it
+    uint32_t shownSaturation_ = 0;
     bool hovered_ = false;
 };

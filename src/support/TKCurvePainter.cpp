@@ -84,10 +84,10 @@ void DrawCurve(ScopePort* port, const Scale& scale, const std::vector<TKPlotPoin
         const double x = scale.X(Number(line[i].x)), y = scale.Y(Number(line[i].y));
         const bool isLast = i + 1 == line.size();
         if (!isLast && std::hypot(x - fromX, y - fromY) < kShortestPiece) continue;
-        for (int32_t pen = 0; pen < penPixels; ++pen) {
-            const double shift = pen - (penPixels - 1) / 2; // whole pixels, or every one would be a shade
-            const bool isFlat = std::abs(x - fromX) >= std::abs(y - fromY);
-            const double dx = isFlat ? 0 : shift, dy = isFlat ? shift : 0;
+        // A pixel keeps the brightest of its passes: half a pixel apart they make one even line.
+        const bool isFlat = std::abs(x - fromX) >= std::abs(y - fromY);
+        for (int32_t half = 1 - penPixels; half < penPixels; ++half) {
+            const double dx = isFlat ? 0 : half / 2.0, dy = isFlat ? half / 2.0 : 0;
             DrawAntialiasedLine(port, ramp, fromX + dx, fromY + dy, x + dx, y + dy);
         }
         fromX = x;

@@ -89,10 +89,9 @@ void TKPaintHueWheel(ScopeSurface* target, int32_t radius, int32_t scale, uint32
         }
 
     constexpr ScopeColor black = {0, 0, 0};
-    const int32_t half = kCentreMark * scale / 2;
-    for (int32_t row = 0; row < kCentreMark * scale; ++row)
-        for (int32_t column = 0; column < kCentreMark * scale; ++column)
-            PutPixel(surface, centre - half + column, centre - half + row, black);
+    const int32_t half = kCentreMark * scale / 2; // an odd side: the mark has a middle
+    for (int32_t row = -half; row <= half; ++row)
+        for (int32_t column = -half; column <= half; ++column) PutPixel(surface, centre + column, centre + row, black);
     for (int32_t colour = 0; colour < kMainColours; ++colour) {
         // The hue of a place is the full circle less its angle and the wheel's turn.
         const double radians = (360.0 - 60.0 * colour - kTKWheelTurn) * kPi / 180.0;
