@@ -113,6 +113,7 @@ QRect UISliderWin::thumbRect() const
 void UISliderWin::paintEvent(QPaintEvent*)
 {
     const UIShades& shades = UIShadesNow();
+    const bool isDark = shades.text.lightness() > shades.window.lightness();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     if (valueHovered_ && !slider_->editing) { // a click would open the edit there
@@ -134,7 +135,7 @@ void UISliderWin::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     const QRect track = trackRect();
     const QRectF groove(track.left() - 2, track.center().y() - kGrooveHeight / 2, track.width() + 4, kGrooveHeight);
-    painter.setBrush(shades.groove);
+    painter.setBrush(isDark ? shades.groove : shades.control);
     painter.drawRoundedRect(groove, 2, 2);
     // From the neutral value to the thumb the groove is lit: a glance tells what was moved, and which way.
     TKSlider neutral = *slider_;
@@ -149,7 +150,10 @@ void UISliderWin::paintEvent(QPaintEvent*)
     painter.setBrush(shades.dimText);
     painter.drawRect(QRectF(from - 0.5, groove.bottom() + 3, 1, 3));
 
-    painter.setBrush(dragging_ ? shades.text : underMouse() ? shades.hover.lighter(150) : shades.hover.lighter(125));
+    // The thumb stands out from the track: lighter on dark, darker on light, and more so under the pointer.
+    const int strength = underMouse() ? 150 : 125;
+    const QColor idle = isDark ? shades.hover.lighter(strength) : shades.hover.darker(strength);
+    painter.setBrush(dragging_ ? shades.text : idle);
     painter.setPen(QPen(hasFocus() ? shades.accent.lighter(140) : shades.window, 1));
     painter.drawRoundedRect(QRectF(thumb).adjusted(0.5, 0.5, -0.5, -0.5), 2.5, 2.5);
 }

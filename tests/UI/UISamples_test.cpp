@@ -1,268 +1,11 @@
-// Checkboxes, popups, swatches, eyedroppers, colour samples and colour match with real mouse, wheel and key events.
-#include "src/UI/UIColorSampleWin.h"
-#include "src/UI/UIMatchColorWin.h"
+// Swatches, eyedroppers, colour samples and colour match with real mouse and key events.
 #include "src/UI/UIStyleWin.h"
-#include "tests/UI/UITest.h"
+#include "tests/UI/UISamplesTest.h"
 
-#include <QAbstractItemView>
 #include <QAccessible>
-#include <QApplication>
-#include <QColorDialog>
 #include <QHelpEvent>
 #include <QPainter>
-#include <QTimer>
 #include <QToolTip>
-
-namespace {
-
-class UISamplesTest : public UITest {
-  protected:
-    void SetUp() override
-    {
-        UITest::SetUp();
-        ASSERT_EQ(TKInitColorSample(&sample_, &Live(), offsetof(OCSettings, secondary[0].sample[0].red),
-                                    offsetof(OCSettings, secondary[0].sample[0].on), tkSectionSecondaryA, 1, nullptr,
-                                    "Sample 1", "a_1"),
-                  bpNoErr);
-        ASSERT_EQ(TKInitColorSample(&plain_, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 2, nullptr,
-                                    "Color Sample", "color"),
-                  bpNoErr);
-        TKInitMatchColor(&match_, &Live(), ocMatchRGB, tkSectionNone, "match");
-        TKInitMatchColor(&match2_, &Live(), ocMatchHSL, tkSectionNone, "match2");
-        TKLinkColorSample(&plain_, &match_.source);
-        TKInitCheckbox(&checkbox_, &Live(), offsetof(OCSettings, secondary[0].invert), tkSectionSecondaryA,
-                       "Invert Selection", "invert");
-        TKInitPopup(&popup_, &Live(), offsetof(OCSettings, limiter.limiter_clip_method), tkSectionLimiter,
-                    "Limit Method", "limit", "Reduce Saturation|Reduce Luma|Smart Limit");
-        views_ = session_->controls.viewCount;
-        swatches_ = session_->controls.swatchCount;
-        panel_ = std::make_unique<QWidget>();
-        panel_->setObjectName(QStringLiteral("panel"));
-        sampleWin_ = new UIColorSampleWin(session_, &sample_, QStringLiteral("a_1"), panel_.get());
-        plainWin_ = new UIColorSampleWin(session_, &plain_, QStringLiteral("color"), panel_.get());
-        matchWin_ = new UIMatchColorWin(session_, &match_, QStringLiteral("match"), panel_.get());
-        narrowWin_ = new UIMatchColorWin(session_, &match2_, QStringLiteral("match2"), panel_.get());
-        checkboxWin_ = new UICheckboxWin(session_, &checkbox_, QStringLiteral("invert"), panel_.get());
-        popupWin_ = new UIPopupWin(session_, &popup_, QStringLiteral("limit"), panel_.get());
-        sampleWin_->move(12, 12);
-        plainWin_->move(200, 12);
-        checkboxWin_->setGeometry(390, 12, 170, UICheckboxWin::kHeight);
-        popupWin_->setGeometry(390, 40, 170, UIPopupWin::kHeight);
-        matchWin_->setGeometry(12, 140, UIMatchColorWin::kOneLineWidth, UIMatchColorWin::kOneLineHeight);
-        narrowWin_->setGeometry(12, 196, 220, UIMatchColorWin::HeightAt(220));
-        panel_->resize(580, 284);
-        panel_->show();
-        QApplication::setActiveWindow(panel_.get());
-    }
-    void TearDown() override
-    {
-        panel_.reset();
-        EXPECT_EQ(session_->controls.viewCount, views_);
-        EXPECT_EQ(session_->controls.swatchCount, swatches_);
-        TKDisposeColorSample(&sample_);
-        TKDisposeColorSample(&plain_);
-        UITest::TearDown();
-    }
-
-    uint32_t Steps() const { return session_->undoRing->undoHead; }
-    OCColorSample& Sample() { return Live().secondary[0].sample[0]; }
-    static QColor Middle(QWidget* widget, double x = 0.5)
-    {
-        const QImage shot = widget->grab().toImage();
-        return shot.pixelColor(static_cast<int>(shot.width() * x), 2);
-    }
-    void Pick(QWidget* eyedropper, float r, float g, float b)
-    {
-        QTest::mouseClick(eyedropper, Qt::LeftButton);
-        ASSERT_TRUE(TKIsPicking(session_));
-        const float rgb[3] = {r, g, b};
-        TKPickSample(session_, rgb);
-        (void)TKPickEnd(session_);
-    }
-    /// Answers the next colour dialog from inside its event loop.
-    void AnswerDialog(bool accept, const QColor& color)
-    {
-        QTimer::singleShot(0, [this, accept, color] {
-            auto* dialog = qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
-            ASSERT_NE(dialog, nullptr);
-            dialogSeen_ = dialog->currentColor();
-            dialogTitle_ = dialog->windowTitle();
-            dialogCenter_ = dialog->geometry().center();
-            dialog->setCurrentColor(color);
-            accept ? dialog->accept() : dialog->reject();
-        });
-    }
-
-    TKColorSample sample_ = {}, plain_ = {};
-    TKMatchColor match_ = {}, match2_ = {};
-    TKCheckbox checkbox_ = {};
-    TKPopup popup_ = {};
-    std::unique_ptr<QWidget> panel_;
-    UIColorSampleWin *sampleWin_ = nullptr, *plainWin_ = nullptr;
-    UIMatchColorWin *matchWin_ = nullptr, *narrowWin_ = nullptr;
-    UICheckboxWin* checkboxWin_ = nullptr;
-    UIPopupWin* popupWin_ = nullptr;
-    uint32_t views_ = 0, swatches_ = 0; // of the main window's own
-    QColor dialogSeen_;
-    QString dialogTitle_;
-    QPoint dialogCenter_;
-};
-
-} // namespace
-
-// Checkboxes ------------------------------------------------------------------------------------------------------------
-
-TEST_F(UISamplesTest, ACheckboxWritesWhenTheButtonIsReleased)
-{
-    QTest::mousePress(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(8, 10));
-    EXPECT_EQ(Live().secondary[0].invert, 0u);
-    QTest::mouseRelease(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(8, 10));
-    EXPECT_EQ(Live().secondary[0].invert, 1u);
-    EXPECT_EQ(Live().secondary[0].on, 1u);
-    EXPECT_EQ(Live().secondaryOn, 1u);
-    EXPECT_EQ(Steps(), 1u);
-    QTest::mouseClick(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(40, 10)); // its label
-    EXPECT_EQ(Live().secondary[0].invert, 0u);
-    QTest::mouseClick(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(165, 10)); // beyond the label
-    EXPECT_EQ(Live().secondary[0].invert, 0u);
-    // Released outside it is no click.
-    QTest::mousePress(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(8, 10));
-    QTest::mouseRelease(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(8, 200));
-    EXPECT_EQ(Live().secondary[0].invert, 0u);
-}
-
-TEST_F(UISamplesTest, TheSpaceBarTurnsAFocusedCheckbox)
-{
-    checkboxWin_->setFocus();
-    QTest::keyClick(checkboxWin_, Qt::Key_Space);
-    EXPECT_EQ(Live().secondary[0].invert, 1u);
-}
-
-TEST_F(UISamplesTest, ACheckboxFollowsUndoAndRedo)
-{
-    QTest::mouseClick(checkboxWin_, Qt::LeftButton, Qt::NoModifier, QPoint(8, 10));
-    EXPECT_TRUE(checkboxWin_->isChecked());
-    EXPECT_TRUE(TKUndoStepBack(session_));
-    EXPECT_FALSE(checkboxWin_->isChecked());
-    EXPECT_TRUE(TKUndoStepForward(session_));
-    EXPECT_TRUE(checkboxWin_->isChecked());
-    EXPECT_EQ(Steps(), 1u); // following is no click
-}
-
-TEST_F(UISamplesTest, ACheckboxIsAnnouncedWithNameAndState)
-{
-    QAccessibleInterface* access = QAccessible::queryAccessibleInterface(checkboxWin_);
-    ASSERT_NE(access, nullptr);
-    EXPECT_EQ(access->role(), QAccessible::CheckBox);
-    EXPECT_EQ(access->text(QAccessible::Name), QStringLiteral("Invert Selection"));
-    EXPECT_FALSE(access->state().checked);
-    ASSERT_NE(access->actionInterface(), nullptr);
-    access->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-    EXPECT_EQ(Live().secondary[0].invert, 1u);
-    EXPECT_TRUE(access->state().checked);
-}
-
-// Popups ----------------------------------------------------------------------------------------------------------------
-
-TEST_F(UISamplesTest, ATurnOfTheWheelNeverChangesAPopup)
-{
-    Live().limiter.limiter_clip_method = 2;
-    popupWin_->showValue();
-    const OCSettings before = Live();
-    for (UIListWin* list : {popupWin_->list(), sampleWin_->format()})
-        for (const int delta : {120, -120, 1200, -1200}) {
-            list->setFocus();
-            Wheel(list, list->rect().center(), delta);
-        }
-    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
-    EXPECT_EQ(popupWin_->list()->currentIndex(), 1);
-    EXPECT_EQ(sample_.format, tkColorRGB8);
-}
-
-TEST_F(UISamplesTest, AWheelTurnOverAPopupGoesOnToThePaneBehindIt)
-{
-    QWheelEvent event(QPointF(20, 10), popupWin_->list()->mapToGlobal(QPointF(20, 10)), QPoint(), QPoint(0, -120),
-                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    event.accept();
-    QApplication::sendEvent(popupWin_->list(), &event);
-    EXPECT_FALSE(event.isAccepted());
-}
-
-TEST_F(UISamplesTest, AnItemOfTheListIsChosenByMouseAndByKeys)
-{
-    Live().limiter.limiter_clip_method = 1;
-    popupWin_->showValue();
-    QComboBox* list = popupWin_->list();
-    QTest::mouseClick(list, Qt::LeftButton, Qt::NoModifier, QPoint(20, 10));
-    QAbstractItemView* view = list->view();
-    ASSERT_TRUE(view->isVisible());
-    QTest::qWait(QApplication::doubleClickInterval() + 50); // a release right after the press closes no list
-    const QRect item = view->visualRect(list->model()->index(2, 0));
-    QTest::mouseMove(view->viewport(), item.center());
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, item.center());
-    EXPECT_EQ(Live().limiter.limiter_clip_method, 3);
-    EXPECT_EQ(Live().limiter_enable, 1u);
-    EXPECT_EQ(Steps(), 1u);
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Up);
-    EXPECT_EQ(Live().limiter.limiter_clip_method, 2);
-    EXPECT_EQ(Steps(), 2u);
-}
-
-TEST_F(UISamplesTest, APopupShowsWhatItsProcedureMadeOfTheChoice)
-{
-    popup_.changeProc = [](TKSession*, const TKPopup* popup, int32_t, int32_t, bool) {
-        return static_cast<int32_t>(popup->reference);
-    };
-    popup_.reference = 2;
-    Live().limiter.limiter_clip_method = 1;
-    popupWin_->showValue();
-    popupWin_->list()->setFocus();
-    QTest::keyClick(popupWin_->list(), Qt::Key_End);
-    EXPECT_EQ(Live().limiter.limiter_clip_method, 2);
-    EXPECT_EQ(popupWin_->list()->currentIndex(), 1);
-}
-
-TEST_F(UISamplesTest, AValueThatTheListDoesNotHaveSelectsNothingAndStays)
-{
-    for (const int32_t value : {0, 4, -1, INT32_MIN, INT32_MAX}) {
-        Live().limiter.limiter_clip_method = value;
-        UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true);
-        EXPECT_EQ(popupWin_->list()->currentIndex(), -1) << value;
-        EXPECT_EQ(Live().limiter.limiter_clip_method, value);
-    }
-    Live().limiter.limiter_clip_method = 1;
-    UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true);
-    EXPECT_EQ(popupWin_->list()->currentIndex(), 0);
-    EXPECT_EQ(Steps(), 0u);
-}
-
-TEST_F(UISamplesTest, APopupIsDisabledTogetherWithItsLabel)
-{
-    const QImage before = popupWin_->grab(QRect(0, 0, 100, 15)).toImage();
-    popupWin_->setEnabled(false);
-    EXPECT_FALSE(popupWin_->list()->isEnabled());
-    EXPECT_NE(popupWin_->grab(QRect(0, 0, 100, 15)).toImage(), before);
-    const OCSettings record = Live();
-    QTest::mouseClick(popupWin_->list(), Qt::LeftButton);
-    EXPECT_FALSE(popupWin_->list()->view()->isVisible());
-    EXPECT_EQ(std::memcmp(&record, &Live(), sizeof record), 0);
-    popupWin_->setEnabled(true);
-    EXPECT_EQ(popupWin_->grab(QRect(0, 0, 100, 15)).toImage(), before);
-}
-
-TEST_F(UISamplesTest, APopupIsAnnouncedWithNameAndValue)
-{
-    Live().limiter.limiter_clip_method = 3;
-    popupWin_->showValue();
-    QAccessibleInterface* access = QAccessible::queryAccessibleInterface(popupWin_->list());
-    ASSERT_NE(access, nullptr);
-    EXPECT_EQ(access->role(), QAccessible::ComboBox);
-    const auto relations = access->relations(QAccessible::Label);
-    ASSERT_EQ(relations.size(), 1);
-    EXPECT_EQ(relations[0].first->text(QAccessible::Name), QStringLiteral("Limit Method"));
-    EXPECT_EQ(access->text(QAccessible::Value), QStringLiteral("Smart Limit"));
-}
 
 // Swatches and samples --------------------------------------------------------------------------------------------------
 
@@ -481,29 +224,42 @@ TEST_F(UISamplesTest, NothingOverlapsAndNothingIsCutAtAnyWidth)
     }
 }
 
-TEST_F(UISamplesTest, PicturesForTheEye)
+TEST_F(UISamplesTest, EveryScaleAndPalettePaintsTheSameColoursInTheSamePlaces)
 {
-    const QByteArray folder = qgetenv("OC_SHOTS");
-    if (folder.isEmpty()) GTEST_SKIP() << "set OC_SHOTS to a folder";
+    const QByteArray folder = qgetenv("OC_SHOTS"); // where to keep the pictures for the eye
     Pick(sampleWin_->eyedropper(), 0.8f, 0.35f, 0.2f);
     Pick(plainWin_->eyedropper(), 0.2f, 0.45f, 0.6f);
     Pick(panel_->findChild<QWidget*>(QStringLiteral("match.target_eyedropper")), 0.9f, 0.8f, 0.3f);
-    Drag(Slider("hsl_master_gain"), 1.0 / 3, 0.45);
     (void)TKSelectColorFormat(session_, &plain_, 5);
     (void)TKEyedropperClick(session_, &match_.sourceEyedropper, 0);
     sampleWin_->eyedropper()->setFocus();
+    const TKPalette palette = session_->palette;
     for (const bool light : {false, true}) {
         if (light) {
             PrepareUIPalette(&session_->palette, 3 * 65536);
             UIApplyPalette(session_->palette);
         }
-        for (const double scale : {1.0, 1.5, 2.0}) {
+        for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
             QImage image((QSizeF(panel_->size()) * scale).toSize(), QImage::Format_RGB32);
             image.setDevicePixelRatio(scale);
             image.fill(UIShadesNow().panel);
             panel_->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-            image.save(QString::fromLocal8Bit(folder) +
-                       QStringLiteral("/samples_%1_%2.png").arg(light ? "light" : "dark").arg(scale));
+            const auto at = [&](const QWidget* part) {
+                const QPointF point = part->mapTo(panel_.get(), QPoint(part->width() / 2, 4));
+                return image.pixelColor((point * scale).toPoint());
+            };
+            EXPECT_EQ(at(sampleWin_->source()), QColor(204, 89, 51)) << light << " " << scale;
+            EXPECT_EQ(at(plainWin_->source()), QColor(51, 115, 153)) << light << " " << scale;
+            EXPECT_EQ(at(plainWin_->result()), QColor(51, 115, 153)) << light << " " << scale;
+            EXPECT_EQ(at(panel_->findChild<QWidget*>(QStringLiteral("match.target"))), QColor(229, 204, 76))
+                << light << " " << scale;
+            if (!folder.isEmpty())
+                image.save(QString::fromLocal8Bit(folder) +
+                           QStringLiteral("/samples_%1_%2.png")
+                               .arg(light ? QStringLiteral("light") : QStringLiteral("dark"))
+                               .arg(scale));
         }
     }
+    session_->palette = palette;
+    UIApplyPalette(palette);
 }

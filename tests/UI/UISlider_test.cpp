@@ -1,4 +1,5 @@
 // Sliders under real mouse, wheel and key events: fine drags, keys, hover, and what assistive tools see.
+#include "src/UI/UIStyleWin.h"
 #include "tests/UI/UITest.h"
 
 #include <QAccessible>
@@ -191,4 +192,47 @@ TEST_F(UISliderTest, TheLongestValuesFitIntoTheirField)
     for (const char* text : {"-3600.00", "3600.00", "-1000.00", "20.00"})
         EXPECT_LE(gain_->fontMetrics().horizontalAdvance(QString::fromLatin1(text)), gain_->valueRect().width() - 2)
             << text;
+}
+
+TEST_F(UISliderTest, TheLitPartOfTheTrackReachesFromTheNeutralValueToTheThumbAtEveryScale)
+{
+    const QByteArray folder = qgetenv("OC_SHOTS"); // where to keep the pictures for the eye
+    Drag(gain_, 1.0 / 3, 0.8);
+    Wheel(Slider("hsl_master_hue"), Slider("hsl_master_hue")->trackRect().center(), -1200);
+    const TKPalette palette = session_->palette;
+    for (const bool light : {false, true}) {
+        if (light) {
+            PrepareUIPalette(&session_->palette, 3 * 65536);
+            UIApplyPalette(session_->palette);
+        }
+        for (const double scale : {1.0, 1.25, 2.0}) {
+            QImage image((QSizeF(gain_->size()) * scale).toSize(), QImage::Format_RGB32);
+            image.setDevicePixelRatio(scale);
+            image.fill(UIShadesNow().panel);
+            gain_->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+            const auto at = [&](double fraction) {
+                return image.pixelColor((QPointF(At(fraction)) * scale).toPoint());
+            };
+            const UIShades& shades = UIShadesNow();
+            const QColor track = light ? shades.control : shades.groove;
+            EXPECT_EQ(at(0.1), track) << light << " " << scale;
+            EXPECT_EQ(at(0.5).hue() / 10, shades.accent.hue() / 10) << light << " " << scale;
+            EXPECT_EQ(at(0.95), track) << light << " " << scale;
+            // Track and thumb differ from what is behind them.
+            EXPECT_GE(std::abs(track.lightness() - shades.panel.lightness()), 15) << light;
+            EXPECT_GE(std::abs(at(0.8).lightness() - track.lightness()), 40) << light << " " << scale;
+            if (folder.isEmpty()) continue;
+            QWidget* page = gain_->parentWidget();
+            QImage shot((QSizeF(page->size()) * scale).toSize(), QImage::Format_RGB32);
+            shot.setDevicePixelRatio(scale);
+            shot.fill(UIShadesNow().panel);
+            page->render(&shot, QPoint(), QRegion(), QWidget::DrawChildren);
+            shot.save(QString::fromLocal8Bit(folder) +
+                      QStringLiteral("/sliders_%1_%2.png")
+                          .arg(light ? QStringLiteral("light") : QStringLiteral("dark"))
+                          .arg(scale));
+        }
+    }
+    session_->palette = palette;
+    UIApplyPalette(palette);
 }
