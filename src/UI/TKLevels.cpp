@@ -109,8 +109,9 @@ Trio Moved(Trio trio, Part part, float wanted, float ratio)
 /// Shows a value on the handle and in its readout. The typing range is the handle's way, widened to whole track units.
 void ShowHandle(LevelsVars* vars, uint32_t handle, float field)
 {
+    vars->field[handle] = field;
     vars->value[handle] = Shown(field, handle);
-    TKShowSliderValue(&vars->readout[handle].slider, static_cast<double>(vars->value[handle]));
+    TKShowSliderValue(&vars->readout[handle].slider, static_cast<double>(field));
 }
 
 void ShowLimits(LevelsVars* vars)
@@ -236,7 +237,7 @@ bool UpdateLevels(LevelsVars* vars, const void* settings)
     bool changed = false;
     for (uint32_t handle = 0; handle < kLevelsHandleCount; ++handle) {
         const float field = FieldIn(*vars, record, handle);
-        changed = changed || Shown(field, handle) != vars->value[handle];
+        changed = changed || std::memcmp(&field, &vars->field[handle], sizeof field) != 0;
         ShowHandle(vars, handle, field);
     }
     ShowLimits(vars);

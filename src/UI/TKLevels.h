@@ -89,13 +89,14 @@ struct LevelsReadout {
 struct LevelsVars {
     // What it is bound to.
     uint8_t* dataBase;
-    uint32_t channelOffset;                    ///< of the OCLevelsBlock in the record
-    uint32_t handleOffset[kLevelsHandleCount]; ///< of the six fields in the record
+    uint32_t channelOffset;                    ///< `lvco`: of the OCLevelsBlock in the record
+    uint32_t handleOffset[kLevelsHandleCount]; ///< `lvib`, `lvig`, `lviw`, `lvob`, `lvog`, `lvow`: of its fields
     TKSectionID section;
     const char* objectName;
     // What it shows.
     LevelsLayout layout;
     float value[kLevelsHandleCount]; ///< of the handles, 0 to 1, whatever the record holds
+    float field[kLevelsHandleCount]; ///< what the record holds: the readouts say it
     uint32_t channel;                ///< 1 master, 2 red, 3 green, 4 blue
     float pixelsPerUnit;             ///< of the bars
     LevelsReadout readout[kLevelsHandleCount];
@@ -139,7 +140,7 @@ uint32_t LevelsHitTest(const LevelsVars& vars, int32_t x, int32_t y);
 /// "Input Black" and so on.
 const char* LevelsHandleName(uint32_t handle);
 
-/// A value with three decimals, as in the C locale, always ended.
+/// A value with three decimals, as in the C locale, always ended; empty when there is no room.
 void FormatLevelsValue(double value, char* text, uint32_t length);
 
 // --- Gestures ---------------------------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -19,31 +20,49 @@ template <class Value> Value ReadAt(const uint8_t* address)
     return value;
 }
 
-uint32_t CodeOf(float value)
+/// Without branches, so that the compiler does several at a time. A NaN gives 0.
+int32_t CodeOf(float value)
 {
     const float rounded = value * 255.0f + 0.5f;
-    if (!(rounded >= 1)) return 0; // a NaN too
-    return rounded >= 255 ? 255 : static_cast<uint32_t>(rounded);
+    const float atLeast = rounded >= 1 ? rounded : 0;
+    return static_cast<int32_t>(atLeast >= 255 ? 255 : atLeast);
 }
 
-/// What a pixel of this luma is multiplied by.
-float RecoveryFactor(float luma, float amount)
+/// What a pixel of this luma is multiplied by; no luma is above a threshold of infinity. Likewise without branches.
+float RecoveryFactor(float luma, float threshold)
 {
-    if (!(amount > 0)) return 1;
-    const float threshold = 1 - kRecoveryReach * amount;
-    return luma > threshold ? ((luma - threshold) * 0.5f + threshold) / luma : 1;
+    const float eased = (luma - threshold) * 0.5f + threshold;
+    const bool above = luma > threshold;
+    const float numerator = above ? eased : 1, denominator = above ? luma : 1;
+    return numerator / denominator;
 }
 
-uint32_t PlanarCode(const uint8_t* pixel, const FBFrame& frame, const LevelsHistogramKey& key)
+float ThresholdOf(float amount)
 {
-    float luma = ReadAt<float>(pixel + size_t{3} * frame.planeBytes);
-    float value = key.channel == master ? luma : ReadAt<float>(pixel + (key.channel - red) * size_t{frame.planeBytes});
-    for (const float amount : {key.recovery.input, key.recovery.output}) {
-        const float factor = RecoveryFactor(luma, amount);
-        luma *= factor;
-        value *= factor;
+    return amount > 0 ? 1 - kRecoveryReach * amount : std::numeric_limits<float>::infinity();
+}
+
+/// Neighbours of one row, done together.
+constexpr uint32_t kChunk = 256;
+
+struct Chunk {
+    float luma[kChunk], value[kChunk];
+    int32_t code[kChunk];
+};
+
+void Recover(Chunk* chunk, float amount)
+{
+    const float threshold = ThresholdOf(amount);
+    for (uint32_t i = 0; i < kChunk; ++i) {
+        const float factor = RecoveryFactor(chunk->luma[i], threshold);
+        chunk->luma[i] *= factor;
+        chunk->value[i] *= factor;
     }
-    return CodeOf(value);
+}
+
+size_t PlaneOf(uint32_t channel)
+{
+    return channel == master ? 3 : channel - red;
 }
 
 uint32_t WordCode(uint32_t word, bool alphaFirst, uint32_t channel, const uint8_t* table)
@@ -76,16 +95,41 @@ bool IsCounted(FBPixelFormat format)
     return format == pixFormatRGBYPlanar_Float || format == pixFormatARGB8 || format == pixFormatBGRA8;
 }
 
-/// Counts levels and spreads them over the bins at the end. Neighbours count apart: equal ones do not wait for each
-/// other.
-template <class CodeAt> void Tally(const FBFrame& frame, LevelsHistogram* histogram, CodeAt codeAt)
+/// Counts of all levels, in two sets so that neighbours of one level do not wait for each other.
+struct Tally {
+    uint32_t count[2][256];
+};
+
+void CountWords(const FBFrame& frame, uint32_t channel, Tally* tally)
 {
-    uint32_t count[2][256] = {};
+    const uint8_t* table = GetCurrentLumaTable();
+    const bool alphaFirst = frame.pixelFormat == pixFormatARGB8;
     for (uint32_t row = 0; row < frame.height; ++row) {
         const uint8_t* pixel = frame.baseAddr + size_t{row} * frame.rowBytes;
-        for (uint32_t column = 0; column < frame.width; ++column, pixel += 4) ++count[column & 1][codeAt(pixel)];
+        for (uint32_t column = 0; column < frame.width; ++column, pixel += 4)
+            ++tally->count[column & 1][WordCode(ReadAt<uint32_t>(pixel), alphaFirst, channel, table)];
     }
-    for (uint32_t code = 0; code < 256; ++code) Add(histogram, code, count[0][code] + count[1][code]);
+}
+
+void CountPlanes(const FBFrame& frame, const LevelsHistogramKey& key, Tally* tally)
+{
+    const bool recovers = key.recovery.input > 0 || key.recovery.output > 0;
+    Chunk chunk = {};
+    for (uint32_t row = 0; row < frame.height; ++row) {
+        const uint8_t* pixel = frame.baseAddr + size_t{row} * frame.rowBytes;
+        for (uint32_t done = 0; done < frame.width; done += kChunk) {
+            const uint32_t count = std::min(kChunk, frame.width - done);
+            const uint8_t* from = pixel + size_t{done} * sizeof(float);
+            std::memcpy(chunk.value, from + PlaneOf(key.channel) * frame.planeBytes, count * sizeof(float));
+            if (recovers) {
+                std::memcpy(chunk.luma, from + size_t{3} * frame.planeBytes, count * sizeof(float));
+                if (key.recovery.input > 0) Recover(&chunk, key.recovery.input);
+                if (key.recovery.output > 0) Recover(&chunk, key.recovery.output);
+            }
+            for (uint32_t i = 0; i < kChunk; ++i) chunk.code[i] = CodeOf(chunk.value[i]);
+            for (uint32_t i = 0; i < count; ++i) ++tally->count[i & 1][chunk.code[i]];
+        }
+    }
 }
 
 bool SameKey(const LevelsHistogramKey& a, const LevelsHistogramKey& b)
@@ -103,35 +147,41 @@ void LevelsPixelCallback(uint8_t* pixel, const FBFrame* frame, void* histogram)
     auto* counted = static_cast<LevelsHistogram*>(histogram);
     if (!IsCounted(frame->pixelFormat)) return;
     const LevelsHistogramKey& key = counted->key;
-    const uint32_t code = frame->pixelFormat == pixFormatRGBYPlanar_Float
-                              ? PlanarCode(pixel, *frame, key)
-                              : WordCode(ReadAt<uint32_t>(pixel), frame->pixelFormat == pixFormatARGB8, key.channel,
-                                         GetCurrentLumaTable());
-    Add(counted, code, 1);
+    if (frame->pixelFormat != pixFormatRGBYPlanar_Float) {
+        const bool alphaFirst = frame->pixelFormat == pixFormatARGB8;
+        Add(counted, WordCode(ReadAt<uint32_t>(pixel), alphaFirst, key.channel, GetCurrentLumaTable()), 1);
+        return;
+    }
+    float luma = ReadAt<float>(pixel + size_t{3} * frame->planeBytes);
+    float value = ReadAt<float>(pixel + PlaneOf(key.channel) * frame->planeBytes);
+    for (const float amount : {key.recovery.input, key.recovery.output}) {
+        const float factor = RecoveryFactor(luma, ThresholdOf(amount));
+        luma *= factor;
+        value *= factor;
+    }
+    Add(counted, static_cast<uint32_t>(CodeOf(value)), 1);
 }
 
 void BuildLevelsHistogram(const FBFrame* frame, LevelsHistogram* histogram)
 {
     std::fill_n(histogram->bin, kLevelsMostBins, 0u);
     if (!frame || !frame->baseAddr || !IsCounted(frame->pixelFormat)) return;
-    const LevelsHistogramKey& key = histogram->key;
-    if (frame->pixelFormat != pixFormatRGBYPlanar_Float) {
-        const bool alphaFirst = frame->pixelFormat == pixFormatARGB8;
-        Tally(*frame, histogram, [alphaFirst, channel = key.channel, table = GetCurrentLumaTable()](const uint8_t* p) {
-            return WordCode(ReadAt<uint32_t>(p), alphaFirst, channel, table);
-        });
-    } else if (key.recovery.input > 0 || key.recovery.output > 0) {
-        Tally(*frame, histogram, [frame, key](const uint8_t* p) { return PlanarCode(p, *frame, key); });
-    } else {
-        const size_t plane = key.channel == master ? 3 : key.channel - red;
-        Tally(*frame, histogram,
-              [offset = plane * frame->planeBytes](const uint8_t* p) { return CodeOf(ReadAt<float>(p + offset)); });
-    }
+    Tally tally = {};
+    if (frame->pixelFormat == pixFormatRGBYPlanar_Float)
+        CountPlanes(*frame, histogram->key, &tally);
+    else
+        CountWords(*frame, histogram->key.channel, &tally);
+    for (uint32_t code = 0; code < 256; ++code) Add(histogram, code, tally.count[0][code] + tally.count[1][code]);
+}
+
+bool LevelsHistogramIsFor(const LevelsHistogram& histogram, const LevelsHistogramKey& key)
+{
+    return histogram.made && SameKey(histogram.key, key);
 }
 
 bool UpdateLevelsHistogram(const FBFrame* frame, const LevelsHistogramKey& key, LevelsHistogram* histogram)
 {
-    if (histogram->made && SameKey(histogram->key, key)) return false;
+    if (LevelsHistogramIsFor(*histogram, key)) return false;
     histogram->made = true;
     histogram->key = key;
     BuildLevelsHistogram(frame, histogram);

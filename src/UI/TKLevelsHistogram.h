@@ -38,6 +38,9 @@ void LevelsPixelCallback(uint8_t* pixel, const FBFrame* frame, void* histogram);
 /// Counts the whole frame with the result of LevelsPixelCallback, only faster. Without a frame all bins are 0.
 void BuildLevelsHistogram(const FBFrame* frame, LevelsHistogram* histogram);
 
+/// Whether the histogram was made from this.
+bool LevelsHistogramIsFor(const LevelsHistogram& histogram, const LevelsHistogramKey& key);
+
 /// Builds the histogram anew when it is another one than it was made for. True when it was built.
 bool UpdateLevelsHistogram(const FBFrame* frame, const LevelsHistogramKey& key, LevelsHistogram* histogram);
 

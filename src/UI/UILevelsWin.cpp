@@ -149,9 +149,22 @@ void UILevelsWin::updateFrom(const OCSettings* settings)
     runTimer();
 }
 
+LevelsHistogramKey UILevelsWin::histogramKey() const
+{
+    const OCSettings& live = session_->liveSettings;
+    const FBFrame* frame = session_->sourceFrame;
+    return {.frame = frame,
+            .frameVersion = session_->sourceVersion,
+            .width = frame ? frame->width : 0,
+            .height = frame ? frame->height : 0,
+            .channel = vars_->channel,
+            .binCount = LevelsBinCount(ScopeWidthOf(vars_->layout.inputPlot)),
+            .recovery = {live.inputControls_highlight_recovery, live.outputControls_highlight_recovery}};
+}
+
 void UILevelsWin::sourceChanged()
 {
-    update(ToRect(vars_->layout.inputPlot));
+    if (!LevelsHistogramIsFor(histogram_, histogramKey())) update(ToRect(vars_->layout.inputPlot));
 }
 
 void UILevelsWin::runTimer()
@@ -174,7 +187,7 @@ double UILevelsWin::handleValue(int index) const
 QString UILevelsWin::handleText(int index) const
 {
     char text[64];
-    FormatLevelsValue(handleValue(index), text, sizeof text);
+    FormatLevelsValue(static_cast<double>(vars_->field[index]), text, sizeof text);
     return QString::fromLatin1(text);
 }
 
@@ -309,17 +322,8 @@ void UILevelsWin::paintHistogram(QPainter& painter)
         const int x = plot.left() + plot.width() * i / kGridLines;
         painter.fillRect(QRect(x, plot.top(), 1, plot.height()), QColor(38, 38, 38));
     }
-    const OCSettings& live = session_->liveSettings;
-    const FBFrame* frame = session_->sourceFrame;
-    const LevelsHistogramKey key = {
-        .frame = frame,
-        .frameVersion = session_->sourceVersion,
-        .width = frame ? frame->width : 0,
-        .height = frame ? frame->height : 0,
-        .channel = vars_->channel,
-        .binCount = LevelsBinCount(plot.width()),
-        .recovery = {live.inputControls_highlight_recovery, live.outputControls_highlight_recovery}};
-    (void)UpdateLevelsHistogram(frame, key, &histogram_);
+    const LevelsHistogramKey key = histogramKey();
+    (void)UpdateLevelsHistogram(session_->sourceFrame, key, &histogram_);
     const double binWidth = static_cast<double>(plot.width()) / key.binCount;
     const double floorLine = plot.bottom() + 1;
     QPainterPath columns(QPointF(plot.left(), floorLine));

@@ -23,7 +23,7 @@ class UILevelsWin : public QWidget, public UIHandleOwner {
     static QSize extentFor(int controlWidth, int height);
     void showValues();                           ///< the record changed
     void updateFrom(const OCSettings* settings); ///< shows the values of a settings record
-    void sourceChanged();                        ///< the source frame, or its highlight recovery, is another one
+    void sourceChanged(); ///< frame or highlight recovery may be others: the histogram is painted anew if they are
     QRect handleRect(uint32_t handle) const;
 
     QSize sizeHint() const override;
@@ -50,6 +50,7 @@ class UILevelsWin : public QWidget, public UIHandleOwner {
 
   private:
     void layOut();
+    LevelsHistogramKey histogramKey() const;
     void runTimer();
     void hover(uint32_t code);
     void paintHistogram(QPainter& painter);

@@ -140,7 +140,7 @@ TEST(LevelsHistogram, TheFastCountEqualsThePixelRoutine)
 {
     Random random(11);
     for (const FBPixelFormat format : {pixFormatRGBYPlanar_Float, pixFormatARGB8, pixFormatBGRA8})
-        for (const uint32_t width : {1u, 2u, 7u, 64u, 131u}) {
+        for (const uint32_t width : {1u, 2u, 7u, 64u, 131u, 256u, 257u, 700u}) {
             const FramePtr frame =
                 format == pixFormatRGBYPlanar_Float ? Noise(width, 9, width) : MakeFrame(width, 9, format);
             if (format != pixFormatRGBYPlanar_Float)

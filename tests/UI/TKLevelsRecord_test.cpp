@@ -174,6 +174,20 @@ TEST_F(LevelsTest, WhatTheRecordHoldsIsShownWithinTheScale)
     EXPECT_TRUE(std::isnan(Block().ingraypt));
 }
 
+TEST_F(LevelsTest, TheReadoutSaysWhatTheRecordHoldsWhereTheHandleCannot)
+{
+    Set(0, -0.25f, 1);
+    EXPECT_EQ(levels_.value[levelsInGray], 0.0f);
+    EXPECT_EQ(levels_.field[levelsInGray], -0.25f);
+    EXPECT_STREQ(levels_.readout[levelsInGray].slider.valueText, "-0.25");
+    Block().ingraypt = -0.5f; // the handle stays where it is, the number does not
+    EXPECT_TRUE(UpdateLevels(&levels_, &session_->liveSettings));
+    EXPECT_FALSE(UpdateLevels(&levels_, &session_->liveSettings));
+    Block().ingraypt = kNaN;
+    EXPECT_TRUE(UpdateLevels(&levels_, &session_->liveSettings));
+    EXPECT_FALSE(UpdateLevels(&levels_, &session_->liveSettings));
+}
+
 TEST_F(LevelsTest, NoNaNReachesTheRecordWhateverStoodThere)
 {
     constexpr float values[] = {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 1e-42f, 0, 0.5f, 1, 2};
