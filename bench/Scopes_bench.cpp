@@ -5,6 +5,7 @@
 // boxes and trace. Conversion into a filter's format is not counted.
 #include "src/TincturaUIDispCombo.h"
 #include "src/platform/BPLog.h"
+#include "tests/ScopeBoxes.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -185,29 +186,6 @@ constexpr Peer kPeers[] = {
 
 #endif
 
-/// Letters as boxes: the cost of a text that is at hand.
-ScopeLetters Boxes()
-{
-    return {.context = nullptr,
-            .hasFamily = [](void*, const char*) { return true; },
-            .metrics =
-                [](void*, const ScopeFont& font) {
-                    return ScopeFontMetrics{font.size * 3 / 4, font.size / 4};
-                },
-            .width = [](void*, const ScopeFont& font,
-                        const char* text) { return static_cast<int32_t>(std::strlen(text)) * font.size / 2; },
-            .draw =
-                [](void*, const ScopeSurface& surface, const ScopeRect& clip, const ScopeFont& font, ScopeColor color,
-                   int32_t x, int32_t baseline, const char* text) {
-                    ScopeSurface copy = surface;
-                    ScopePort port = ScopePortOn(&copy, nullptr);
-                    port.clip = clip;
-                    port.color = color;
-                    const int32_t width = static_cast<int32_t>(std::strlen(text)) * font.size / 2;
-                    ScopePaintRect(&port, ScopeRectOf(baseline - font.size * 3 / 4, x, baseline, x + width));
-                }};
-}
-
 struct Setting {
     const char* name;
     int32_t display; ///< 0: the combo
@@ -274,7 +252,7 @@ int main()
     BPSetLogSink([](void*, const char*, size_t) {}, nullptr);
     std::printf("| display | picture | pane | fast, ms | readable, ms | ffmpeg, ms | times ffmpeg |\n"
                 "|---|---|---|---:|---:|---:|---:|\n");
-    const ScopeLetters letters = Boxes();
+    const ScopeLetters letters = ScopeBoxes<ScopePaintRect>();
     for (const Size& size : kPictures) {
         ScopeSurface picture;
         if (ScopeSurfaceCreate(size.width, size.height, &picture) != bpNoErr) return 1;

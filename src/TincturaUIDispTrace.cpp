@@ -132,7 +132,7 @@ void PlotSample(const WaveformTrace& t, int64_t column, const Sample& s)
 
 void DrawWaveformTraceScalar(const WaveformTrace& trace)
 {
-    for (int64_t line = trace.firstLine; line < trace.endLine; line += trace.lineStep)
+    for (int64_t line = trace.lines.first; line < trace.lines.end; line += trace.lines.step)
         for (int64_t column = 0; column < trace.columnCount; ++column)
             PlotSample(trace, column, SampleAt(trace, line, column));
 }

@@ -90,9 +90,9 @@ void ForSamples(const WaveformTrace& t, const Chunk& chunk, int64_t firstLine, i
 {
     constexpr int64_t kAhead = 2, kCacheLine = 64;
     const int64_t firstByte = chunk.offset[0], lastByte = chunk.offset[chunk.count - 1];
-    for (int64_t line = firstLine; line < endLine; line += t.lineStep) {
+    for (int64_t line = firstLine; line < endLine; line += t.lines.step) {
         const uint8_t* pixels = t.source + line * t.sourceRowBytes;
-        if (const int64_t next = line + kAhead * t.lineStep; next < endLine) {
+        if (const int64_t next = line + kAhead * t.lines.step; next < endLine) {
             const uint8_t* ahead = t.source + next * t.sourceRowBytes;
             for (int64_t byte = firstByte; byte <= lastByte; byte += kCacheLine) __builtin_prefetch(ahead + byte);
         }
@@ -235,7 +235,7 @@ void PlotPicture(const WaveformTrace& t, const Chunk& chunk, const Tile& tile, c
 {
     const Bytes at = BytesOf(t);
     const int64_t top = t.clip.top;
-    ForSamples(t, chunk, t.firstLine, t.endLine, [&](int64_t c, uint32_t word) {
+    ForSamples(t, chunk, t.lines.first, t.lines.end, [&](int64_t c, uint32_t word) {
         const int64_t x = tile.left + c;
         if (x < tile.first || x >= tile.end) return;
         const uint32_t red = word >> at.red & 255, green = word >> at.green & 255, blue = word >> at.blue & 255;
@@ -339,7 +339,7 @@ void PlotEnvelope(const EnvelopeTrace& e, const Chunk& chunk, const Tile& tile)
     EnvelopeColumn columns[kChunk];
     for (int64_t c = 0; c < chunk.count; ++c)
         columns[c] = {.rows = tile.words + c * tile.height, .cleanTop = 1, .cleanBottom = 0};
-    ForSamples(t, chunk, t.firstLine, t.endLine, [&](int64_t c, uint32_t word) {
+    ForSamples(t, chunk, t.lines.first, t.lines.end, [&](int64_t c, uint32_t word) {
         const int64_t x = tile.left + c;
         if (x < tile.first || x >= tile.end) return;
         e.Plot(&columns[c], word >> at.red & 255, word >> at.green & 255, word >> at.blue & 255);
@@ -370,8 +370,8 @@ int32_t PlanesOf(const WaveformTrace& t, Plane planes[kWaveformPanelLimit])
 void CountAndLight(const WaveformTrace& t, Chunk* chunk, const Plane* planes, int32_t planeCount)
 {
     const bool lumaApart = t.pictureColor && (t.mode == waveformSingle || t.mode == waveformYCbCr);
-    for (int64_t line = t.firstLine; line < t.endLine; line += kMostLines * t.lineStep) {
-        Count(t, chunk, line, std::min(t.endLine, line + kMostLines * t.lineStep));
+    for (int64_t line = t.lines.first; line < t.lines.end; line += kMostLines * t.lines.step) {
+        Count(t, chunk, line, std::min(t.lines.end, line + kMostLines * t.lines.step));
         if (lumaApart) std::memset(chunk->counts[0], 0, sizeof chunk->counts[0]);
         for (int32_t i = lumaApart ? 1 : 0; i < planeCount; ++i) Resolve(t, chunk, planes[i], chunk->counts[i]);
     }

@@ -59,16 +59,7 @@ bool VectorscopeTraceOf(const VectorscopeParams& params, const ScopeRect& clip, 
     t.sourceRowBytes = params.sourceRowBytes;
     t.sourceWidth = params.sourceWidth;
     t.alphaFirst = params.flags & vectorscopeAlphaFirst;
-    t.endLine = params.sourceHeight;
-    t.lineStep = 1;
-    if (params.lineCount < 0) {
-        if (params.singleLine < 0 || params.singleLine >= params.sourceHeight) return false;
-        t.firstLine = params.singleLine;
-        t.endLine = t.firstLine + 1;
-    } else if (params.lineCount > 0) {
-        const int64_t lines = params.lineCount;
-        t.lineStep = std::max<int64_t>(1, (lines / 2 + params.sourceHeight) / lines);
-    }
+    if (!ScopeLinesOf(params.lineCount, params.singleLine, params.sourceHeight, &t.lines)) return false;
     t.columnStep = std::max<int64_t>(1, (int64_t{params.sourceWidth} + scale.width / 2) / scale.width);
     t.zoom = std::clamp(params.zoom, 1, 10);
     t.gainX = scale.gainX;
@@ -84,7 +75,7 @@ bool VectorscopeTraceOf(const VectorscopeParams& params, const ScopeRect& clip, 
 void DrawVectorscopeTraceScalar(const VectorscopeTrace& t)
 {
     int64_t jitter = 0;
-    for (int64_t line = t.firstLine; line < t.endLine; line += t.lineStep) {
+    for (int64_t line = t.lines.first; line < t.lines.end; line += t.lines.step) {
         for (int64_t column = 0; column < t.sourceWidth; column += t.columnStep) {
             const uint8_t* pixel = t.source + line * t.sourceRowBytes + column * 4;
             const uint8_t red = t.gamma[pixel[t.alphaFirst ? 1 : 2]], green = t.gamma[pixel[t.alphaFirst ? 2 : 1]],
@@ -153,7 +144,7 @@ void DrawVectorscopeTrace(const VectorscopeTrace& trace)
     uint8_t* const corner = t.target.pixels + int64_t{t.clip.top} * t.target.rowBytes + int64_t{t.clip.left} * 4;
     const int64_t samples = SamplesOfLine(t), step = t.columnStep * 4;
     int64_t pair = 0;
-    for (int64_t line = t.firstLine; line < t.endLine; line += t.lineStep) {
+    for (int64_t line = t.lines.first; line < t.lines.end; line += t.lines.step) {
         const uint8_t* pixel = t.source + line * t.sourceRowBytes;
         for (int64_t i = 0; i < samples; ++i, pixel += step) {
             const uint32_t word = WordAt(pixel);

@@ -1,6 +1,7 @@
 // The vectorscope from the inside: scale, targets, and the trace kernels. For the display, its tests and its benchmarks.
 #pragma once
 
+#include "src/ScopeLines.h"
 #include "src/TincturaUIDisp.h"
 
 inline constexpr double kVectorscopeRadius = 180; ///< of the graticule's circle, in graticule units
@@ -32,7 +33,8 @@ struct VectorscopeTrace {
     const uint8_t* source;
     int64_t sourceRowBytes, sourceWidth;
     bool alphaFirst;
-    int64_t firstLine, endLine, lineStep, columnStep;
+    ScopeLines lines;
+    int64_t columnStep;
     int64_t zoom, gainX, gainY;
     const uint8_t* gamma;
     const int32_t* chroma;

@@ -240,16 +240,7 @@ bool WaveformTraceOf(const WaveformParams& params, const ScopeRect& clip, Wavefo
     t.source = params.sourcePixels;
     t.sourceRowBytes = params.sourceRowBytes;
     t.alphaFirst = params.flags & waveformAlphaFirst;
-    t.endLine = params.sourceHeight;
-    t.lineStep = 1;
-    if (params.lineCount < 0) {
-        if (params.singleLine < 0 || params.singleLine >= params.sourceHeight) return false;
-        t.firstLine = params.singleLine;
-        t.endLine = t.firstLine + 1;
-    } else if (params.lineCount > 0) {
-        const int64_t lines = params.lineCount;
-        t.lineStep = std::max<int64_t>(1, (lines / 2 + params.sourceHeight) / lines);
-    }
+    if (!ScopeLinesOf(params.lineCount, params.singleLine, params.sourceHeight, &t.lines)) return false;
     t.xStep = layout.xStep;
     t.columnCount = layout.columnCount;
     t.mode = params.mode;

@@ -2,6 +2,7 @@
 // benchmarks.
 #pragma once
 
+#include "src/ScopeLines.h"
 #include "src/TincturaUIDisp.h"
 
 /// Levels to rows. Levels are code values plus codeOffset: the height above the bottom graticule line, in codes.
@@ -47,7 +48,7 @@ struct WaveformTrace {
     const uint8_t* source;
     int64_t sourceRowBytes;
     bool alphaFirst;
-    int64_t firstLine, endLine, lineStep; ///< all inside the source
+    ScopeLines lines;
     int64_t xStep, columnCount;
     int32_t mode;
     bool envelope;     ///< of chroma; in mode 1

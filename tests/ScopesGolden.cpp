@@ -1,6 +1,8 @@
 // The cases: every display, and every setting where it shows.
 #include "tests/ScopesGolden.h"
 
+#include "tests/ScopeBoxes.h"
+
 #include <cstring>
 
 namespace {
@@ -101,28 +103,6 @@ void FillPicture(const ScopeSurface& surface, uint8_t level)
         }
 }
 
-ScopeLetters Boxes()
-{
-    return {.context = nullptr,
-            .hasFamily = [](void*, const char*) { return true; },
-            .metrics =
-                [](void*, const ScopeFont& font) {
-                    return ScopeFontMetrics{font.size * 3 / 4, font.size / 4};
-                },
-            .width = [](void*, const ScopeFont& font,
-                        const char* text) { return static_cast<int32_t>(std::strlen(text)) * font.size / 2; },
-            .draw =
-                [](void*, const ScopeSurface& surface, const ScopeRect& clip, const ScopeFont& font, ScopeColor color,
-                   int32_t x, int32_t baseline, const char* text) {
-                    ScopeSurface copy = surface;
-                    ScopePort port = ScopePortOn(&copy, nullptr);
-                    port.clip = clip;
-                    port.color = color;
-                    const int32_t width = static_cast<int32_t>(std::strlen(text)) * font.size / 2;
-                    ScopeFrameRect(&port, ScopeRectOf(baseline - font.size * 3 / 4, x, baseline, x + width));
-                }};
-}
-
 void Append(std::vector<uint8_t>* bytes, uint32_t word)
 {
     for (int i = 0; i < 4; ++i) bytes->push_back(static_cast<uint8_t>(word >> (8 * i)));
@@ -167,7 +147,7 @@ std::vector<uint8_t> MakeScopeGolden(const ScopeGoldenCase& which, bool readable
     FillPicture(result, 191);
     FillPicture(source, 255);
     GetLumaTable(ocMatrix601); // what a histogram without a waveform monitor before it finds
-    const ScopeLetters letters = Boxes();
+    const ScopeLetters letters = ScopeBoxes<ScopeFrameRect>();
     ScopeContext context = ScopeDefaultContext();
     context.letters = &letters;
     context.readable = readable;
