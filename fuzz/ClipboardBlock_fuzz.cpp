@@ -2,11 +2,10 @@
 //
 // First byte 0: the rest is the block, of whatever size. Otherwise the rest are pairs of an offset and a word, six bytes
 // each, laid over a sound record.
-#include "src/platform/fake/BPFake.h"
+#include "fuzz/FakePlatform.h"
 #include "src/support/TKCommands.h"
 #include "src/support/TKStartup.h"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -45,21 +44,13 @@ void MakeHostBlock()
     block->status = kTKUIStatusDataReady;
 }
 
-void Expect(bool condition)
-{
-    if (!condition) std::abort();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    BPFakeReset();
-    BPFakeCaptureLog();
-    BPPlatform platform = {};
-    BPFillFakePlatform(&platform);
+    const BPPlatform platform = FreshFakePlatform();
     gBPFake.stores[kTKPreferencesStore]["Multiprocessor Enable"] = {
         .kind = bpFakeNumber, .number = 0, .text = {}, .block = {}};
     MakeHostBlock();

@@ -1,12 +1,11 @@
 // What a store of preferences may hold, through reading, the start of a session and writing.
 //
 // The input is a row of values: the number of a table row, a kind, a length in two bytes, then that many bytes.
-#include "src/platform/fake/BPFake.h"
+#include "fuzz/FakePlatform.h"
 #include "src/support/TKCommands.h"
 #include "src/support/TKStartup.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -33,21 +32,13 @@ void FillStore(const uint8_t* data, size_t size)
     }
 }
 
-void Expect(bool condition)
-{
-    if (!condition) std::abort();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    BPFakeReset();
-    BPFakeCaptureLog();
-    BPPlatform platform = {};
-    BPFillFakePlatform(&platform);
+    const BPPlatform platform = FreshFakePlatform();
     FillStore(data, size);
 
     auto record = std::make_unique<TKPreferences>();

@@ -1,4 +1,5 @@
 // Whole command lines of ochrine-render, one word a line, and the texts that its JSON carries.
+#include "fuzz/CommandLine.h"
 #include "tools/ochrine-render/RenderNotes.h"
 #include "tools/ochrine-render/RenderReport.h"
 
@@ -8,20 +9,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string text(reinterpret_cast<const char*>(data), size < 4096 ? size : 4096);
-    std::vector<std::string> words(1);
-    for (const char c : text) {
-        if (c == '\n') {
-            words.emplace_back();
-        } else if (c != 0) {
-            words.back() += c;
-        }
-    }
-    std::vector<const char*> arguments;
-    for (const std::string& word : words) arguments.push_back(word.c_str());
+    const std::string text = CommandText(data, size);
+    const CommandLine line = CommandLineOf(text);
     RenderOptions options;
     std::string error;
-    const bool isGood = ParseRenderOptions(static_cast<int>(arguments.size()), arguments.data(), &options, &error);
+    const bool isGood = ParseRenderOptions(line.Count(), line.arguments.data(), &options, &error);
     if (isGood != error.empty()) std::abort();
     const bool wantsWork = isGood && !options.showHelp && !options.showVersion;
     if (wantsWork && (options.format.name == nullptr || options.output.empty() || options.first > options.last ||
