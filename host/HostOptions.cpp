@@ -1,7 +1,8 @@
 // Reading of the command line.
 #include "host/HostOptions.h"
 
-#include <charconv>
+#include "host/CommandWords.h"
+
 #include <cstring>
 
 const char kHostHelp[] =
@@ -77,12 +78,6 @@ constexpr ModeName kModes[] = {
     {"die-idle", Misbehave::dieIdle},
 };
 
-bool ReadNumber(const std::string& text, uint32_t low, uint32_t high, uint32_t* number)
-{
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), *number);
-    return read.ec == std::errc() && read.ptr == text.data() + text.size() && *number >= low && *number <= high;
-}
-
 bool ReadMode(const std::string& text, Misbehave* mode)
 {
     for (const ModeName& entry : kModes) {
@@ -102,12 +97,12 @@ bool SetValue(const std::string& name, const std::string& value, HostOptions* op
     if (name == "--app") return options->application = value, !value.empty();
     if (name == "--make-sample") return options->makeSample = value, !value.empty();
     if (name == "--rate") return ClipParseRate(value, &options->rate);
-    if (name == "--chunk-rows") return ReadNumber(value, 1, 65535, &options->chunkRows);
-    if (name == "--timeout") return ReadNumber(value, 1, 86400, &options->timeoutSeconds);
-    if (name == "--sessions") return ReadNumber(value, 1, 1000, &options->sessions);
+    if (name == "--chunk-rows") return ReadNumber(value, 1u, 65535u, &options->chunkRows);
+    if (name == "--timeout") return ReadNumber(value, 1u, 86400u, &options->timeoutSeconds);
+    if (name == "--sessions") return ReadNumber(value, 1u, 1000u, &options->sessions);
     if (name == "--misbehave") return ReadMode(value, &options->misbehave);
     if (name == "--threads") {
-        const bool isGood = ReadNumber(value, 1, 256, &number);
+        const bool isGood = ReadNumber(value, 1u, 256u, &number);
         options->threads = static_cast<int>(number);
         return isGood;
     }
@@ -132,38 +127,20 @@ bool SetSwitch(const std::string& name, HostOptions* options)
 bool ParseHostOptions(int count, const char* const* arguments, HostOptions* options, std::string* error)
 {
     *options = {};
-    bool isClip = false;
-    for (int i = 0; i < count; ++i) {
-        std::string name = arguments[i];
-        if (isClip || name.size() < 2 || name[0] != '-') {
-            if (!options->clip.empty() || name.empty()) {
-                *error = name.empty() ? "an empty name is no clip" : "one clip at a time: " + name;
-                return false;
-            }
-            options->clip = name;
-            continue;
-        }
-        if (name == "--") {
-            isClip = true;
-            continue;
-        }
-        if (SetSwitch(name, options)) continue;
-        const size_t equals = name.find('=');
-        const bool hasValue = equals != std::string::npos;
-        std::string value = hasValue ? name.substr(equals + 1) : i + 1 < count ? arguments[i + 1] : "";
-        if (hasValue) name.resize(equals);
-        bool isKnown = false;
-        const bool isGood = SetValue(name, value, options, &isKnown);
-        if (!isKnown) {
-            *error = "unknown option " + name;
-            return false;
-        }
-        if (!isGood) {
-            *error = value.empty() ? name + " wants a value" : "\"" + value + "\" is no value for " + name;
-            return false;
-        }
-        if (!hasValue) ++i;
-    }
+    const CommandRules rules = {
+        .setSwitch = [&](const std::string& name) { return SetSwitch(name, options); },
+        .setValue = [&](const std::string& name, const std::string& value,
+                        bool* isKnown) { return SetValue(name, value, options, isKnown); },
+        .setName =
+            [&](const std::string& name, std::string* reason) {
+                *reason = name.empty()             ? "an empty name is no clip"
+                          : !options->clip.empty() ? "one clip at a time: " + name
+                                                   : "";
+                if (reason->empty()) options->clip = name;
+                return reason->empty();
+            },
+    };
+    if (!ReadCommand(count, arguments, rules, error)) return false;
     if (options->renderOnly && options->grade.empty()) {
         *error = "--render-only wants a --grade";
         return false;

@@ -6,9 +6,9 @@
 #include "src/platform/BPLog.h"
 #include "src/platform/BPSystem.h"
 #include "src/support/TKPreviewLUTs.h"
+#include "src/support/TKTableDialog.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <iterator>
 
@@ -70,18 +70,8 @@ BPStatus TKSavePreviewLUT(TKSession* session)
 
 void CVLoadCurrentCurves(TKSession* session)
 {
-    std::array<BPFileType, 4> types = {};
-    for (size_t i = 0; i < types.size(); ++i)
-        types[i] = {.extension = OCCurveKinds()[i].extension, .description = OCCurveKinds()[i].type};
-    const BPFileQuestion question = {.title = "Load Curve",
-                                     .button = "Load",
-                                     .filter = "",
-                                     .types = types.data(),
-                                     .typeCount = types.size(),
-                                     .defaultName = nullptr,
-                                     .defaultExtension = nullptr};
     std::string path;
-    const bool chosen = session->platform->fileDialog.open(question, &path);
+    const bool chosen = TKAskForTable<OCCurveKind>(*session->platform, "Load Curve", OCCurveKinds(), &path);
     BPDebugLog("selection returned %d\n", chosen ? int{bpNoErr} : kCancelled);
     if (chosen && !session->quitting) {
         const int kind = OCCurveKindOf(path.c_str());

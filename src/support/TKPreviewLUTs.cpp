@@ -1,6 +1,8 @@
 // Choosing, keeping and applying preview tables.
 #include "src/support/TKPreviewLUTs.h"
 
+#include "src/support/TKTableDialog.h"
+
 #include <cstring>
 #include <strings.h>
 
@@ -120,18 +122,8 @@ bool TKReloadPreviewNone(TKPreferences* prefs)
 
 BPStatus LoadPreviewLUT(const BPPlatform& platform, OCPreviewTable table)
 {
-    std::array<BPFileType, 4> types = {};
-    for (size_t i = 0; i < types.size(); ++i)
-        types[i] = {.extension = OCPreviewKinds()[i].extension, .description = OCPreviewKinds()[i].type};
-    const BPFileQuestion question = {.title = "Load LUT",
-                                     .button = "Load",
-                                     .filter = "",
-                                     .types = types.data(),
-                                     .typeCount = types.size(),
-                                     .defaultName = nullptr,
-                                     .defaultExtension = nullptr};
     std::string path;
-    if (!platform.fileDialog.open(question, &path)) return bpNotFoundErr;
+    if (!TKAskForTable<OCPreviewKind>(platform, "Load LUT", OCPreviewKinds(), &path)) return bpNotFoundErr;
     const OCLUTRead read = ReadKind(KindOf(path), path.c_str(), table);
     if (read.alert) platform.alert.messageBox(kProductName, read.alert);
     return read.status;

@@ -2,10 +2,10 @@
 #include "tools/ochrine-render/RenderOptions.h"
 
 #include "host/ClipSequence.h"
+#include "host/CommandWords.h"
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <filesystem>
 
 const char kRenderHelp[] =
@@ -43,12 +43,6 @@ or damaged, 5 output cannot be written, 6 out of memory, 130 interrupted, 143 te
 )";
 
 namespace {
-
-template <class Number> bool ReadNumber(const std::string& text, Number low, Number high, Number* number)
-{
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), *number);
-    return read.ec == std::errc() && read.ptr == text.data() + text.size() && *number >= low && *number <= high;
-}
 
 constexpr int64_t kNumberLimit = 999'999'999'999'999'999; // 18 digits, as in names of files
 
@@ -199,38 +193,20 @@ std::string PatternFromHashes(const std::string& path)
 bool ParseRenderOptions(int count, const char* const* arguments, RenderOptions* options, std::string* error)
 {
     *options = {};
-    bool isName = false;
-    for (int i = 0; i < count; ++i) {
-        std::string name = arguments[i];
-        if (isName || name.size() < 2 || name[0] != '-') {
-            std::string* place = options->clip.empty() ? &options->clip : &options->output;
-            if (!place->empty() || name.empty()) {
-                *error = name.empty() ? "an empty name is no file" : "one clip and one output at a time: " + name;
-                return false;
-            }
-            *place = name;
-            continue;
-        }
-        if (name == "--") {
-            isName = true;
-            continue;
-        }
-        if (SetSwitch(name, options)) continue;
-        const size_t equals = name.find('=');
-        const bool hasValue = equals != std::string::npos;
-        const std::string value = hasValue ? name.substr(equals + 1) : i + 1 < count ? arguments[i + 1] : "";
-        if (hasValue) name.resize(equals);
-        bool isKnown = false;
-        const bool isGood = SetValue(name, value, options, &isKnown);
-        if (!isKnown) {
-            *error = "unknown option " + name;
-            return false;
-        }
-        if (!isGood) {
-            *error = value.empty() ? name + " wants a value" : "\"" + value + "\" is no value for " + name;
-            return false;
-        }
-        if (!hasValue) ++i;
-    }
+    const CommandRules rules = {
+        .setSwitch = [&](const std::string& name) { return SetSwitch(name, options); },
+        .setValue = [&](const std::string& name, const std::string& value,
+                        bool* isKnown) { return SetValue(name, value, options, isKnown); },
+        .setName =
+            [&](const std::string& name, std::string* reason) {
+                std::string* place = options->clip.empty() ? &options->clip : &options->output;
+                *reason = name.empty()      ? "an empty name is no file"
+                          : !place->empty() ? "one clip and one output at a time: " + name
+                                            : "";
+                if (reason->empty()) *place = name;
+                return reason->empty();
+            },
+    };
+    if (!ReadCommand(count, arguments, rules, error)) return false;
     return Settle(options, error);
 }
