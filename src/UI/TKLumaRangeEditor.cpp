@@ -120,9 +120,10 @@ void ReadoutChanged(TKSession*, TKSlider* slider, double typed, bool)
     vars->deferral = {}; // the slider renders
 }
 
-bool Contains(const ScopeRect& rect, double x, double y)
+bool IsWithinReach(const ScopeRect& plot, double x, double y)
 {
-    return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
+    return x >= plot.left - kLumaRangeReach && x < plot.right + kLumaRangeReach && y >= plot.top - kLumaRangeReach &&
+           y < plot.bottom + kLumaRangeReach;
 }
 
 } // namespace
@@ -188,7 +189,7 @@ LumaRangePoint LumaRangeHandlePixel(const LumaRangeVars& vars, uint32_t handle)
 
 uint32_t LumaRangeHitTest(const LumaRangeVars& vars, double x, double y)
 {
-    if (!Contains(vars.layout.plot, x, y)) return kLumaRangeHandleCount;
+    if (!IsWithinReach(vars.layout.plot, x, y)) return kLumaRangeHandleCount;
     double distance[kLumaRangeHandleCount];
     for (uint32_t handle = 0; handle < kLumaRangeHandleCount; ++handle) {
         const LumaRangePoint at = LumaRangeHandlePixel(vars, handle);

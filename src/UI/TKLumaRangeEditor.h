@@ -29,6 +29,7 @@ enum LumaRangeCurve : uint32_t {
 
 inline constexpr int32_t kLumaRangeTickMs = 20;    ///< of the timer that calls LumaRangeTick
 inline constexpr int32_t kLumaRangeDeferTicks = 5; ///< from a change to its picture
+inline constexpr int32_t kLumaRangeReach = 5;      ///< around the plot, where half of a handle may stand
 inline constexpr float kLumaRangeNudge = 1.0f / 256, kLumaRangeFineNudge = 1.0f / 1024;
 
 /// Greys and the handle's colour, 16 bits a component.
@@ -131,8 +132,8 @@ uint32_t LumaRangeActiveCurve(const LumaRangeVars& vars);
 LumaRangePoint LumaRangePixel(const LumaRangeVars& vars, LumaRangePoint values);
 LumaRangePoint LumaRangeHandlePixel(const LumaRangeVars& vars, uint32_t handle);
 
-/// The handle that is nearest to a point of the plot; kLumaRangeHandleCount outside it. Of handles on each other the one
-/// that can be pulled to the side of the point.
+/// The handle that is nearest to a point of the plot or next to it; kLumaRangeHandleCount elsewhere. Of handles on each
+/// other the one that can be pulled to the side of the point.
 uint32_t LumaRangeHitTest(const LumaRangeVars& vars, double x, double y);
 
 /// "Shadows" or "Highlights".

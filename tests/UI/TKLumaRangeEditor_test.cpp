@@ -199,11 +199,21 @@ TEST_F(LumaRangeTest, AClickPicksTheNearestHandleAndMovesNothing)
 TEST_F(LumaRangeTest, AClickBesideThePlotPicksNothing)
 {
     const ScopeRect plot = range_.layout.plot;
-    for (const auto& [x, y] :
-         {std::pair{plot.left - 1, plot.top + 5}, {plot.right + 0, plot.top + 5}, {plot.left + 5, plot.bottom + 0}}) {
+    for (const auto& [x, y] : {std::pair{plot.left - 6, plot.top + 5},
+                               {plot.right + 5, plot.top + 5},
+                               {plot.left + 5, plot.top - 6},
+                               {plot.left + 5, plot.bottom + 5}}) {
         EXPECT_EQ(PressLumaRange(session_, &range_, x, y), static_cast<uint32_t>(kLumaRangeHandleCount));
         EXPECT_FALSE(range_.tracking);
     }
+}
+
+TEST_F(LumaRangeTest, AHandleOnTheEdgeOfThePlotIsTakenByItsOuterHalfToo)
+{
+    Set(0, 0, 1, 1);
+    const ScopeRect plot = range_.layout.plot;
+    EXPECT_EQ(LumaRangeHitTest(range_, plot.left - 4, plot.bottom + 3), static_cast<uint32_t>(lumaRangeShadows));
+    EXPECT_EQ(LumaRangeHitTest(range_, plot.right + 4, plot.top - 4), static_cast<uint32_t>(lumaRangeHighlights));
 }
 
 TEST_F(LumaRangeTest, OfHandlesOnEachOtherTheOneIsPickedThatCanMoveThatWay)

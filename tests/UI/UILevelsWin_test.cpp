@@ -14,12 +14,12 @@ class LevelsWinTest : public UITest {
     void SetUp() override
     {
         UITest::SetUp();
-        InitLevels(&levels_, &Live(), offsetof(OCSettings, levels), 1, tkSectionLevelsMaster, "levels_master");
+        InitLevels(&levels_, &Live(), offsetof(OCSettings, levels), 1, tkSectionLevelsMaster, "test_levels");
         QWidget* main = windows_->mainWindow();
-        win_ = new UILevelsWin(session_, &levels_, QStringLiteral("levels_master"), main);
+        win_ = new UILevelsWin(session_, &levels_, QStringLiteral("test_levels"), main);
         win_->setGeometry(20, 60, 552, 200);
-        InitLumaRange(&range_, &Live(), offsetof(OCSettings, lumaRange), tkSectionLumaRange, "luma_range");
-        rangeWin_ = new UILumaRangeWin(session_, &range_, QStringLiteral("luma_range"), main);
+        InitLumaRange(&range_, &Live(), offsetof(OCSettings, lumaRange), tkSectionLumaRange, "test_ranges");
+        rangeWin_ = new UILumaRangeWin(session_, &range_, QStringLiteral("test_ranges"), main);
         rangeWin_->setGeometry(20, 270, 552, 280);
         for (QWidget* widget : {static_cast<QWidget*>(win_), static_cast<QWidget*>(rangeWin_)}) {
             widget->raise();
@@ -160,8 +160,8 @@ TEST_F(LevelsWinTest, ShiftDragsFinely)
 
 TEST_F(LevelsWinTest, ArrowsMoveTheFocusedHandleAndTabWalksThroughAllSix)
 {
-    const char* const names[] = {"levels_master.inblack",  "levels_master.ingray",  "levels_master.inwhite",
-                                 "levels_master.outblack", "levels_master.outgray", "levels_master.outwhite"};
+    const char* const names[] = {"test_levels.inblack",  "test_levels.ingray",  "test_levels.inwhite",
+                                 "test_levels.outblack", "test_levels.outgray", "test_levels.outwhite"};
     UIHandleWin* first = Handle(names[0]);
     ASSERT_TRUE(first);
     first->setFocus();
@@ -194,7 +194,7 @@ TEST_F(LevelsWinTest, ArrowsMoveTheFocusedHandleAndTabWalksThroughAllSix)
 
 TEST_F(LevelsWinTest, AHeldKeyRendersWhenTheHandPausesOrLetsGo)
 {
-    UIHandleWin* gray = Handle("levels_master.ingray");
+    UIHandleWin* gray = Handle("test_levels.ingray");
     gray->setFocus();
     for (int i = 0; i < 5; ++i) {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier, QString(), i > 0);
@@ -206,13 +206,13 @@ TEST_F(LevelsWinTest, AHeldKeyRendersWhenTheHandPausesOrLetsGo)
     EXPECT_EQ(Renders(), 1u);
     QKeyEvent press(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier);
     QApplication::sendEvent(gray, &press);
-    Handle("levels_master.inblack")->setFocus(); // the focus goes
+    Handle("test_levels.inblack")->setFocus(); // the focus goes
     EXPECT_EQ(Renders(), 2u);
 }
 
 TEST_F(LevelsWinTest, ArrowsWithControlOrAltAreNotTheHandles)
 {
-    UIHandleWin* gray = Handle("levels_master.ingray");
+    UIHandleWin* gray = Handle("test_levels.ingray");
     gray->setFocus();
     QTest::keyClick(gray, Qt::Key_Right, Qt::ControlModifier);
     QTest::keyClick(gray, Qt::Key_Right, Qt::AltModifier);
@@ -221,7 +221,7 @@ TEST_F(LevelsWinTest, ArrowsWithControlOrAltAreNotTheHandles)
 
 TEST_F(LevelsWinTest, AValueIsTypedAfterAClickOrReturn)
 {
-    UIValueWin* white = Value("levels_master.outwhite.value");
+    UIValueWin* white = Value("test_levels.outwhite.value");
     ASSERT_TRUE(white);
     QTest::mouseClick(white, Qt::LeftButton, Qt::NoModifier, QPoint(white->width() - 8, white->height() / 2));
     auto* edit = white->findChild<QLineEdit*>();
@@ -237,28 +237,28 @@ TEST_F(LevelsWinTest, AValueIsTypedAfterAClickOrReturn)
     EXPECT_EQ(Renders(), 1u);
     EXPECT_EQ(Steps(), 1u);
 
-    UIHandleWin* black = Handle("levels_master.inblack");
+    UIHandleWin* black = Handle("test_levels.inblack");
     black->setFocus();
     QTest::keyClick(black, Qt::Key_Return);
-    auto* blackEdit = Value("levels_master.inblack.value")->findChild<QLineEdit*>();
+    auto* blackEdit = Value("test_levels.inblack.value")->findChild<QLineEdit*>();
     ASSERT_TRUE(blackEdit->isVisible());
     QTest::keyClicks(blackEdit, "0.5");
     QTest::keyClick(blackEdit, Qt::Key_Tab);
     EXPECT_EQ(Block().inblackpt, 0.5f);
     EXPECT_EQ(Block().ingraypt, 0.75f);
-    EXPECT_TRUE(Value("levels_master.ingray.value")->findChild<QLineEdit*>()->isVisible());
-    QTest::keyClick(Value("levels_master.ingray.value")->findChild<QLineEdit*>(), Qt::Key_Escape);
+    EXPECT_TRUE(Value("test_levels.ingray.value")->findChild<QLineEdit*>()->isVisible());
+    QTest::keyClick(Value("test_levels.ingray.value")->findChild<QLineEdit*>(), Qt::Key_Escape);
     EXPECT_EQ(Block().ingraypt, 0.75f);
 }
 
 TEST_F(LevelsWinTest, ControlClickOrADoubleClickOnTheNameResetsAValue)
 {
-    UIValueWin* black = Value("levels_master.outblack.value");
+    UIValueWin* black = Value("test_levels.outblack.value");
     Block().outblackpt = 0.5f;
     win_->updateFrom(&Live());
     QTest::mouseDClick(black, Qt::LeftButton, Qt::NoModifier, QPoint(3, black->height() / 2));
     EXPECT_EQ(Block().outblackpt, 0.0f);
-    UIValueWin* white = Value("levels_master.outwhite.value");
+    UIValueWin* white = Value("test_levels.outwhite.value");
     Block().outwhitept = 0.5f;
     win_->updateFrom(&Live());
     QTest::mouseClick(white, Qt::LeftButton, Qt::ControlModifier, QPoint(white->width() - 8, white->height() / 2));
@@ -271,7 +271,7 @@ TEST_F(LevelsWinTest, EveryHandleHasANameAndAValueForAssistiveTechnology)
                                  "Output Black", "Output Gray", "Output White"};
     const char* const objects[] = {"inblack", "ingray", "inwhite", "outblack", "outgray", "outwhite"};
     for (int i = 0; i < 6; ++i) {
-        UIHandleWin* handle = Handle((std::string("levels_master.") + objects[i]).c_str());
+        UIHandleWin* handle = Handle((std::string("test_levels.") + objects[i]).c_str());
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(handle);
         ASSERT_TRUE(accessible);
         EXPECT_EQ(accessible->role(), QAccessible::Slider);
@@ -280,20 +280,20 @@ TEST_F(LevelsWinTest, EveryHandleHasANameAndAValueForAssistiveTechnology)
         EXPECT_EQ(accessible->valueInterface()->currentValue().toDouble(), static_cast<double>(levels_.value[i]));
         EXPECT_TRUE(accessible->state().focusable);
     }
-    QAccessibleInterface* gray = QAccessible::queryAccessibleInterface(Handle("levels_master.ingray"));
+    QAccessibleInterface* gray = QAccessible::queryAccessibleInterface(Handle("test_levels.ingray"));
     EXPECT_EQ(gray->text(QAccessible::Value), QStringLiteral("0.500"));
     gray->valueInterface()->setCurrentValue(0.25);
     EXPECT_EQ(Block().ingraypt, 0.25f);
     EXPECT_EQ(gray->text(QAccessible::Value), QStringLiteral("0.250"));
-    QAccessibleInterface* shadows = QAccessible::queryAccessibleInterface(Handle("luma_range.shadows"));
+    QAccessibleInterface* shadows = QAccessible::queryAccessibleInterface(Handle("test_ranges.shadows"));
     EXPECT_EQ(shadows->text(QAccessible::Name), QStringLiteral("Shadows"));
     EXPECT_EQ(shadows->text(QAccessible::Value), QStringLiteral("position 0.300, softness 0.383"));
 }
 
 TEST_F(LevelsWinTest, TheLabelsAreInputAndOutput)
 {
-    EXPECT_EQ(win_->findChild<QLabel*>(QStringLiteral("levels_master.lvti"))->text(), QStringLiteral("Input"));
-    EXPECT_EQ(win_->findChild<QLabel*>(QStringLiteral("levels_master.lvto"))->text(), QStringLiteral("Output"));
+    EXPECT_EQ(win_->findChild<QLabel*>(QStringLiteral("test_levels.lvti"))->text(), QStringLiteral("Input"));
+    EXPECT_EQ(win_->findChild<QLabel*>(QStringLiteral("test_levels.lvto"))->text(), QStringLiteral("Output"));
 }
 
 TEST_F(LevelsWinTest, TheHistogramShowsTheSourceAndIsPaintedAnewWithAnotherFrame)
@@ -355,7 +355,7 @@ TEST_F(LevelsWinTest, AClickInThePlotPicksTheNearestLumaRangeHandleWithoutMoving
     const ScopeRect plot = range_.layout.plot;
     QTest::mouseClick(rangeWin_, Qt::LeftButton, Qt::NoModifier, QPoint(plot.right - 20, plot.top + 20));
     EXPECT_EQ(range_.active, static_cast<uint32_t>(lumaRangeHighlights));
-    EXPECT_TRUE(Handle("luma_range.highlights")->hasFocus());
+    EXPECT_TRUE(Handle("test_ranges.highlights")->hasFocus());
     EXPECT_EQ(Range().lumarange_highlightx, 0.7f);
     EXPECT_EQ(Steps(), 0u);
     QTest::mouseClick(rangeWin_, Qt::LeftButton, Qt::NoModifier, QPoint(plot.left + 20, plot.top + 20));
@@ -364,7 +364,7 @@ TEST_F(LevelsWinTest, AClickInThePlotPicksTheNearestLumaRangeHandleWithoutMoving
 
 TEST_F(LevelsWinTest, ArrowsMoveALumaRangeHandleBothWays)
 {
-    UIHandleWin* shadows = Handle("luma_range.shadows");
+    UIHandleWin* shadows = Handle("test_ranges.shadows");
     shadows->setFocus();
     QTest::keyClick(shadows, Qt::Key_Right);
     EXPECT_FLOAT_EQ(Range().lumarange_shadowx, 0.3f + 1.0f / 256);
@@ -375,7 +375,7 @@ TEST_F(LevelsWinTest, ArrowsMoveALumaRangeHandleBothWays)
     EXPECT_EQ(Steps(), 1u);
     EXPECT_EQ(Renders(), 3u);
     QTest::keyClick(shadows, Qt::Key_Return);
-    auto* edit = Value("luma_range.shadowx.value")->findChild<QLineEdit*>();
+    auto* edit = Value("test_ranges.shadowx.value")->findChild<QLineEdit*>();
     ASSERT_TRUE(edit->isVisible());
     QTest::keyClicks(edit, "0.9");
     QTest::keyClick(edit, Qt::Key_Return);
