@@ -3,11 +3,9 @@
 
 #include "src/platform/BPMemory.h"
 #include "src/support/TKCommands.h"
-#include "src/support/TKSwatch.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -146,11 +144,6 @@ HCurve* CurveOf(OCSettings* settings, TKSectionID section, int32_t* channel)
     if (section >= tkSectionCurveHue && section <= tkSectionCurveLightness)
         return &settings->hslCurve[section - tkSectionCurveHue];
     return nullptr;
-}
-
-template <size_t size> void CopyText(char (&destination)[size], const char* text)
-{
-    (void)std::snprintf(destination, size, "%s", text);
 }
 
 } // namespace
@@ -420,60 +413,6 @@ TKEffect TKCurveMenuSelect(TKSession* session, CurveVars* vars, uint32_t item)
     case tkCurveSave: DoMenuCommand(session, kCommandSaveCurves, nullptr); return {};
     }
     return {};
-}
-
-// --- Texts ------------------------------------------------------------------------------------------------------------
-
-void TKFormatCurveValue(int32_t format, float value, bool isHue, char* text, uint32_t length)
-{
-    if (length == 0) return;
-    const float finite = Number(value);
-    const float grey[3] = {finite, finite, finite};
-    if (format == tkColorHSL && isHue) {
-        const double turn = static_cast<double>(std::clamp(finite, 0.0f, 1.0f)) + 0.5; // red stands in the middle
-        const long degrees = std::lround((turn - std::floor(turn)) * 360.0) % 360;
-        (void)std::snprintf(text, length, "%ld\u00B0", degrees);
-        return;
-    }
-    const uint32_t row = format == tkColorHSL ? 2 : 0; // the lightness of a grey
-    (void)std::snprintf(text, length, "%s", TKFormatSwatchRow(grey, format, row).text);
-}
-
-TKCurveReadout TKCurveReadouts(const CurveVars& vars)
-{
-    TKCurveReadout readout = {};
-    if (TKCurveIsReadOnly(vars)) return readout;
-    TKPlotPoint place = {};
-    if (vars.hovering || vars.dragging) {
-        place = {vars.hoverX, vars.hoverY};
-    } else if (IsPoint(vars, vars.selectedPoint)) {
-        place = {vars.pointX[vars.selectedPoint], vars.pointY[vars.selectedPoint]};
-    } else {
-        return readout;
-    }
-    const int32_t format = vars.displayFormat ? *vars.displayFormat : int32_t{tkColorRGB8};
-    TKFormatCurveValue(format, place.x, vars.channel == kTKCurveHSLChannel, readout.input, sizeof readout.input);
-    TKFormatCurveValue(format, place.y, false, readout.output, sizeof readout.output);
-    return readout;
-}
-
-void TKCurveText(const CurveVars& vars, char* text, uint32_t length)
-{
-    if (length == 0) return;
-    char full[96];
-    const int32_t count = TKCurvePointCount(vars);
-    if (TKCurveIsReadOnly(vars)) {
-        CopyText(full, "Loaded table");
-    } else if (IsPoint(vars, vars.selectedPoint)) {
-        CurveVars still = vars; // the readouts of the point, wherever the mouse is
-        still.hovering = still.dragging = false;
-        const TKCurveReadout readout = TKCurveReadouts(still);
-        (void)std::snprintf(full, sizeof full, "Point %d of %d, Input %s, Output %s", vars.selectedPoint + 1, count,
-                            readout.input, readout.output);
-    } else {
-        (void)std::snprintf(full, sizeof full, "%d points", count);
-    }
-    (void)std::snprintf(text, length, "%s", full);
 }
 
 // --- From the record --------------------------------------------------------------------------------------------------

@@ -332,6 +332,8 @@ bool TKHueOffsetKey(TKSession* session, HueOffsetVars* vars, uint32_t virtualKey
     if (modifiers & (bpControlKey | bpAltKey)) return false;
     Point step = {0, 0};
     switch (virtualKey) {
+    case kTKKeyBack:
+    case kTKKeyDelete: (void)TKHueOffsetMenuSelect(session, vars, tkWheelReset); return true;
     case kTKKeyLeft: step.x = -1; break;
     case kTKKeyRight: step.x = 1; break;
     case kTKKeyUp: step.y = -1; break;

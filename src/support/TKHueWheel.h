@@ -98,7 +98,8 @@ TKEffect TKHueOffsetMove(TKSession* session, HueOffsetVars* vars, double x, doub
 TKEffect TKHueOffsetRelease(TKSession* session, HueOffsetVars* vars);
 
 /// The arrows move the handle by kTKWheelNudge of the radius, with shift by kTKWheelFineNudge. Pushes in a row are one
-/// undo step. Other keys, and arrows with control or alt, are not taken: false.
+/// undo step. Delete and Backspace reset the wheel as its menu does. Other keys, and all with control or alt, are not
+/// taken: false.
 bool TKHueOffsetKey(TKSession* session, HueOffsetVars* vars, uint32_t virtualKey, uint32_t modifiers);
 
 /// The 10 ms timer of the control. Renders a change that is due; ends a drag whose button is up though nobody said so.

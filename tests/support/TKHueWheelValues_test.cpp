@@ -147,6 +147,18 @@ TEST_F(TKHueWheelTest, ArrowsMoveTheHandleAndShiftFiner)
     EXPECT_EQ(Strength(), 0.0f);
 }
 
+TEST_F(TKHueWheelTest, DeleteAndBackspaceResetTheWheelAsAStepOfItsOwn)
+{
+    for (const uint32_t key : {kTKKeyDelete, kTKKeyBack}) {
+        Set(150, 0.5f);
+        const uint32_t steps = Steps();
+        EXPECT_TRUE(Key(key));
+        EXPECT_EQ(Angle(), 0.0f);
+        EXPECT_EQ(Strength(), 0.0f);
+        EXPECT_EQ(Steps(), steps + 1);
+    }
+}
+
 TEST_F(TKHueWheelTest, OtherKeysAndCommandKeysAreNotTaken)
 {
     EXPECT_FALSE(Key(kTKKeySpace));
