@@ -70,7 +70,6 @@ void TurnEverythingOn(OCSettings* settings)
         block->contrast = 5;
         block->gamma = 1.05f;
     }
-    settings->rgb.master.red.gamma = 1.1f;
 }
 
 void TurnPrimaryOn(OCSettings* settings)

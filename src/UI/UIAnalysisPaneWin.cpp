@@ -5,6 +5,7 @@
 #include "src/support/TKStartup.h"
 
 #include <QPainter>
+#include <QToolButton>
 
 namespace {
 
@@ -20,6 +21,8 @@ constexpr TabRow kTabs[kScopeTabCount] = {{"scope_combo", "Combo"},     {"scope_
                                           {"scope_overlay", "Over"},    {"scope_vectorscope", "Vector"},
                                           {"scope_histograms", "Hist"}, {"scope_tone_curve", "Tone"},
                                           {"scope_gallery", "Gallery"}};
+
+constexpr int kOptionsWidth = 22;
 
 class EmptyPage : public QWidget {
   public:
@@ -48,6 +51,18 @@ UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWid
     reference_ = new UIImagePaneWin(session, QStringLiteral("reference"), tkImageReference, this);
     gallery_ = new EmptyPage(this);
     gallery_->setObjectName(QStringLiteral("gallery"));
+    options_ = new QToolButton(this);
+    options_->setObjectName(QStringLiteral("scope_options"));
+    options_->setAccessibleName(QStringLiteral("Options of the displays"));
+    options_->setToolTip(QStringLiteral("Options of the displays"));
+    options_->setText(QStringLiteral("\u22EF"));
+    options_->setAutoRaise(true);
+    options_->setFocusPolicy(Qt::TabFocus);
+    options_->setPopupMode(QToolButton::InstantPopup);
+    options_->setMenu(new QMenu(options_));
+    options_->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
+    addOption("Probe", "probe", &TKViews::probeOn);
+    addOption("Ghost of Reference", "ghost", &TKViews::ghostOn);
     tabs_->select(qBound(0, session->views.analysisTab, kScopeTabCount - 1));
     session->views.analysisTab = tabs_->current();
     tabs_->onSelect = [this](int index) { tabSelected(index); };
@@ -78,20 +93,33 @@ void UIAnalysisPaneWin::showPage()
     scopes_->setVisible(tab != scopeTabReference && tab != scopeTabGallery);
 }
 
-void UIAnalysisPaneWin::fitTabs()
+void UIAnalysisPaneWin::addOption(const char* title, const char* name, bool TKViews::*option)
+{
+    QAction* action = options_->menu()->addAction(QString::fromLatin1(title));
+    action->setObjectName(QString::fromLatin1(name));
+    action->setCheckable(true);
+    connect(action, &QAction::toggled, this, [this, option](bool on) {
+        session_->views.*option = on;
+        RefreshDisplaysOnly(session_, false);
+    });
+}
+
+void UIAnalysisPaneWin::fitTabs(int room)
 {
     std::vector<QString> titles, cut;
     for (int32_t i = 0; i < kScopeTabCount; ++i) {
         titles.push_back(QString::fromLatin1(ScopeTabAt(i)->title));
         cut.push_back(QString::fromLatin1(kTabs[i].cut));
     }
-    tabs_->fitLabels(titles, cut, width());
+    tabs_->fitLabels(titles, cut, room);
 }
 
 void UIAnalysisPaneWin::resizeEvent(QResizeEvent*)
 {
-    tabs_->setGeometry(0, 0, width(), UIHorizTabWin::kHeight);
-    fitTabs();
+    const int room = qMax(0, width() - kOptionsWidth);
+    tabs_->setGeometry(0, 0, room, UIHorizTabWin::kHeight);
+    options_->setGeometry(room, 2, kOptionsWidth, UIHorizTabWin::kHeight - 4);
+    fitTabs(room);
     const QRect page(0, UIHorizTabWin::kHeight, width(), qMax(0, height() - UIHorizTabWin::kHeight));
     scopes_->setGeometry(page);
     reference_->setGeometry(page);

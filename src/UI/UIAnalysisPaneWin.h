@@ -5,6 +5,8 @@
 #include "src/UI/UIImagePaneWin.h"
 #include "src/UI/UIScopeViewWin.h"
 
+class QToolButton;
+
 class UIAnalysisPaneWin : public QWidget {
   public:
     UIAnalysisPaneWin(TKSession* session, QWidget* parent);
@@ -20,11 +22,13 @@ class UIAnalysisPaneWin : public QWidget {
   private:
     void tabSelected(int index);
     void showPage();
-    void fitTabs();
+    void fitTabs(int room);
+    void addOption(const char* title, const char* name, bool TKViews::*option);
 
     TKSession* session_;
     UIHorizTabWin* tabs_;
     UIScopeViewWin* scopes_;
     UIImagePaneWin* reference_;
     QWidget* gallery_;
+    QToolButton* options_;
 };

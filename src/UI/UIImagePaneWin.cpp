@@ -173,6 +173,27 @@ void UIImagePaneWin::paintSplit(QPainter& painter, const ImagePaneVars& pane)
     }
 }
 
+void UIImagePaneWin::paintProbe(QPainter& painter, const ImagePaneVars& pane)
+{
+    char words[192];
+    TKProbeText(TKReadProbe(session_), words, sizeof words);
+    if (words[0] == 0 || fixedMode_ >= 0) return;
+    const UIDeviceArea area = UIDeviceAreaOf(this);
+    QFont face = font();
+    face.setPixelSize(qRound(11 * area.ratio));
+    painter.setFont(face);
+    const QString text = QString::fromLatin1(words);
+    const int gap = qRound(6 * area.ratio);
+    const QFontMetrics metrics(face);
+    const int wide = qMin(metrics.horizontalAdvance(text) + 2 * gap, pane.imageRect.width);
+    const QRect box(pane.imageRect.x + (pane.imageRect.width - wide) / 2,
+                    pane.imageRect.y + pane.imageRect.height - metrics.height() - 2 * gap, wide,
+                    metrics.height() + gap);
+    painter.fillRect(box, QColor(0, 0, 0, 190));
+    painter.setPen(QColor(235, 235, 235));
+    painter.drawText(box, Qt::AlignCenter, metrics.elidedText(text, Qt::ElideRight, wide - gap));
+}
+
 void UIImagePaneWin::paintEvent(QPaintEvent*)
 {
     const UIShades& shades = UIShadesNow();
@@ -194,6 +215,7 @@ void UIImagePaneWin::paintEvent(QPaintEvent*)
     FillAround(painter, whole.adjusted(-1, -1, 1, 1), picture, shades.window);
     painter.drawImage(picture.topLeft(), words_);
     if (pane.canSplit) paintSplit(painter, pane);
+    if (session_->views.probeOn) paintProbe(painter, pane);
 }
 
 void UIImagePaneWin::resizeEvent(QResizeEvent*)
@@ -246,6 +268,9 @@ void UIImagePaneWin::mouseMoveEvent(QMouseEvent* event)
     pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
     carryOut(TKPaneMove(&ready(), pointer_.x(), pointer_.y(), TKModifiersOf(event->modifiers())));
     showCursor(event->modifiers());
+    if (fixedMode_ >= 0) return;
+    const TKPicturePoint point = TKPicturePointQuietly(ready(), pointer_.x(), pointer_.y());
+    TKMoveProbe(session_, TKIsOverPicture(ready(), pointer_.x(), pointer_.y()), point.x, point.y);
 }
 
 void UIImagePaneWin::mouseReleaseEvent(QMouseEvent* event)
@@ -298,6 +323,7 @@ void UIImagePaneWin::enterEvent(QEnterEvent* event)
 void UIImagePaneWin::leaveEvent(QEvent*)
 {
     qApp->removeEventFilter(this);
+    if (fixedMode_ < 0) TKMoveProbe(session_, false, 0, 0);
     if (hoveredEnd_ == 0) return;
     hoveredEnd_ = 0;
     update();

@@ -40,6 +40,7 @@ class UIImagePaneWin : public QWidget {
     void carryOut(const TKPaneEffect& effect);
     void makeWords(const ImagePaneVars& pane);
     void paintSplit(QPainter& painter, const ImagePaneVars& pane);
+    void paintProbe(QPainter& painter, const ImagePaneVars& pane);
     void showCursor(Qt::KeyboardModifiers modifiers);
 
     TKSession* session_;

@@ -67,6 +67,27 @@ void UIScopeViewWin::paintEvent(QPaintEvent*)
                      static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t));
     UIEnterDevicePixels(&painter, UIDeviceAreaOf(this));
     painter.drawImage(QPoint(0, 0), words_);
+    if (session_->views.probeOn) paintProbe(painter);
+}
+
+void UIScopeViewWin::paintProbe(QPainter& painter)
+{
+    const TKProbeReading reading = TKReadProbe(session_);
+    if (!reading.valid) return;
+    ScopeProbeMark marks[kScopePaneMarkLimit];
+    const int32_t count = ScopeFindProbes(surface_.width, surface_.height, TKSelectionOf(session_), reading.pixel,
+                                          TKScopeContextOf(session_), marks);
+    const qreal ratio = devicePixelRatioF();
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const bool isRim : {true, false}) {
+        painter.setPen(QPen(isRim ? QColor(0, 0, 0, 200) : QColor(255, 208, 32), (isRim ? 3.2 : 1.4) * ratio,
+                            Qt::SolidLine, Qt::RoundCap));
+        for (int32_t i = 0; i < count; ++i) {
+            const QPointF place(marks[i].x + 0.5, marks[i].y + 0.5);
+            for (const QPointF& arm : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)})
+                painter.drawLine(place + arm * 3 * ratio, place + arm * 8 * ratio);
+        }
+    }
 }
 
 void UIScopeViewWin::showEvent(QShowEvent*)

@@ -30,6 +30,7 @@ class UIScopeViewWin : public QWidget {
     void fitSurface();
     void openMenu(QPoint point, QPoint globalPosition);
     void carryOut(const ScopeSelection& selection, const TKAnalysisEffect& effect);
+    void paintProbe(QPainter& painter);
 
     TKSession* session_;
     ScopeSurface surface_ = {};

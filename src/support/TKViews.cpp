@@ -154,12 +154,22 @@ const ScopeSurface* TKSurfaceOfMode(const TKSession* session, int32_t mode)
     return surface && surface->pixels ? surface : nullptr;
 }
 
+void TKDrawDisplays(TKSession* session, ScopeSurface* target, const ScopeSelection& selection)
+{
+    const ScopePictures pictures = TKScopePicturesOf(session);
+    const ScopeContext context = TKScopeContextOf(session);
+    DrawAnalysisPane(target, selection, pictures, context);
+    const ScopeSurface* seen = ScopePictureOf(selection, pictures);
+    if (session->views.ghostOn && seen && seen != pictures.reference)
+        DrawScopeGhost(target, selection, pictures.reference, context);
+}
+
 bool TKDrawStaleAnalysis(TKSession* session)
 {
     TKViews& views = session->views;
     if (!views.analysisIsStale || !views.analysisPort || !views.analysisPort->pixels) return false;
     views.analysisIsStale = false;
-    DrawAnalysisPane(views.analysisPort, TKSelectionOf(session), TKScopePicturesOf(session), TKScopeContextOf(session));
+    TKDrawDisplays(session, views.analysisPort, TKSelectionOf(session));
     return true;
 }
 

@@ -4,7 +4,7 @@
 // Pictures are composed into the session's surfaces here; windows only show them. Thread of everything here: main.
 #pragma once
 
-#include "src/TincturaUIDispCombo.h"
+#include "src/TincturaUIDispProbe.h"
 #include "src/TincturaUIDispSplit.h"
 
 struct TKSession;
@@ -40,6 +40,9 @@ struct TKViews {
     ScopeSplitLine split;
     ScopeSurface referenceSurface;        ///< the reference image, of the source's size; empty without one
     bool previewBuilding, previewPlaying; ///< rapid preview; the displays then have no picture
+    bool probeOn, ghostOn;                ///< options of the displays, off at the start
+    bool probeHasPixel;                   ///< the pointer is over a picture
+    int32_t probeX, probeY;               ///< its pixel
     const ScopeLetters* letters;          ///< of the window system, or null
     ScopeSurface* analysisPort;           ///< what the analysis pane draws into; null while it is not seen
     bool analysisIsStale;                 ///< the port is older than what it should show
@@ -59,6 +62,26 @@ ScopePictures TKScopePicturesOf(const TKSession* session);
 
 /// The surface of an image mode; null when there is none.
 const ScopeSurface* TKSurfaceOfMode(const TKSession* session, int32_t mode);
+
+/// Draws displays of any selection: the picture in view, and with the option the ghost of the reference behind it.
+void TKDrawDisplays(TKSession* session, ScopeSurface* target, const ScopeSelection& selection);
+
+/// The pixel under the pointer, or none; what shows the probe follows. Nothing happens while the probe is off.
+void TKMoveProbe(TKSession* session, bool hasPixel, int32_t x, int32_t y);
+
+/// What the probe tells of its pixel.
+struct TKProbeReading {
+    bool valid;
+    int32_t x, y;
+    ScopeProbe pixel; ///< of the picture in view
+    float rgb[3];     ///< of the frame, where one is behind that picture; else of the surface
+    double level;     ///< luma in IRE, or in millivolts where the preferences say so
+    bool inMillivolts;
+};
+TKProbeReading TKReadProbe(const TKSession* session);
+
+/// The same in words: place, 8 bits, 10 bits, float, level. Empty without a pixel.
+void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length);
 
 /// Draws what the analysis pane shows into its port: erased first, then by the selection. With `force` at once, and the
 /// window shows it before this returns; otherwise the port is marked, and drawn with the next paint. Panes of their own

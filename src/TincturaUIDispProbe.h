@@ -1,0 +1,32 @@
+// The probe and the ghost of the displays: where one pixel of the picture lies in them, and another picture's trace behind
+// the live one. Both come after a display was drawn; without them nothing of it changes.
+#pragma once
+
+#include "src/TincturaUIDispCombo.h"
+
+/// A pixel of the picture in view.
+struct ScopeProbe {
+    double across;            ///< of the picture's width, 0 to 1
+    uint8_t red, green, blue; ///< as the surface holds it
+};
+
+struct ScopeProbeMark {
+    int32_t x, y;
+};
+inline constexpr int32_t kScopeProbeMarkLimit = 16;
+
+/// The places of a pixel's trace in a display drawn into `rect`: one a waveform or a channel of it, one in the
+/// vectorscope, one a row of the histograms; none in the tone curve. Returns their number, at most kScopeProbeMarkLimit.
+/// Found by drawing a picture of that one colour, so that every setting of the display counts.
+int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
+                       ScopeProbeMark marks[kScopeProbeMarkLimit]);
+
+/// The same for everything that an analysis pane of this size shows.
+inline constexpr int32_t kScopePaneMarkLimit = kScopeQuadrantCount * kScopeProbeMarkLimit;
+int32_t ScopeFindProbes(uint32_t width, uint32_t height, const ScopeSelection& selection, const ScopeProbe& probe,
+                        const ScopeContext& context, ScopeProbeMark marks[kScopePaneMarkLimit]);
+
+/// Lays another picture's displays, dimmed, behind what the target holds: brighter pixels stay. Nothing happens without
+/// a picture or without memory.
+void DrawScopeGhost(ScopeSurface* target, const ScopeSelection& selection, const ScopeSurface* picture,
+                    const ScopeContext& context);

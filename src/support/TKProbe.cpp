@@ -1,0 +1,94 @@
+// The probe: which pixel is under the pointer, and what it measures.
+#include "src/support/TKSession.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+/// What red and blue weigh in luma; green weighs the rest.
+struct LumaWeights {
+    double red, blue;
+};
+constexpr LumaWeights kLumaWeights[kOCMatrixCount] = {{0.299, 0.114}, {0.2126, 0.0722}, {0.212, 0.087}};
+constexpr double kSetupIRE = 7.5;
+constexpr double kMillivoltsNTSC = 100 / 14.0, kMillivolts = 7; // of one IRE
+constexpr int32_t kNTSC = 1;
+
+double LevelOf(const TKPreferences& prefs, const ScopeProbe& pixel)
+{
+    const LumaWeights& weights = kLumaWeights[ScopeMatrix(prefs.videoSystem)];
+    const double luma =
+        weights.red * pixel.red + (1 - weights.red - weights.blue) * pixel.green + weights.blue * pixel.blue;
+    const double range = prefs.videoWhiteLevel - static_cast<double>(prefs.videoBlackLevel);
+    if (range <= 0) return 0;
+    const double setup = static_cast<int32_t>(prefs.videoBlackSetupPresent) > 0 ? kSetupIRE : 0;
+    const double level = setup + (luma - prefs.videoBlackLevel) / range * (100 - setup);
+    if (prefs.wfmUnitsMV == 0) return level;
+    return level * (ScopeVideoSystem(prefs.videoSystem) == kNTSC ? kMillivoltsNTSC : kMillivolts);
+}
+
+const FBFrame* FrameBehind(const TKSession* session, const ScopeSurface* seen)
+{
+    const FBFrame* frame = seen == &session->resultSurface   ? session->resultFrame
+                           : seen == &session->sourceSurface ? session->sourceFrame
+                                                             : nullptr;
+    return frame && frame->width == seen->width && frame->height == seen->height ? frame : nullptr;
+}
+
+int TenBits(uint8_t value)
+{
+    return (value * 1023 + 127) / 255;
+}
+
+} // namespace
+
+void TKMoveProbe(TKSession* session, bool hasPixel, int32_t x, int32_t y)
+{
+    TKViews& views = session->views;
+    if (!views.probeOn) return;
+    if (views.probeHasPixel == hasPixel && views.probeX == x && views.probeY == y) return;
+    views.probeHasPixel = hasPixel;
+    views.probeX = x;
+    views.probeY = y;
+    TK_UI(session, showAnalysis, false);
+    TK_UI(session, repaintPicture, false);
+}
+
+TKProbeReading TKReadProbe(const TKSession* session)
+{
+    const TKViews& views = session->views;
+    const ScopeSurface* seen = ScopePictureOf(TKSelectionOf(session), TKScopePicturesOf(session));
+    TKProbeReading reading = {};
+    if (!views.probeOn || !views.probeHasPixel || !seen || views.probeX < 0 || views.probeY < 0) return reading;
+    if (static_cast<uint32_t>(views.probeX) >= seen->width || static_cast<uint32_t>(views.probeY) >= seen->height)
+        return reading;
+    reading.valid = true;
+    reading.x = views.probeX;
+    reading.y = views.probeY;
+    const uint8_t* pixel = seen->pixels + static_cast<size_t>(reading.y) * seen->rowBytes +
+                           static_cast<size_t>(reading.x) * 4; // alpha, red, green, blue
+    reading.pixel = {.across = (reading.x + 0.5) / seen->width, .red = pixel[1], .green = pixel[2], .blue = pixel[3]};
+    for (int i = 0; i < 3; ++i) reading.rgb[i] = static_cast<float>(pixel[i + 1]) / 255.0f;
+    if (const FBFrame* frame = FrameBehind(session, seen)) {
+        float rgba[4] = {};
+        FBGetPixelFloat(frame, reading.x, reading.y, rgba);
+        std::copy_n(rgba, 3, reading.rgb);
+    }
+    reading.level = LevelOf(session->prefs, reading.pixel);
+    reading.inMillivolts = session->prefs.wfmUnitsMV != 0;
+    return reading;
+}
+
+void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length)
+{
+    if (length == 0) return;
+    text[0] = 0;
+    if (!reading.valid) return;
+    const ScopeProbe& pixel = reading.pixel;
+    std::snprintf(text, length, "%d, %d   8-bit %d %d %d   10-bit %d %d %d   %.4f %.4f %.4f   %.1f %s",
+                  static_cast<int>(reading.x), static_cast<int>(reading.y), pixel.red, pixel.green, pixel.blue,
+                  TenBits(pixel.red), TenBits(pixel.green), TenBits(pixel.blue), static_cast<double>(reading.rgb[0]),
+                  static_cast<double>(reading.rgb[1]), static_cast<double>(reading.rgb[2]), reading.level,
+                  reading.inMillivolts ? "mV" : "IRE");
+}
