@@ -181,6 +181,7 @@ struct TKSession {
     uint32_t abortScan;  ///< tells it to stop; likewise
     uint32_t pendingCursor, currentCursor;
     uint64_t tickCount; ///< since the last attach
+    bool inTick;        ///< a tick runs; another one, out of a box that it shows, does nothing
     BPStatus startupError;
 };
 

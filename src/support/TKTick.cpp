@@ -88,7 +88,11 @@ constexpr TickStep kSteps[] = {AttachStep,   LostHostStep, FirstTickStep,    Dra
 
 void TKTick(TKSession* session)
 {
+    // A box that a step shows waits in an event loop, in which the timer goes on. What the step was about is half done.
+    if (session->inTick) return;
+    session->inTick = true;
     ++session->tickCount;
     for (const TickStep step : kSteps)
-        if (!step(session)) return;
+        if (!step(session)) break;
+    session->inTick = false;
 }

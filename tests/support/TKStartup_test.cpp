@@ -326,6 +326,27 @@ TEST_F(TKStartupTest, ATickDoesItsWorkInItsOrder)
     EXPECT_EQ(windows_.positionText, "00:00:00:01");
 }
 
+TEST_F(TKStartupTest, ATickOutOfABoxOfATickDoesNothing)
+{
+    ASSERT_EQ(StartUp(), tkStartRun);
+    static TKSession* session;
+    static std::vector<uint64_t> counts;
+    session = session_;
+    counts.clear();
+    gBPFake.onCall = [](void*, BPFakeOp op) {
+        if (op != bpFakeAlert) return;
+        for (int i = 0; i < 3; ++i) TKTick(session); // the timer, while the box stands there
+        counts.push_back(session->tickCount);
+    };
+    const uint64_t before = session_->tickCount;
+    gBPFake.blocks.erase(kTKCommBlockName);
+    TKTick(session_); // tells that the host took its block back
+    gBPFake.onCall = nullptr;
+    EXPECT_EQ(counts, std::vector<uint64_t>{before + 1});
+    TKTick(session_); // and ticks go on afterwards
+    EXPECT_EQ(session_->tickCount, before + 2);
+}
+
 TEST_F(TKStartupTest, ThePendingCursorIsSetOnce)
 {
     ASSERT_EQ(StartUp(), tkStartRun);
