@@ -277,7 +277,8 @@ void UIHueOffsetWin::mouseDoubleClickEvent(QMouseEvent* event)
 void UIHueOffsetWin::contextMenuEvent(QContextMenuEvent* event)
 {
     const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-    if (!byKey && !TKHueOffsetHit(*vars_, event->x(), event->y())) {
+    const bool isInRows = event->y() >= vars_->wheelRect.top && event->y() < vars_->wheelRect.bottom;
+    if (!byKey && !isInRows) {
         event->ignore();
         return;
     }

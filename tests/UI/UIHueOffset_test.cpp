@@ -166,12 +166,13 @@ TEST_F(UIHueOffsetTest, KeysMoveTheHandleAndAreAnnounced)
     EXPECT_TRUE(access->text(QAccessible::Value).endsWith(QStringLiteral("Strength 0.03")));
 }
 
-TEST_F(UIHueOffsetTest, TheRightButtonOpensMenu201InTheWheelOnly)
+TEST_F(UIHueOffsetTest, TheRightButtonOpensMenu201InTheWheelsRowsOnly)
 {
     Down(QPoint(37, 0));
     Up(QPoint(37, 0));
     EXPECT_EQ(OpenMenu(QContextMenuEvent::Mouse, QPoint(5, 5)), nullptr);
-    QMenu* menu = OpenMenu(QContextMenuEvent::Mouse, centre_);
+    EXPECT_EQ(OpenMenu(QContextMenuEvent::Mouse, QPoint(5, wheel_->height() - 5)), nullptr);
+    QMenu* menu = OpenMenu(QContextMenuEvent::Mouse, QPoint(1, centre_.y())); // beside the circle
     ASSERT_TRUE(menu);
     ASSERT_EQ(menu->actions().size(), 2);
     EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Reset Hue Wheel"));
