@@ -1,7 +1,9 @@
 // The layout report.
 #include "src/UI/LayoutReportWin.h"
 
+#include "src/UI/UICurveWin.h"
 #include "src/UI/UIHorizTabWin.h"
+#include "src/UI/UIHueOffsetWin.h"
 #include "src/UI/UISliderWin.h"
 #include "src/UI/UITransportWin.h"
 #include "src/platform/BPFiles.h"
@@ -36,6 +38,10 @@ void WriteParts(QTextStream& out, const QWidget* widget)
             if (!tabs->switchRect(i).isEmpty())
                 WriteLine(out, widget, tabs->tabName(i) + QStringLiteral(".switch"), tabs->switchRect(i));
         }
+    } else if (const auto* wheel = dynamic_cast<const UIHueOffsetWin*>(widget)) {
+        WriteLine(out, widget, widget->objectName() + QStringLiteral(".wheel"), wheel->wheelRect());
+    } else if (const auto* curve = dynamic_cast<const UICurveWin*>(widget)) {
+        WriteLine(out, widget, widget->objectName() + QStringLiteral(".plot"), curve->plotRect());
     } else if (const auto* transport = dynamic_cast<const UITransportWin*>(widget)) {
         for (int part = 0; part < UITransportWin::kPartCount; ++part)
             WriteLine(out, widget, UITransportWin::partName(part), transport->partRect(part));

@@ -7,7 +7,7 @@
 inline constexpr int kTKAreaEdge = 8;
 inline constexpr int kTKSampleWidth = kTKColorSampleWidth;
 inline constexpr int kTKMatchNarrowWidth = 196, kTKMatchHighHeight = 72; ///< of the row in two lines
-inline constexpr int kTKMatchWideWidth = 412, kTKMatchLowHeight = 42;    ///< in one line
+inline constexpr int kTKMatchWideWidth = 414, kTKMatchLowHeight = 42;    ///< in one line
 
 struct TKToolAreaLayout {
     TKPlace page, sample;

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int kEdge = kTKAreaEdge;
+constexpr int kBarTop = 3;
 constexpr int kBarGap = 6;    // between the rows of tabs
 constexpr int kInnerGap = 14; // between the rows of tabs that stand side by side
 
@@ -35,6 +36,10 @@ UITab TabOf(const TKTabRow& row)
 } // namespace
 
 static_assert(kTKNoSwitch == kUINoSwitch);
+static_assert(kTKMatchWideWidth == UIMatchColorWin::kOneLineWidth &&
+              kTKMatchLowHeight == UIMatchColorWin::kOneLineHeight);
+static_assert(kTKMatchNarrowWidth == UIMatchColorWin::kLeastWidth &&
+              kTKMatchHighHeight == UIMatchColorWin::kTwoLineHeight);
 
 ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) : QWidget(parent), session_(session)
 {
@@ -157,20 +162,23 @@ void ToolAreaWin::picturesChanged()
 
 void ToolAreaWin::layOut()
 {
-    const int room = width() - 2 * kEdge;
-    top_.bar->setGeometry(kEdge, 3, qMin(room, top_.bar->equalWidth()), UIHorizTabWin::kHeight);
-    int x = kEdge, y = 3;
     const Node* node = &top_.children[static_cast<size_t>(top_.bar->current())];
-    if (!node->page) y += UIHorizTabWin::kHeight + kBarGap;
-    for (; !node->page; node = &node->children[static_cast<size_t>(node->bar->current())]) {
-        node->bar->setGeometry(x, y, qMin(kEdge + room - x, node->bar->equalWidth()), UIHorizTabWin::kHeight);
-        x += node->bar->width() + kInnerGap;
-    }
+    const int inner = kBarTop + UIHorizTabWin::kHeight + kBarGap; // of the rows inside the first
+    const int tabsBottom = node->page ? inner - kBarGap : inner + UIHorizTabWin::kHeight;
+    UIMatchColorWin* match = shownMatch();
     const TKToolAreaLayout places =
-        TKLayOutToolArea(width(), height(), y + UIHorizTabWin::kHeight, node->page->page(), shownMatch() != nullptr);
-    node->page->setGeometry(ToRect(places.page));
+        TKLayOutToolArea(width(), height(), tabsBottom, shownPage()->page(), match != nullptr);
+    shownPage()->setGeometry(ToRect(places.page));
     sampleWindow_->setGeometry(ToRect(places.sample));
-    if (UIMatchColorWin* match = shownMatch()) match->setGeometry(ToRect(places.match));
+    if (match) match->setGeometry(ToRect(places.match));
+    const int right = places.sample.x - kBarGap;
+    const auto place = [right](UIHorizTabWin* bar, int x, int y) {
+        bar->setGeometry(x, y, qMin(right - x, bar->equalWidth()), UIHorizTabWin::kHeight);
+        return x + bar->width() + kInnerGap;
+    };
+    place(top_.bar, kEdge, kBarTop);
+    for (int x = kEdge; !node->page; node = &node->children[static_cast<size_t>(node->bar->current())])
+        x = place(node->bar, x, inner);
 }
 
 void ToolAreaWin::paintEvent(QPaintEvent*)

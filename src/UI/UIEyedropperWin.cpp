@@ -91,4 +91,11 @@ void UIEyedropperWin::paintEvent(QPaintEvent*)
                          : isEnabled() ? shades.text
                                        : palette().color(QPalette::Disabled, QPalette::WindowText);
     DrawPipette(&painter, QRectF(rect()).center() + QPointF(0.7, -0.7), color);
+    // The points of the curves are told apart by what they make of a colour.
+    const uint32_t point = eyedropper_->cursor - kTKCursorBlackPoint;
+    constexpr Qt::GlobalColor kPoints[] = {Qt::black, Qt::gray, Qt::white};
+    if (point >= std::size(kPoints)) return;
+    painter.setPen(QPen(shades.dimText, 1));
+    painter.setBrush(kPoints[point]);
+    painter.drawRect(QRectF(width() - 9.5, height() - 9.5, 6, 6));
 }

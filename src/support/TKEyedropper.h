@@ -19,6 +19,7 @@ using TKEyedropperProc = void (*)(TKSession* session, TKEyedropper* eyedropper, 
 
 enum : uint32_t {
     kTKCursorPick = 500,
+    kTKCursorBlackPoint = 501, ///< the next two: gray, white
     kTKCursorPickShift = 513,
     kTKCursorPickControl = 514,
     kTKCursorPickBoth = 515,
