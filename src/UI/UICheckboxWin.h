@@ -1,7 +1,7 @@
 // The checkbox's window.
 #pragma once
 
-#include "src/UI/UIViewWin.h"
+#include "src/UI/UIBoundViewWin.h"
 
 #include <QCheckBox>
 
@@ -23,5 +23,5 @@ class UICheckboxWin : public QCheckBox {
   private:
     TKSession* session_;
     const TKCheckbox* checkbox_;
-    UIView view_;
+    UIBoundView view_;
 };

@@ -33,5 +33,5 @@ class UIColorSampleWin : public QWidget {
     UISwatchWin* source_;
     UISwatchWin* result_;
     UIListWin* format_;
-    UIView view_;
+    UIBoundView view_;
 };

@@ -1,7 +1,7 @@
 // The eyedropper's window: a button that shows whether it is picking.
 #pragma once
 
-#include "src/UI/UIViewWin.h"
+#include "src/UI/UIBoundViewWin.h"
 #include "src/support/TKEyedropper.h"
 
 #include <QAbstractButton>
@@ -23,5 +23,5 @@ class UIEyedropperWin : public QAbstractButton {
     TKSession* session_;
     TKEyedropper* eyedropper_;
     Qt::KeyboardModifiers modifiers_ = Qt::NoModifier; ///< of the event that clicks
-    UIView view_;
+    UIBoundView view_;
 };

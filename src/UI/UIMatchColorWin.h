@@ -33,5 +33,5 @@ class UIMatchColorWin : public QWidget {
     UISwatchWin *source_, *target_;
     UIListWin* method_;
     QPushButton* button_;
-    UIView view_;
+    UIBoundView view_;
 };

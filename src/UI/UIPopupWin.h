@@ -1,7 +1,7 @@
 // Popups: a label with a drop-down list under it, bound to a word of the record; and the list alone.
 #pragma once
 
-#include "src/UI/UIViewWin.h"
+#include "src/UI/UIBoundViewWin.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -36,5 +36,5 @@ class UIPopupWin : public QWidget {
     const TKPopup* popup_;
     QLabel* label_;
     UIListWin* list_;
-    UIView view_;
+    UIBoundView view_;
 };

@@ -7,18 +7,18 @@
 #include <QWidget>
 
 /// Enters a window into the session's table of views for as long as both live. The session outlives it.
-class UIView {
+class UIBoundView {
   public:
-    UIView(TKSession* session, void* window, void (*show)(void* window)) : session_(session), view_{show, window}
+    UIBoundView(TKSession* session, void* window, void (*show)(void* window)) : session_(session), view_{show, window}
     {
         registered_ = TKRegisterView(session, &view_) == bpNoErr;
     }
-    ~UIView()
+    ~UIBoundView()
     {
         if (registered_) TKForgetView(session_, &view_);
     }
-    UIView(const UIView&) = delete;
-    UIView& operator=(const UIView&) = delete;
+    UIBoundView(const UIBoundView&) = delete;
+    UIBoundView& operator=(const UIBoundView&) = delete;
 
   private:
     TKSession* session_;

@@ -1,5 +1,5 @@
 // Tool tips of controls.
-#include "src/UI/UIViewWin.h"
+#include "src/UI/UIBoundViewWin.h"
 
 void AttachToolTip(QWidget* control, uint32_t base, uint32_t index)
 {
