@@ -282,7 +282,7 @@ class Desktop:
         self.drag((x, y), (track.x + round((track.width - 1) * percent / 100), y), steps)
 
     def type(self, text):
-        self.hand("type", "--delay", "40", text)
+        self.hand("type", "--delay", "40", "--", text)
 
     def key(self, *names):
         for name in names:
