@@ -203,6 +203,7 @@ void UIHorizTabWin::mousePressEvent(QMouseEvent* event)
 
 void UIHorizTabWin::mouseReleaseEvent(QMouseEvent* event)
 {
+    if (event->button() != Qt::LeftButton) return;
     const int index = pressedSwitch_;
     pressedSwitch_ = -1;
     if (index < 0) return;

@@ -278,7 +278,7 @@ TKPaneEffect TKZoomPane(ImagePaneVars* pane, bool closer, int32_t x, int32_t y)
 
 TKPaneEffect TKPaneWheel(ImagePaneVars* pane, int32_t x, int32_t y, int32_t delta)
 {
-    if (!pane->canZoom) return {};
+    if (!pane->canZoom || delta == 0) return {};
     if ((delta > 0) != (pane->wheelRest > 0)) pane->wheelRest = 0;
     const int64_t turned = int64_t{pane->wheelRest} + delta;
     const int64_t notches = turned / kNotch;
@@ -296,6 +296,7 @@ TKPaneEffect TKPanePress(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton
         pane->mouseProc(pane, point.x, point.y, button, modifiers);
     }
     if (pane->dragging || pane->panning) return {}; // a second button
+    pane->heldButton = button;
     const bool pans = button == tkButtonMiddle || (button == tkButtonLeft && !pane->canZoom && !pane->pickTarget);
     if (button == tkButtonLeft && pane->pickTarget && pane->canSample) {
         pane->dragging = true;
@@ -332,8 +333,9 @@ TKPaneEffect TKPaneMove(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t)
     return pane->pickTarget ? Sample(*pane, x, y) : TKPaneEffect{};
 }
 
-TKPaneEffect TKPaneRelease(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t modifiers)
+TKPaneEffect TKPaneRelease(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton button, uint32_t modifiers)
 {
+    if ((pane->dragging || pane->panning) && button != pane->heldButton) return {};
     TKPaneEffect effect = TKPaneMove(pane, x, y, modifiers);
     if (pane->dragging && pane->grabbedEnd == 0 && pane->pickTarget) effect.pickEnded = true;
     effect.handled |= pane->dragging || pane->panning;

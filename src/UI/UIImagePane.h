@@ -52,6 +52,7 @@ struct ImagePaneVars {
     float aspect;          ///< width of a pixel over its height
     bool dragging;         ///< a pick or a split end
     bool panning;
+    TKPaneButton heldButton; ///< that began it; the release of another one ends nothing
     bool canZoom, canSample, canSplit;
     ScopeSplitLine split;
     int32_t grabbedEnd;         ///< 1 or 2 while an end is dragged, or 0
@@ -116,7 +117,7 @@ TKPaneEffect TKZoomPane(ImagePaneVars* pane, bool closer, int32_t x, int32_t y);
 TKPaneEffect TKPaneWheel(ImagePaneVars* pane, int32_t x, int32_t y, int32_t delta);
 TKPaneEffect TKPanePress(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton button, uint32_t modifiers);
 TKPaneEffect TKPaneMove(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t modifiers);
-TKPaneEffect TKPaneRelease(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t modifiers);
+TKPaneEffect TKPaneRelease(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton button, uint32_t modifiers);
 /// The grab was taken away: what was dragged stays where it is, a pick stays open.
 void TKPaneLoseGrab(ImagePaneVars* pane);
 

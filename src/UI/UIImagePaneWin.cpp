@@ -276,7 +276,8 @@ void UIImagePaneWin::mouseMoveEvent(QMouseEvent* event)
 void UIImagePaneWin::mouseReleaseEvent(QMouseEvent* event)
 {
     pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
-    carryOut(TKPaneRelease(&ready(), pointer_.x(), pointer_.y(), TKModifiersOf(event->modifiers())));
+    carryOut(TKPaneRelease(&ready(), pointer_.x(), pointer_.y(), ButtonOf(event->button()),
+                           TKModifiersOf(event->modifiers())));
     showCursor(event->modifiers());
     update();
 }
@@ -309,8 +310,9 @@ void UIImagePaneWin::keyPressEvent(QKeyEvent* event)
         QWidget::keyPressEvent(event);
         return;
     }
+    if (pane.dragging || pane.panning) return; // the mouse holds the picture
     (void)TKPanePress(&pane, middle.x(), middle.y(), tkButtonMiddle, 0);
-    carryOut(TKPaneRelease(&pane, middle.x() + move.x(), middle.y() + move.y(), 0));
+    carryOut(TKPaneRelease(&pane, middle.x() + move.x(), middle.y() + move.y(), tkButtonMiddle, 0));
 }
 
 void UIImagePaneWin::enterEvent(QEnterEvent* event)

@@ -175,6 +175,7 @@ void UITransportWin::mouseMoveEvent(QMouseEvent* event)
 
 void UITransportWin::mouseReleaseEvent(QMouseEvent* event)
 {
+    if (event->button() != Qt::LeftButton) return;
     const int part = pressed_;
     pressed_ = -1;
     scrubbing_ = false;

@@ -123,8 +123,9 @@ void UIViewAreaWin::mouseMoveEvent(QMouseEvent* event)
     update();
 }
 
-void UIViewAreaWin::mouseReleaseEvent(QMouseEvent*)
+void UIViewAreaWin::mouseReleaseEvent(QMouseEvent* event)
 {
+    if (event->button() != Qt::LeftButton) return;
     grab_ = -1;
     update();
 }

@@ -46,11 +46,11 @@ int TenBits(uint8_t value)
 void TKMoveProbe(TKSession* session, bool hasPixel, int32_t x, int32_t y)
 {
     TKViews& views = session->views;
-    if (!views.probeOn) return;
-    if (views.probeHasPixel == hasPixel && views.probeX == x && views.probeY == y) return;
-    views.probeHasPixel = hasPixel;
+    const bool isSame = views.probeHasPixel == hasPixel && views.probeX == x && views.probeY == y;
+    views.probeHasPixel = hasPixel; // kept while the probe is off: switched on, it begins where the pointer is
     views.probeX = x;
     views.probeY = y;
+    if (!views.probeOn || isSame) return;
     TK_UI(session, showAnalysis, false);
     TK_UI(session, repaintPicture, false);
 }

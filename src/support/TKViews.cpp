@@ -208,7 +208,7 @@ void SelectImageDisplay(TKSession* session, int32_t value)
     session->imagePaneMode = value;
     session->prefs.rightPaneDefault = static_cast<uint32_t>(value) + 1;
     // What was rendered while another picture was shown is the result still; only a newer frame needs a render.
-    if (showedNoResult && session->resultIsStale && TKModeShowsResult(value)) {
+    if (showedNoResult && session->resultIsStale) { // the displays read it in these views too
         TKRenderFrame(session);
         RefreshAfterRender(session, true);
         return;

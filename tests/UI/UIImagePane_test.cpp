@@ -172,7 +172,7 @@ TEST_F(ImagePane, AClickWithControlAt1xDoesNothing)
 TEST_F(ImagePane, AClickZoomsInAndWithControlOut)
 {
     EXPECT_TRUE(TKPanePress(&pane_, 100, 100, tkButtonLeft, 0).repaints);
-    (void)TKPaneRelease(&pane_, 100, 100, 0);
+    (void)TKPaneRelease(&pane_, 100, 100, tkButtonLeft, 0);
     EXPECT_EQ(pane_.zoom, 0.6667f);
     EXPECT_TRUE(TKPanePress(&pane_, 100, 100, tkButtonLeft, bpControlKey).repaints);
     EXPECT_EQ(pane_.zoom, 1.0f);
@@ -235,7 +235,7 @@ TEST_F(ImagePane, ThePictureFollowsTheHandOfTheMiddleButton)
     EXPECT_TRUE(TKPanePress(&pane_, 200, 150, tkButtonMiddle, 0).handled);
     EXPECT_TRUE(TKPaneMove(&pane_, 230, 140, 0).repaints);
     EXPECT_TRUE(IsPoint(At(230, 140), grabbed.x, grabbed.y));
-    (void)TKPaneRelease(&pane_, 230, 140, 0);
+    (void)TKPaneRelease(&pane_, 230, 140, tkButtonMiddle, 0);
     EXPECT_FALSE(TKPaneMove(&pane_, 300, 140, 0).handled);
 }
 
@@ -268,7 +268,31 @@ TEST_F(ImagePane, ASecondButtonDoesNotDisturbAPan)
     (void)TKPanePress(&pane_, 200, 150, tkButtonMiddle, 0);
     const float zoom = pane_.zoom;
     EXPECT_FALSE(TKPanePress(&pane_, 200, 150, tkButtonLeft, 0).handled);
+    EXPECT_FALSE(TKPaneRelease(&pane_, 210, 150, tkButtonLeft, 0).handled);
     EXPECT_EQ(pane_.zoom, zoom);
+    EXPECT_TRUE(pane_.panning);
+    EXPECT_TRUE(TKPaneRelease(&pane_, 200, 150, tkButtonMiddle, 0).handled);
+    EXPECT_FALSE(pane_.panning);
+}
+
+TEST_F(ImagePane, TheReleaseOfAnotherButtonEndsNoPick)
+{
+    pane_.pickTarget = sample_;
+    (void)TKPanePress(&pane_, 102, 52, tkButtonLeft, 0);
+    for (const TKPaneButton other : {tkButtonRight, tkButtonMiddle, tkButtonNone}) {
+        (void)TKPanePress(&pane_, 110, 60, other, 0);
+        const TKPaneEffect effect = TKPaneRelease(&pane_, 110, 60, other, 0);
+        EXPECT_FALSE(effect.sampled || effect.pickEnded);
+    }
+    EXPECT_TRUE(IsSampleOf(sample_, 200, 100));
+    EXPECT_TRUE(TKPaneRelease(&pane_, 102, 52, tkButtonLeft, 0).pickEnded);
+}
+
+TEST_F(ImagePane, ATurnOfNothingKeepsTheRestOfTheWheel)
+{
+    EXPECT_FALSE(TKPaneWheel(&pane_, 200, 150, 100).repaints);
+    EXPECT_FALSE(TKPaneWheel(&pane_, 200, 150, 0).repaints);
+    EXPECT_TRUE(TKPaneWheel(&pane_, 200, 150, 20).repaints);
 }
 
 TEST_F(ImagePane, AnotherSizeOfPaneKeepsTheZoomAndClampsThePan)
@@ -306,7 +330,8 @@ TEST_F(ImagePane, APickReadsThePixelWithPressMoveAndRelease)
     effect = TKPaneMove(&pane_, 103, 60, bpShiftKey);
     EXPECT_TRUE(effect.sampled && !effect.pickEnded);
     EXPECT_TRUE(IsSampleOf(sample_, 202, 116));
-    effect = TKPaneRelease(&pane_, 104, 61, bpShiftKey | bpControlKey); // a single pixel, whatever is held
+    effect =
+        TKPaneRelease(&pane_, 104, 61, tkButtonLeft, bpShiftKey | bpControlKey); // a single pixel, whatever is held
     EXPECT_TRUE(effect.sampled && effect.pickEnded);
     EXPECT_TRUE(IsSampleOf(sample_, 204, 118));
     EXPECT_EQ(pane_.zoom, 1.0f);
@@ -322,7 +347,7 @@ TEST_F(ImagePane, APickOutsideThePictureReadsZeros)
         sample_[0] = sample_[1] = sample_[2] = 9;
         EXPECT_TRUE(TKPanePress(&pane_, outside.x, outside.y, tkButtonLeft, 0).sampled);
         for (const float component : sample_) EXPECT_EQ(component, 0) << outside.x << ", " << outside.y;
-        (void)TKPaneRelease(&pane_, outside.x, outside.y, 0);
+        (void)TKPaneRelease(&pane_, outside.x, outside.y, tkButtonLeft, 0);
     }
 }
 
@@ -415,7 +440,7 @@ TEST_F(ImagePane, ADraggedEndRunsAlongTheBorderAndRoundTheCorner)
     EXPECT_FLOAT_EQ(pane_.split.y1, 0.5f);
     EXPECT_EQ(TKCursorAt(pane_, 600, 152, 0), tkCursorSplitVertical);
     EXPECT_FALSE(TKPaneMove(&pane_, 600, 152, 0).splitChanged);
-    (void)TKPaneRelease(&pane_, 600, 152, 0);
+    (void)TKPaneRelease(&pane_, 600, 152, tkButtonLeft, 0);
     EXPECT_FALSE(TKPaneMove(&pane_, 100, 100, 0).handled);
     float x1, y1, x2, y2;
     GetSplitLine(pane_, &x1, &y1, &x2, &y2);
@@ -440,10 +465,10 @@ TEST_F(ImagePane, APickGoesBeforeAHandleAndAHandleBeforeTheZoom)
     pane_.canSplit = true;
     pane_.pickTarget = sample_;
     EXPECT_TRUE(TKPanePress(&pane_, 202, 2, tkButtonLeft, 0).sampled);
-    (void)TKPaneRelease(&pane_, 202, 2, 0);
+    (void)TKPaneRelease(&pane_, 202, 2, tkButtonLeft, 0);
     pane_.pickTarget = nullptr;
     (void)TKPanePress(&pane_, 202, 2, tkButtonLeft, 0);
-    (void)TKPaneRelease(&pane_, 202, 2, 0);
+    (void)TKPaneRelease(&pane_, 202, 2, tkButtonLeft, 0);
     EXPECT_EQ(pane_.zoom, 1.0f);
     EXPECT_TRUE(IsDefault(pane_.split));
 }
@@ -470,5 +495,5 @@ TEST_F(ImagePane, ALostGrabEndsADragAndLeavesWhatItDid)
     pane_.pickTarget = sample_;
     (void)TKPanePress(&pane_, 102, 52, tkButtonLeft, 0);
     TKPaneLoseGrab(&pane_);
-    EXPECT_FALSE(TKPaneRelease(&pane_, 102, 52, 0).pickEnded); // the pick goes on with the next press
+    EXPECT_FALSE(TKPaneRelease(&pane_, 102, 52, tkButtonLeft, 0).pickEnded); // the pick goes on with the next press
 }

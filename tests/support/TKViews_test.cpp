@@ -309,6 +309,11 @@ TEST_F(TKViewsTest, AFrameTakenInTheSourceViewComesUpThereAndInTheDisplays)
     SelectImageDisplay(session_, tkImageSource);
     SelectImageDisplay(session_, tkImageResult);
     EXPECT_EQ(session_->renderCount, renders + 1);
+    // The displays beside the luma ranges read the result as well.
+    SelectImageDisplay(session_, tkImageSource);
+    TKLocate(session_, 400);
+    SelectImageDisplay(session_, tkImageLumaRanges);
+    EXPECT_EQ(session_->renderCount, renders + 2);
 }
 
 TEST_F(TKViewsTest, ThePositionControlLogsItsRequestAndItsBuffer)
