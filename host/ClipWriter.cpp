@@ -32,14 +32,14 @@ void Discard(const std::string& path)
     std::filesystem::remove(path, ignored);
 }
 
-/// Replaces a file, which keeps its mode.
+/// Replaces a file, which keeps its mode where the file system knows modes.
 bool MoveInto(const std::string& from, const std::string& to, std::string* error)
 {
-    std::error_code failed;
-    const std::filesystem::file_status old = std::filesystem::status(to, failed);
-    failed.clear();
-    if (std::filesystem::is_regular_file(old)) std::filesystem::permissions(from, old.permissions(), failed);
-    if (!failed) std::filesystem::rename(from, to, failed);
+    std::error_code ignored, failed;
+    const std::filesystem::file_status old = std::filesystem::status(to, ignored);
+    if (std::filesystem::is_regular_file(old))
+        std::filesystem::permissions(from, old.permissions() & std::filesystem::perms::all, ignored);
+    std::filesystem::rename(from, to, failed);
     if (!failed) return true;
     *error = "cannot write " + to + ": " + failed.message();
     return false;

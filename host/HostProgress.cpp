@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <initializer_list>
 #include <unistd.h>
 
 namespace {
@@ -60,9 +61,9 @@ void HostShowProgress(int32_t done, int32_t total)
 
 void HostCatchSignals()
 {
-    std::signal(SIGINT, OnSignal);
-    std::signal(SIGTERM, OnSignal);
-    std::signal(SIGHUP, OnSignal);
+    // One that is ignored stays ignored: nohup and shells that start a job in the background want it so.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(number, OnSignal) == SIG_IGN) std::signal(number, SIG_IGN);
     // A reader of our output that goes away is no reason to leave a block behind.
     std::signal(SIGPIPE, SIG_IGN);
 }

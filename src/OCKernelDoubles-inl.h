@@ -19,8 +19,8 @@ using DH = hn::Rebind<float, DD>; // half a register of singles
 using VD = hn::Vec<DD>;
 using VH = hn::Vec<DH>;
 
-/// Rounds to single, beyond the range of singles to an infinity. The library's emulated targets would stop at the
-/// largest single, so there the compiler converts.
+/// Rounds to single, beyond the range of singles to an infinity. The library's target without vectors would stop at
+/// the largest single, so there the compiler converts.
 HWY_INLINE VH ToSingle(VD value)
 {
 #if HWY_TARGET == HWY_SCALAR

@@ -96,8 +96,9 @@ OCKeyBox OCKeyBoxOf(const OCSecondaryParams& secondary)
                                   static_cast<double>(sample.v)};
         for (int k = 0; k < 3; ++k) {
             const double reach = k == 0 ? lumaReach : chromaReach;
-            // Far more than what the key's single precision rounds away.
-            const double slack = 1e-5 * (1 + std::abs(middle[k]) + std::abs(reach));
+            // Far more than what the key's single precision rounds away, also where tolerance and fall cancel.
+            const double size = k == 0 ? std::abs(static_cast<double>(secondary.lumaTolerance)) + fall : reach;
+            const double slack = 1e-5 * (1 + std::abs(middle[k]) + size);
             const double low = middle[k] - reach - slack, high = middle[k] + reach + slack;
             if (!std::isfinite(low) || !std::isfinite(high))
                 return {{-kInfinity, -kInfinity, -kInfinity}, {kInfinity, kInfinity, kInfinity}};

@@ -266,6 +266,7 @@ TEST_F(OCKernels, AtTheEdgesOfAKeyNothingIsLeftOut)
         record.sample[0] = {1, Between(random_, 0.2f, 0.8f), Between(random_, 0.2f, 0.8f),
                             Between(random_, 0.2f, 0.8f)};
         record.softness = round % 5 ? Between(random_, 0.001f, 0.3f) : 0;
+        if (round % 8 == 6) record.lumatol = -1000, record.softness = 31.6228f; // what is left of the two is small
         record.saturation = 300;
         record.gain = 3;
         const OCProcessParams& params = Update(grade);

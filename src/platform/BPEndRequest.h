@@ -6,7 +6,8 @@
 
 /// Takes SIGTERM, SIGINT and SIGHUP as requests from now on; one that is ignored when this is called stays ignored, as
 /// under nohup. Returns a descriptor that is readable from the first request on and is never read or closed by anybody,
-/// or -1 when there is none to be had; the mark works all the same. A second call changes nothing.   Thread: main.
+/// or -1 when there is none to be had: nobody could watch for a request then, and signals end the process as ever.
+/// A second call changes nothing.   Thread: main.
 int BPCatchEndRequests();
 
 /// Whether there has been a request; stays true.   Thread: any.

@@ -6,6 +6,7 @@
 #include "src/support/TincturaCallback.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstring>
 
 namespace {
@@ -128,7 +129,9 @@ void TKLocateFromPane(TKSession* session, int64_t frameTime)
     uint8_t* buffer = nullptr;
     uint32_t byteCount = 0;
     (void)OCCB_GetClipFrame(session, &buffer, &byteCount);
-    if (buffer) BPDebugLog("ImagePaneWindowProc: freeing pixel buffer at 0x%p\n", static_cast<void*>(buffer));
+    if (buffer)
+        BPDebugLog("ImagePaneWindowProc: freeing pixel buffer at 0x%08" PRIXPTR "\n",
+                   reinterpret_cast<uintptr_t>(buffer));
     TKTakeFrame(session, buffer, byteCount);
 }
 

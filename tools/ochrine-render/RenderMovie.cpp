@@ -352,7 +352,8 @@ BPStatus MovieFile::Put(int64_t number, AVPacket* packet)
     return Write(packet);
 }
 
-/// Waits until the file is on the disk, with the mode of the one that it will replace; false when it cannot get there.
+/// Waits until the file is on the disk, with the mode of the one that it will replace where the file system knows
+/// modes; false when it cannot get there.
 bool MovieFile::CloseDisk()
 {
     const int result = avio_closep(&output_->pb);
@@ -360,7 +361,8 @@ bool MovieFile::CloseDisk()
     const int file = open(temporary_.c_str(), O_WRONLY | O_CLOEXEC);
     struct stat old = {};
     const bool replaces = stat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode);
-    const bool isThere = file >= 0 && (!replaces || fchmod(file, old.st_mode & 07777) == 0) && fsync(file) == 0;
+    if (file >= 0 && replaces) (void)fchmod(file, old.st_mode & 0777);
+    const bool isThere = file >= 0 && fsync(file) == 0;
     if (!isThere) error_ = "cannot write " + path_ + ": " + std::strerror(errno);
     if (file >= 0) close(file);
     return isThere;

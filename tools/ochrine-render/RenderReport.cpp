@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <initializer_list>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -96,9 +97,9 @@ std::string JSONText(const std::string& text)
 
 void RenderCatchSignals()
 {
-    std::signal(SIGINT, OnSignal);
-    std::signal(SIGTERM, OnSignal);
-    std::signal(SIGHUP, OnSignal);
+    // One that is ignored stays ignored: nohup and shells that start a job in the background want it so.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(number, OnSignal) == SIG_IGN) std::signal(number, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }

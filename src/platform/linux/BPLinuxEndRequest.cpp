@@ -40,10 +40,9 @@ int BPCatchEndRequests()
 {
     if (gReadEnd >= 0) return gReadEnd;
     int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0) {
-        gReadEnd = ends[0];
-        gWriteEnd.store(ends[1]);
-    }
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return -1; // signals do what they did: nobody could watch for them
+    gReadEnd = ends[0];
+    gWriteEnd.store(ends[1]);
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) Catch(number);
     return gReadEnd;
 }
