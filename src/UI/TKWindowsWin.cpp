@@ -17,6 +17,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QScrollArea>
 #include <QSocketNotifier>
 #include <QThread>
 #include <QWindow>
@@ -24,6 +25,7 @@
 namespace {
 
 constexpr int kEndStepMs = 20;
+constexpr int kSightMargin = 8; // above and below a control that is scrolled to
 
 } // namespace
 
@@ -212,20 +214,28 @@ struct TKWindowsCalls {
         else if (UIValueWin* value = ValueOf(context, slider))
             value->showValue();
     }
+    /// Scrolls the page that a control stands on.
+    static void BringIntoSight(QWidget* control)
+    {
+        for (QWidget* up = control->parentWidget(); up; up = up->parentWidget())
+            if (auto* page = qobject_cast<QScrollArea*>(up)) page->ensureWidgetVisible(control, 0, kSightMargin);
+    }
     static void EditOpened(void* context, TKSlider* slider)
     {
-        if (UISliderWin* window = SliderOf(context, slider))
+        if (UISliderWin* window = SliderOf(context, slider)) {
             window->showEdit();
-        else if (UIValueWin* value = ValueOf(context, slider))
+            BringIntoSight(window);
+        } else if (UIValueWin* value = ValueOf(context, slider)) {
             value->showEdit();
+            BringIntoSight(value);
+        }
     }
     static void EditClosed(void* context, TKSlider* slider)
     {
         UISliderWin* window = SliderOf(context, slider);
         UIValueWin* value = window ? nullptr : ValueOf(context, slider);
-        if (window) window->hideEdit();
-        if (value) value->hideEdit();
-        if (window || value) Main(context)->setFocus();
+        // A click has given the focus to what was clicked, and it stays there.
+        if ((window && window->hideEdit()) || (value && value->hideEdit())) Main(context)->setFocus();
     }
     static bool ChooseColor(void*, const char* title, uint8_t rgb[3]) { return BPQtChooseColor(title, rgb); }
     static void SwitchesChanged(void* context)

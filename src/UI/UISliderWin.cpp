@@ -87,10 +87,12 @@ void UISliderWin::showEdit()
     update();
 }
 
-void UISliderWin::hideEdit()
+bool UISliderWin::hideEdit()
 {
+    const bool hadFocus = window()->focusWidget() == edit_;
     edit_->hide();
     update();
+    return hadFocus;
 }
 
 QRect UISliderWin::trackRect() const

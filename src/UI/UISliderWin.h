@@ -28,9 +28,9 @@ class UISliderWin : public QWidget {
 
     TKSession* session() const { return session_; }
     TKSlider* slider() const { return slider_; }
-    void showValue(); ///< the record changed
-    void showEdit();  ///< opens the edit with the record's text, all selected
-    void hideEdit();
+    void showValue();        ///< the record changed
+    void showEdit();         ///< opens the edit with the record's text, all selected
+    bool hideEdit();         ///< whether the edit had the focus of its window
     QRect trackRect() const; ///< where the thumb's centre travels
     QRect valueRect() const;
 

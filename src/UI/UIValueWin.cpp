@@ -62,10 +62,12 @@ void UIValueWin::showEdit()
     update();
 }
 
-void UIValueWin::hideEdit()
+bool UIValueWin::hideEdit()
 {
+    const bool hadFocus = window()->focusWidget() == edit_;
     edit_->hide();
     update();
+    return hadFocus;
 }
 
 QRect UIValueWin::textRect() const

@@ -18,7 +18,7 @@ class UIValueWin : public QWidget {
     /// Left, middle or right of the widget's rectangle.
     void setAlignment(Qt::Alignment alignment);
     void showEdit(); ///< opens the edit with the record's text, all selected
-    void hideEdit();
+    bool hideEdit(); ///< whether the edit had the focus of its window
 
     /// The widget below `window` that shows this slider, or null.
     static UIValueWin* find(const QWidget* window, const TKSlider* slider);

@@ -74,6 +74,7 @@ TKSliderKeyAction TKSliderKeyActionOf(uint32_t virtualKey)
 
 TKEffect TKSliderKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers)
 {
+    if (slider->editing) return {}; // the keys are the edit's
     switch (TKSliderKeyActionOf(virtualKey)) {
     case tkSliderKeyNone: break;
     case tkSliderKeyReset: return TKSliderValueClick(session, slider, bpControlKey);

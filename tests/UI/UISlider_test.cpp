@@ -37,7 +37,7 @@ class UISliderTest : public UITest {
 
 } // namespace
 
-TEST_F(UISliderTest, LabelValueAndTrackStandAsTold)
+TEST_F(UISliderTest, LabelValueAndTrackHaveTheirPlaces)
 {
     EXPECT_EQ(gain_->height(), 34);
     EXPECT_EQ(gain_->valueRect().width(), 50);
@@ -235,4 +235,60 @@ TEST_F(UISliderTest, TheLitPartOfTheTrackReachesFromTheNeutralValueToTheThumbAtE
     }
     session_->palette = palette;
     UIApplyPalette(palette);
+}
+
+TEST_F(UISliderTest, AKeyThatTheEditDoesNotKnowLeavesItOpen)
+{
+    ClickValue(gain_);
+    EditOf(gain_)->setText(QStringLiteral("2"));
+    for (const Qt::Key key : {Qt::Key_Up, Qt::Key_Down, Qt::Key_PageUp})
+        QTest::keyClick(EditOf(gain_), key, Qt::ShiftModifier);
+    EXPECT_TRUE(gain_->slider()->editing);
+    EXPECT_EQ(Gain(), 1.0f);
+    QTest::keyClick(EditOf(gain_), Qt::Key_Return);
+    EXPECT_EQ(Gain(), 2.0f);
+}
+
+TEST_F(UISliderTest, AnEditThatAClickClosesLeavesTheFocusWhereTheClickWent)
+{
+    UISliderWin* hue = Slider("hsl_master_hue");
+    ClickValue(gain_);
+    EditOf(gain_)->setText(QStringLiteral("2"));
+    Press(hue, 0.75);
+    EXPECT_EQ(Gain(), 2.0f);
+    EXPECT_TRUE(hue->hasFocus());
+    ClickValue(gain_);
+    EXPECT_TRUE(EditOf(gain_)->hasFocus());
+    QWidget* eyedropper = Find<QWidget>("sample.eyedropper");
+    QTest::mouseClick(eyedropper, Qt::LeftButton);
+    EXPECT_TRUE(TKIsPicking(session_));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_FALSE(TKIsPicking(session_));
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) { // a key gives it to the main window
+        ClickValue(gain_);
+        QTest::keyClick(EditOf(gain_), key);
+        EXPECT_TRUE(windows_->mainWindow()->hasFocus());
+    }
+}
+
+TEST_F(UISliderTest, TabBringsTheNextEditIntoSight)
+{
+    TincturaMainWin* window = windows_->mainWindow();
+    window->showNormal();
+    window->resize(700, 420);
+    QCoreApplication::processEvents();
+    ClickValue(gain_);
+    const TKSlider* first = gain_->slider();
+    uint32_t count = 0;
+    do {
+        TKSlider* open = session_->controls.openSlider;
+        ASSERT_NE(open, nullptr);
+        QLineEdit* edit = EditOf(window->sliderOf(open));
+        // Its first row lies above the slider.
+        EXPECT_GE(edit->visibleRegion().boundingRect().height(), edit->height() - 1) << open->objectName;
+        QTest::keyClick(edit, Qt::Key_Tab);
+        ++count;
+    } while (session_->controls.openSlider != first && count < 100);
+    EXPECT_GE(count, 8u);
+    EXPECT_LT(count, 100u);
 }

@@ -177,4 +177,18 @@ TEST_F(TKSliderHoldTest, AWholeNumberSliderMovesByOneAtLeast)
     EXPECT_EQ(field, -4);
 }
 
+TEST_F(TKSliderHoldTest, TheKeysAreTheOpenEditsOwn)
+{
+    OpenEdit(session_, &gain_);
+    TKSetEditText(&gain_, "2");
+    for (const uint32_t key : {kTKKeyUp, kTKKeyDown, kTKKeyPageUp, kTKKeyPageDown, kTKKeyDelete, kTKKeyReturn})
+        for (const uint32_t modifiers : {uint32_t{0}, uint32_t{bpShiftKey}}) {
+            EXPECT_FALSE(TKSliderKey(session_, &gain_, key, modifiers).changed) << key << " " << modifiers;
+            EXPECT_TRUE(gain_.editing) << key << " " << modifiers;
+        }
+    EXPECT_EQ(Gain(), 1.0f);
+    EXPECT_TRUE(CommitOpenEdit(session_, true).changed);
+    EXPECT_EQ(Gain(), 2.0f);
+}
+
 } // namespace
