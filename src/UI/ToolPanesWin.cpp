@@ -53,6 +53,7 @@ ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) :
             new UIMatchColorWin(session, &matches_[row.pane], QString::fromLatin1(row.name), this);
         matchWindows_[row.pane]->hide();
     }
+    TKLinkColorSample(&sample_, &matches_[ocMatchHSL].source); // one field serves the rows of all panes
     sampleWindow_ = new UIColorSampleWin(session, &sample_, QStringLiteral("sample"), this);
     for (QWidget* widget : findChildren<QWidget*>())
         if (auto* slider = dynamic_cast<UISliderWin*>(widget)) sliders_.insert(slider->slider(), slider);

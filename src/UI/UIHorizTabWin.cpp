@@ -72,12 +72,9 @@ void UIHorizTabWin::toggle(int index)
 {
     if (index < 0 || index >= tabCount() || !hasSwitch(index)) return;
     const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
-    const TKCheckbox checkbox = {.dataBase = reinterpret_cast<uint8_t*>(&session_->liveSettings),
-                                 .dataOffset = tabs_[static_cast<size_t>(index)].switchOffset,
-                                 .section = tkSectionNone,
-                                 .repaint = true,
-                                 .label = name.constData(),
-                                 .objectName = name.constData()};
+    TKCheckbox checkbox;
+    TKInitCheckbox(&checkbox, &session_->liveSettings, tabs_[static_cast<size_t>(index)].switchOffset, tkSectionNone,
+                   name.constData(), name.constData());
     (void)TKCheckboxClick(session_, &checkbox, !isOn(index));
     switchesChanged();
 }

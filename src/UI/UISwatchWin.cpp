@@ -24,7 +24,9 @@ UISwatchWin::UISwatchWin(TKSession* session, TKSwatch* swatch, const QString& na
     setAccessibleName(QString::fromUtf8(swatch->label));
     swatch_->redraw = Redraw;
     swatch_->window = this;
-    if (TKRegisterSwatch(session, swatch) != bpNoErr) swatch_->window = nullptr;
+    if (TKRegisterSwatch(session, swatch) == bpNoErr) return;
+    swatch_->redraw = nullptr; // it shows its colour when it is painted, but follows nothing
+    swatch_->window = nullptr;
 }
 
 UISwatchWin::~UISwatchWin()

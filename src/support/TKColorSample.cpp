@@ -42,13 +42,7 @@ BPStatus TKInitColorSample(TKColorSample* sample, void* base, uint32_t dataOffse
         swatch->format = &sample->format;
     }
     sample->hasCheckbox = switchOffset != kTKNoOffset;
-    if (sample->hasCheckbox)
-        sample->checkbox = {.dataBase = static_cast<uint8_t*>(base),
-                            .dataOffset = switchOffset,
-                            .section = section,
-                            .repaint = true,
-                            .label = label,
-                            .objectName = objectName};
+    if (sample->hasCheckbox) TKInitCheckbox(&sample->checkbox, base, switchOffset, section, label, objectName);
 
     TKInitNode(&sample->node, parent, sample);
     const struct {

@@ -15,12 +15,13 @@ uint8_t* BoundField(const TKEyedropper& eyedropper)
     return eyedropper.dataBase + eyedropper.dataOffset;
 }
 
+/// The engine reads the low byte of a sample's switch, so a word without it is off.
 uint32_t SwitchOf(const TKEyedropper& eyedropper)
 {
     uint32_t word = 1;
     if (eyedropper.switchOffset != kTKNoOffset)
         std::memcpy(&word, eyedropper.dataBase + eyedropper.switchOffset, sizeof word);
-    return word;
+    return word & 0xFF;
 }
 
 bool Differs(const TKEyedropper& eyedropper, uint32_t offset, const float rgb[3])

@@ -17,6 +17,18 @@ bool IsMarked(const OCSettings& settings, const TKSection& section)
                        [](const OCColorSample& sample) { return (sample.on & 0xFF) != 0; });
 }
 
+void SwitchOn(OCSettings* settings, const TKSection& section)
+{
+    for (uint32_t i = 0; i < section.switchCount; ++i) {
+        uint8_t* field = reinterpret_cast<uint8_t*>(settings) + section.switchOffset[i];
+        uint32_t word;
+        std::memcpy(&word, field, sizeof word);
+        if (word != 0) continue;
+        word = 1;
+        std::memcpy(field, &word, sizeof word);
+    }
+}
+
 } // namespace
 
 void TKInitMatchColor(TKMatchColor* match, OCSettings* settings, OCMatchPane pane, TKSectionID section,
@@ -52,6 +64,7 @@ bool TKSelectMatchEntry(TKSession* session, TKMatchColor* match, int32_t index)
 
 bool TKMatchColorIsReady(const TKMatchColor& match)
 {
+    if (match.pane == ocMatchCurves) return true; // black is a place on a curve like any other
     float rgb[3];
     std::memcpy(rgb, match.source.dataBase + match.source.dataOffset, sizeof rgb);
     return std::any_of(std::begin(rgb), std::end(rgb), [](float component) { return component != 0; });
@@ -64,12 +77,15 @@ TKEffect TKRunMatchColor(TKSession* session, const TKMatchColor* match)
     const OCMatchGroups groups = OCMatchColorsAt(&matched, match->pane, static_cast<uint32_t>(match->entry),
                                                  match->source.dataOffset, match->target.dataOffset);
     if (groups.toolMask == 0 && groups.curveMask == 0) return {};
-    const OCSettings before = session->liveSettings;
-    TKCommandUndo(session);
-    session->liveSettings = matched;
     for (const TKSection& section : TKSections())
         if ((section.toolMask & groups.toolMask || section.curveMask & groups.curveMask) && IsMarked(matched, section))
-            TKMarkSectionActive(session, section.id, true, true);
+            SwitchOn(&matched, section);
+    const OCSettings before = session->liveSettings;
+    if (std::memcmp(&matched, &before, sizeof before) == 0) return {};
+    TKCommandUndo(session);
+    session->liveSettings = matched;
+    TK_UI(session, switchesChanged);
+    TKShowViews(session);
     UpdateAllControls(session, &session->liveSettings, groups.toolMask, groups.curveMask, &before, false);
     RecomputeAndRefresh(session, true);
     TKStoreUndo(session);

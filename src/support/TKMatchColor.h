@@ -36,11 +36,12 @@ const char* TKMatchColorList(const TKMatchColor& match);
 /// The user chose entry `index` of the popup, counted from 0. Nothing of the grade changes. True when it is another.
 bool TKSelectMatchEntry(TKSession* session, TKMatchColor* match, int32_t index);
 
-/// Whether a source colour has been picked: from black nothing can be computed.
+/// Whether the source allows a match. Black is what stands there before a pick, and no ratio to it can be taken; only a
+/// point of a curve can be made from it.
 bool TKMatchColorIsReady(const TKMatchColor& match);
 
 /// The button: an open edit is committed, the values of the chosen entry are computed from the two colours and written
 /// in one undo step, the sections that hold them are switched on, their controls follow, the picture is rendered. Of
 /// the secondaries, whose values are written into all six, those with a sample are switched on. On the Hue Offsets tab,
-/// or with an entry that writes nothing, nothing happens. A denominator of 0 is not guarded.
+/// or with an entry that writes nothing or only what stands there already, nothing happens. A denominator of 0 is not guarded.
 TKEffect TKRunMatchColor(TKSession* session, const TKMatchColor* match);

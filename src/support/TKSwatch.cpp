@@ -125,7 +125,7 @@ void TKSwatchColor(const TKSession* session, const TKSwatch& swatch, float rgb[3
         rgb[2] = pixel.b;
     }
     for (uint32_t i = 0; i < 3; ++i)
-        if (!std::isfinite(rgb[i])) rgb[i] = 0;
+        if (std::isnan(rgb[i])) rgb[i] = 0;
 }
 
 void TKSwatchFill(const float rgb[3], uint8_t fill[3])

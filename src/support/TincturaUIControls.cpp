@@ -40,6 +40,7 @@ template <class Value> void WriteAt(uint8_t* field, Value value)
 /// The value of the slider's field in a record of the same kind, in engineering units.
 double ValueIn(const TKSlider& slider, const uint8_t* record)
 {
+    if (!record) return 0;
     const uint8_t* field = record + slider.dataOffset;
     if (slider.flags & kTKSliderFloat) return static_cast<double>(ReadAt<float>(field));
     const double word = ReadAt<int32_t>(field);
@@ -62,6 +63,7 @@ float FloatAt(const TKSlider& slider, int32_t position)
 
 bool WouldChange(const TKSlider& slider, int32_t position)
 {
+    if (!slider.dataBase) return false;
     if (slider.flags & kTKSliderFloat) return !(ReadAt<float>(FieldOf(slider)) == FloatAt(slider, position));
     return ReadAt<int32_t>(FieldOf(slider)) != position;
 }
@@ -250,6 +252,7 @@ int32_t TKPositionAtPixel(const TKSlider& slider, int32_t pixel, int32_t length)
 
 bool SetFieldFromTrack(const TKSlider& slider, int32_t position)
 {
+    if (!slider.dataBase) return false;
     const bool changed = WouldChange(slider, position);
     if (slider.flags & kTKSliderFloat)
         WriteAt(FieldOf(slider), FloatAt(slider, position));
@@ -269,7 +272,7 @@ TKEffect TKSliderDrag(TKSession* session, TKSlider* slider, int32_t position)
 
 TKEffect TKSliderWheel(TKSession* session, TKSlider* slider, int32_t delta)
 {
-    if (slider->editing) return {};
+    if (delta == 0 || slider->editing) return {}; // a turn to the side is none
     (void)CommitOpenEdit(session, true);
     const int64_t turned = int64_t{slider->wheelRest} + delta;
     const int64_t notches = turned / kWheelNotch;
@@ -385,13 +388,13 @@ void TKInitCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSection
 
 bool TKCheckboxIsOn(const TKCheckbox& checkbox)
 {
-    return ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) != 0;
+    return checkbox.dataBase && ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) != 0;
 }
 
 TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on)
 {
     (void)CommitOpenEdit(session, true);
-    if (TKCheckboxIsOn(*checkbox) == on) return {};
+    if (!checkbox->dataBase || TKCheckboxIsOn(*checkbox) == on) return {};
     TKCommandUndo(session);
     WriteAt<uint32_t>(checkbox->dataBase + checkbox->dataOffset, on ? 1 : 0);
     TK_UI(session, switchesChanged);
@@ -415,7 +418,7 @@ void TKInitPopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID se
 
 int32_t TKPopupValue(const TKPopup& popup)
 {
-    return ReadAt<int32_t>(popup.dataBase + popup.dataOffset);
+    return popup.dataBase ? ReadAt<int32_t>(popup.dataBase + popup.dataOffset) : 0;
 }
 
 uint32_t TKItemCount(const char* items)
@@ -439,6 +442,7 @@ std::string_view TKItemAt(const char* items, uint32_t index)
 TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
 {
     (void)CommitOpenEdit(session, true);
+    if (!popup->dataBase) return {};
     uint8_t* field = popup->dataBase + popup->dataOffset;
     const int32_t oldValue = ReadAt<int32_t>(field);
     int32_t newValue = index + 1;

@@ -208,6 +208,38 @@ TEST_F(UISamplesTest, TheCommonSampleFeedsTheSourceOfTheMatch)
     EXPECT_EQ(Middle(panel_->findChild<QWidget*>(QStringLiteral("match.source"))), QColor(0, 255, 0));
 }
 
+TEST_F(UISamplesTest, TheSampleOfTheMainWindowFeedsTheSourceOfEveryMatch)
+{
+    Pick(Find<QWidget>("sample.eyedropper"), 0, 1, 0);
+    float stored[3];
+    std::memcpy(stored, reinterpret_cast<const uint8_t*>(&Live()) + kTKMatchSourceOffset, sizeof stored);
+    EXPECT_EQ(stored[0], 0.0f);
+    EXPECT_EQ(stored[1], 1.0f);
+    for (const char* name : {"match_hsl.source", "match_curves.source", "match_secondary.source"})
+        EXPECT_EQ(Middle(Find<QWidget>(name)), QColor(0, 255, 0)) << name;
+}
+
+TEST_F(UISamplesTest, ASwatchThatTheTableHasNoRoomForIsLeftAlone)
+{
+    TKControls& controls = session_->controls;
+    const uint32_t count = controls.swatchCount;
+    TKColorSample sample = {};
+    ASSERT_EQ(TKInitColorSample(&sample, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 3, nullptr, "Full",
+                                "full"),
+              bpNoErr);
+    controls.swatchCount = kTKSwatchLimit; // nothing walks the table meanwhile
+    {
+        QWidget parent;
+        UIColorSampleWin window(session_, &sample, QStringLiteral("full"), &parent);
+        EXPECT_EQ(sample.source.redraw, nullptr);
+        EXPECT_EQ(sample.result.redraw, nullptr);
+        controls.swatchCount = count;
+        EXPECT_TRUE(TKSelectColorFormat(session_, &sample, 3));
+    }
+    EXPECT_EQ(controls.swatchCount, count);
+    TKDisposeColorSample(&sample);
+}
+
 TEST_F(UISamplesTest, NothingOverlapsAndNothingIsCutAtAnyWidth)
 {
     for (int width = UIMatchColorWin::kLeastWidth; width <= 700; width += 3) {

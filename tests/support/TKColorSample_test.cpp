@@ -257,12 +257,50 @@ TEST_F(TKSamplesTest, ADenominatorOfZeroIsNotGuarded)
     SetTriple(kTKMatchTargetOffset, 0.5f, 0.5f, 0.5f);
     TKMatchColor match;
     TKInitMatchColor(&match, &Live(), ocMatchRGB, tkSectionNone, "match");
-    EXPECT_FALSE(TKMatchColorIsReady(match)); // the button is off, but the function does what it is told
+    EXPECT_FALSE(TKMatchColorIsReady(match)); // the button is off, but the values are computed all the same
     (void)TKSelectMatchEntry(session_, &match, 1);
     EXPECT_TRUE(TKRunMatchColor(session_, &match).changed);
     EXPECT_TRUE(std::isinf(Live().rgb.master.group.gain));
     SetTriple(kTKMatchSourceOffset, 0, 0, 0.1f);
     EXPECT_TRUE(TKMatchColorIsReady(match));
+}
+
+TEST_F(TKSamplesTest, BlackMatchesOnTheCurvesAsAnyOtherColour)
+{
+    SetTriple(kTKMatchTargetOffset, 0.125f, 0.25f, 0.5f);
+    TKMatchColor match;
+    TKInitMatchColor(&match, &Live(), ocMatchCurves, tkSectionNone, "match");
+    EXPECT_TRUE(TKMatchColorIsReady(match));
+    (void)TKSelectMatchEntry(session_, &match, 2); // red
+    EXPECT_TRUE(TKRunMatchColor(session_, &match).changed);
+    const HCurvePoints& red = Live().rgbCurve[1].points.xy;
+    ASSERT_EQ(red.pointCount, 3);
+    bool lifted = false;
+    for (int32_t i = 0; i < red.pointCount; ++i) lifted |= red.x[i] == 0 && red.y[i] == 0.125f;
+    EXPECT_TRUE(lifted);
+}
+
+TEST_F(TKSamplesTest, AMatchThatChangesNothingOpensNoStepAndKeepsWhatCanBeRedone)
+{
+    SetTriple(kTKMatchSourceOffset, 0.25f, 0.25f, 0.25f);
+    SetTriple(kTKMatchTargetOffset, 0.5f, 0.5f, 0.5f);
+    TKMatchColor match;
+    TKInitMatchColor(&match, &Live(), ocMatchRGB, tkSectionNone, "match");
+    EXPECT_TRUE(TKRunMatchColor(session_, &match).changed);
+    (void)TKSliderDrag(session_, &gain_, 2 * 65536);
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    const uint32_t steps = Steps(), renders = Renders();
+    const OCSettings matched = Live();
+    const TKEffect effect = TKRunMatchColor(session_, &match);
+    EXPECT_FALSE(effect.changed || effect.opensUndo || effect.rerenders);
+    EXPECT_EQ(std::memcmp(&matched, &Live(), sizeof matched), 0);
+    EXPECT_EQ(Steps(), steps);
+    EXPECT_EQ(Renders(), renders);
+    EXPECT_TRUE(TKUndoStepForward(session_));
+    EXPECT_EQ(Live().hsl.master.gain, 2.0f);
+    Live().rgb.master.on = 0; // equal values, but the section is off
+    EXPECT_TRUE(TKRunMatchColor(session_, &match).changed);
+    EXPECT_EQ(Live().rgb.master.on, 1u);
 }
 
 TEST_F(TKSamplesTest, EntriesStayWithinTheList)

@@ -136,6 +136,17 @@ TEST_F(TKEyedropperTest, PickingTheColourThatStandsThereOpensNoStep)
     EXPECT_EQ(Live().secondaryOn, 1u);
 }
 
+TEST_F(TKEyedropperTest, ASwitchWhoseLowByteIsZeroIsTurnedOn)
+{
+    dropper_.switchOffset = kSampleOn;
+    Live().secondary[1].sample[2].on = 0x100; // off to the engine
+    EXPECT_TRUE(Pick(kColor).changed);
+    EXPECT_EQ(Live().secondary[1].sample[2].on, 1u);
+    Live().secondary[1].sample[2].on = 0x100;
+    EXPECT_TRUE(Pick(kColor).changed); // the colour stands there already
+    EXPECT_EQ(Live().secondary[1].sample[2].on, 1u);
+}
+
 TEST_F(TKEyedropperTest, TheLinkedFieldTakesTheColourToo)
 {
     dropper_.linkedOffset = offsetof(OCSettings, unassigned);

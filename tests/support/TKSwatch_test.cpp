@@ -45,7 +45,7 @@ TEST(TKSwatchFormats, TheListHasSevenEntries)
     EXPECT_STREQ(TKColorFormatList(), "RGB 8-bit|RGB 10-bit|RGB 16-bit|RGB floating point|RGB Percent|HSL|Hex");
 }
 
-TEST(TKSwatchFormats, EachFormatPrintsAsTold)
+TEST(TKSwatchFormats, EachFormatHasItsLabelsAndDigits)
 {
     EXPECT_EQ(Rows(0, 0.5f, 1, tkColorRGB8), "R 0, G 127, B 255");
     EXPECT_EQ(Rows(0, 0.5f, 1, tkColorRGB10), "R 0, G 511, B 1023");
@@ -217,14 +217,27 @@ TEST_F(TKSwatchTest, AResultSwatchGoesThroughTheWholeCorrectionAsThePixelsDo)
     }
 }
 
-TEST_F(TKSwatchTest, WildNumbersAreShownAsZero)
+TEST_F(TKSwatchTest, AnInfiniteColourIsFilledAsThePictureShowsItAndNoNumberIsZero)
 {
     SetColor(NAN, INFINITY, -INFINITY);
     for (const bool result : {false, true}) {
         swatch_.showsResult = result;
         float rgb[3];
         TKSwatchColor(session_, swatch_, rgb);
-        for (float component : rgb) EXPECT_TRUE(std::isfinite(component));
+        for (float component : rgb) EXPECT_FALSE(std::isnan(component)) << result;
+    }
+    swatch_.showsResult = false;
+    float rgb[3];
+    uint8_t fill[3];
+    TKSwatchColor(session_, swatch_, rgb);
+    TKSwatchFill(rgb, fill);
+    EXPECT_EQ(fill[0], 0);
+    EXPECT_EQ(fill[1], 255);
+    EXPECT_EQ(fill[2], 0);
+    EXPECT_EQ(Rows(rgb[0], rgb[1], rgb[2], tkColorRGBFloat), "R 0.0000, G inf, B -inf");
+    for (int32_t format = tkColorRGB8; format <= tkColorHex; ++format) {
+        if (format == tkColorRGBFloat) continue;
+        EXPECT_EQ(Rows(rgb[0], rgb[1], rgb[2], format), Rows(0, 1, 0, format)) << format;
     }
 }
 

@@ -339,6 +339,15 @@ TEST_F(TKControlsTest, AWheelStopsAtTheTrackAndAtAnOpenEdit)
     EXPECT_TRUE(gain_.editing);
 }
 
+TEST_F(TKControlsTest, ATurnToTheSideLeavesAnotherSlidersEditOpen)
+{
+    OpenEdit(session_, &saturation_);
+    EXPECT_FALSE(TKSliderWheel(session_, &gain_, 0).changed);
+    EXPECT_TRUE(saturation_.editing);
+    (void)TKSliderWheel(session_, &gain_, 120);
+    EXPECT_FALSE(saturation_.editing);
+}
+
 TEST_F(TKControlsTest, AClickWithControlRestoresTheDefaultInOneStep)
 {
     (void)TKSliderDrag(session_, &saturation_, 0);
@@ -509,6 +518,34 @@ TEST_F(TKControlsTest, AnUnboundSliderIsAnAssertion)
     EXPECT_EQ(TKRegisterSlider(session_, &slider), bpParamErr);
     ASSERT_EQ(gBPFake.reports.size(), 1u);
     EXPECT_NE(gBPFake.reports[0].text.find("dataBase + dataOffset != 0"), std::string::npos);
+}
+
+TEST_F(TKControlsTest, ACheckboxWithoutAWordIsAnAssertionAndStaysOff)
+{
+    TKCheckbox checkbox;
+    TKInitCheckbox(&checkbox, nullptr, 0, tkSectionNone, "Nowhere", "nowhere");
+    ASSERT_EQ(gBPFake.reports.size(), 1u);
+    EXPECT_NE(gBPFake.reports[0].text.find("dataOffset != 0"), std::string::npos);
+    EXPECT_FALSE(TKCheckboxIsOn(checkbox));
+    EXPECT_FALSE(TKCheckboxClick(session_, &checkbox, true).changed);
+    EXPECT_FALSE(TKCheckboxIsOn(checkbox));
+    EXPECT_EQ(Renders(), 0u);
+}
+
+TEST_F(TKControlsTest, GesturesOnControlsWithoutARecordChangeNothing)
+{
+    TKSlider slider = gain_;
+    slider.dataBase = nullptr;
+    EXPECT_EQ(GetSliderValue(slider), 0.0);
+    EXPECT_FALSE(SetFieldFromTrack(slider, 70000));
+    EXPECT_FALSE(TKSliderDrag(session_, &slider, 70000).changed);
+    EXPECT_FALSE(TKSliderWheel(session_, &slider, 120).changed);
+    TKPopup popup;
+    TKInitPopup(&popup, nullptr, 0, tkSectionNone, "Nowhere", "nowhere", "A|B");
+    EXPECT_EQ(TKPopupValue(popup), 0);
+    EXPECT_FALSE(TKPopupSelect(session_, &popup, 1).changed);
+    EXPECT_EQ(session_->undoRing->undoHead, 0u);
+    EXPECT_EQ(Renders(), 0u);
 }
 
 // --- Small things -----------------------------------------------------------------------------------------------------
