@@ -42,6 +42,18 @@ bool IsPoint(const CurveVars& vars, int32_t index)
     return index >= 0 && index < TKCurvePointCount(vars);
 }
 
+/// When points came or went, the selection stays with its point, not with its number.
+void FollowSelection(CurveVars* vars, const HCurvePoints& now, const HCurvePoints& before)
+{
+    const int32_t index = vars->selectedPoint;
+    const int32_t limit = static_cast<int32_t>(std::size(now.x));
+    if (now.pointCount == before.pointCount || index < 0 || index >= std::min<int32_t>(before.pointCount, limit))
+        return;
+    vars->selectedPoint = -1;
+    for (int32_t i = 0; i < std::min<int32_t>(now.pointCount, limit); ++i)
+        if (now.x[i] == before.x[index] && now.y[i] == before.y[index]) vars->selectedPoint = i;
+}
+
 /// Where a point may go between its neighbours. Neighbours closer than two gaps leave it where it is.
 void FixRange(CurveVars* vars, int32_t index)
 {
@@ -425,6 +437,7 @@ bool TKUpdateCurve(CurveVars* vars, const OCSettings* settings, const OCSettings
         const HCurve* now = CurveOf(const_cast<OCSettings*>(settings), vars->section, &channel);
         const HCurve* before = CurveOf(const_cast<OCSettings*>(previous), vars->section, &channel);
         if (std::memcmp(now, before, sizeof *now) == 0) return false;
+        if (!vars->dragging) FollowSelection(vars, now->points.xy, before->points.xy);
     }
     vars->deferral = {};
     vars->waited = 0;

@@ -372,4 +372,27 @@ TEST_F(TKCurveTest, AnEqualRecordLeavesTheEditorAlone)
     EXPECT_EQ(redraws_, 1);
 }
 
+TEST_F(TKCurveTest, TheSelectionFollowsItsPointWhenOthersComeAndGo)
+{
+    (void)Press(0.4, 0.6);
+    (void)Release();
+    ASSERT_EQ(curve_.selectedPoint, 1);
+    const OCSettings before = Live();
+    HCurvePoints& points = Points();
+    for (int32_t i = points.pointCount; i > 0; --i) {
+        points.x[i] = points.x[i - 1];
+        points.y[i] = points.y[i - 1];
+    }
+    ++points.pointCount; // another one before it
+    points.y[0] = 0.25f;
+    EXPECT_TRUE(TKUpdateCurve(&curve_, &Live(), &before, false));
+    EXPECT_EQ(curve_.selectedPoint, 2);
+    const OCSettings after = Live();
+    Live() = before;
+    points.x[1] = 0.5f; // its point is gone
+    points.pointCount = 2;
+    EXPECT_TRUE(TKUpdateCurve(&curve_, &Live(), &after, false));
+    EXPECT_EQ(curve_.selectedPoint, -1);
+}
+
 } // namespace
