@@ -137,7 +137,7 @@ void UISliderWin::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     const QRect track = trackRect();
     const QRectF groove(track.left() - 2, track.center().y() - kGrooveHeight / 2, track.width() + 4, kGrooveHeight);
-    painter.setBrush(isDark ? shades.groove : shades.control);
+    painter.setBrush(shades.track);
     painter.drawRoundedRect(groove, 2, 2);
     // From the neutral value to the thumb the groove is lit: a glance tells what was moved, and which way.
     TKSlider neutral = *slider_;
@@ -154,7 +154,7 @@ void UISliderWin::paintEvent(QPaintEvent*)
 
     // The thumb stands out from the track: lighter on dark, darker on light, and more so under the pointer.
     const int strength = underMouse() ? 150 : 125;
-    const QColor idle = isDark ? shades.hover.lighter(strength) : shades.hover.darker(strength);
+    const QColor idle = isDark ? shades.hover.lighter(strength) : shades.window.darker(strength + 90);
     painter.setBrush(dragging_ ? shades.text : idle);
     painter.setPen(QPen(hasFocus() ? shades.accent.lighter(140) : shades.window, 1));
     painter.drawRoundedRect(QRectF(thumb).adjusted(0.5, 0.5, -0.5, -0.5), 2.5, 2.5);

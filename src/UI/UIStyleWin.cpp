@@ -46,10 +46,13 @@ UIShades ShadesOf(const TKPalette& palette)
     const bool isDark = s.text.red() > s.window.red();
     s.panel = Shifted(s.window, 7, isDark);
     s.groove = Shifted(s.window, -14, isDark);
+    const int worn = s.window.red() * 2 / 3;
+    s.track = isDark ? s.groove : QColor(worn, worn, worn);
     s.line = Shifted(s.window, -10, isDark);
-    s.control = Shifted(s.window, 34, isDark);
-    s.hover = Shifted(s.window, 50, isDark);
-    s.pressed = Shifted(s.window, 18, isDark);
+    // Lighter than the window on either palette: dark text on a darker button could not be read.
+    s.control = Shifted(s.window, 34, true);
+    s.hover = Shifted(s.window, 50, true);
+    s.pressed = Shifted(s.window, 18, true);
     const int dim = (2 * s.text.red() + s.window.red()) / 3;
     s.dimText = QColor(dim, dim, dim);
     s.accent = FromPalette(palette.accent[0]);

@@ -9,7 +9,8 @@
 struct UIShades {
     QColor window;  ///< behind everything, and around pictures
     QColor panel;   ///< tab pages
-    QColor groove;  ///< tracks, edits
+    QColor groove;  ///< edits, empty parts of plots
+    QColor track;   ///< of sliders, darker than the window on either palette
     QColor line;    ///< hairlines between areas
     QColor control; ///< buttons, thumbs
     QColor hover;   ///< a control under the pointer

@@ -214,7 +214,7 @@ TEST_F(UISliderTest, TheLitPartOfTheTrackReachesFromTheNeutralValueToTheThumbAtE
                 return image.pixelColor((QPointF(At(fraction)) * scale).toPoint());
             };
             const UIShades& shades = UIShadesNow();
-            const QColor track = light ? shades.control : shades.groove;
+            const QColor track = shades.track;
             EXPECT_EQ(at(0.1), track) << light << " " << scale;
             EXPECT_EQ(at(0.5).hue() / 10, shades.accent.hue() / 10) << light << " " << scale;
             EXPECT_EQ(at(0.95), track) << light << " " << scale;
