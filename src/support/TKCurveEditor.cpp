@@ -54,6 +54,15 @@ void FollowSelection(CurveVars* vars, const HCurvePoints& now, const HCurvePoint
         if (now.x[i] == before.x[index] && now.y[i] == before.y[index]) vars->selectedPoint = i;
 }
 
+/// A curve of fewer than two points is none to the engine, or a constant: it becomes the straight one.
+void Straighten(CurveVars* vars)
+{
+    if (TKCurvePointCount(*vars) >= 2) return;
+    *vars->pointCount = 2;
+    vars->pointX[0] = vars->pointY[0] = 0;
+    vars->pointX[1] = vars->pointY[1] = 1;
+}
+
 /// Where a point may go between its neighbours. Neighbours closer than two gaps leave it where it is.
 void FixRange(CurveVars* vars, int32_t index)
 {
@@ -123,7 +132,7 @@ bool InsertBesideSelected(TKSession* session, CurveVars* vars)
 void NudgeSelected(TKSession* session, CurveVars* vars, float dx, float dy)
 {
     const int32_t index = vars->selectedPoint;
-    if (!IsPoint(*vars, index)) return;
+    if (vars->dragging || !IsPoint(*vars, index)) return; // the range is that of the point in the hand
     FixRange(vars, index);
     const float x = std::clamp(Number(vars->pointX[index]) + dx, vars->lowX, vars->highX);
     const float y = std::clamp(Number(vars->pointY[index]) + dy, 0.0f, 1.0f);
@@ -139,7 +148,7 @@ void NudgeSelected(TKSession* session, CurveVars* vars, float dx, float dy)
 void SelectBeside(CurveVars* vars, int32_t step)
 {
     const int32_t count = TKCurvePointCount(*vars);
-    if (count == 0) return;
+    if (vars->dragging || count == 0) return;
     const bool none = !IsPoint(*vars, vars->selectedPoint);
     vars->selectedPoint = none ? (step > 0 ? 0 : count - 1) : std::clamp(vars->selectedPoint + step, 0, count - 1);
     Redraw(*vars);
@@ -306,13 +315,18 @@ TKEffect TKCurvePress(TKSession* session, CurveVars* vars, double x, double y)
     (void)CommitOpenEdit(session, true);
     TK_UI(session, focusMainWindow);
     TKCurveHover(vars, x, y);
-    const bool isNew = vars->hoverPoint < 0;
     // Deliberate: with 16 points the mouse takes none, so that a press has nothing to do.
-    if (isNew && TKCurvePointCount(*vars) >= kPointLimit) return {};
+    if (vars->hoverPoint < 0 && TKCurvePointCount(*vars) >= kPointLimit) return {};
     session->controls.lastTouched = nullptr; // each press is a step of its own
     const bool opened = TKGestureUndo(session, vars);
     session->controls.undoPending = true;
     const bool marked = TKMarkSectionActive(session, vars->section, true, true);
+    const bool straightens = TKCurvePointCount(*vars) < 2;
+    if (straightens) {
+        Straighten(vars);
+        vars->hoverPoint = TKCurvePointNear(*vars, {vars->hoverX, vars->hoverY});
+    }
+    const bool isNew = vars->hoverPoint < 0;
     if (isNew) {
         AddCurvePoint(session, vars, std::clamp(vars->hoverY, 0.0f, 1.0f), std::clamp(vars->hoverX, 0.0f, 1.0f));
         vars->hoverPoint = vars->dragPoint;
@@ -323,9 +337,9 @@ TKEffect TKCurvePress(TKSession* session, CurveVars* vars, double x, double y)
     vars->dragging = true;
     FixRange(vars, vars->dragPoint);
     vars->deferral = {.pending = vars->deferral.pending, .counter = kTKCurveTicks};
-    if (isNew || marked) TKDefer(&vars->deferral, kTKCurveTicks); // a section that goes on shows too
+    if (isNew || straightens || marked) TKDefer(&vars->deferral, kTKCurveTicks); // a section that goes on shows too
     Redraw(*vars);
-    return {.changed = isNew, .opensUndo = opened, .rerenders = false};
+    return {.changed = isNew || straightens, .opensUndo = opened, .rerenders = false};
 }
 
 TKEffect TKCurveMove(TKSession* session, CurveVars* vars, double x, double y)
@@ -432,6 +446,9 @@ TKEffect TKCurveMenuSelect(TKSession* session, CurveVars* vars, uint32_t item)
 bool TKUpdateCurve(CurveVars* vars, const OCSettings* settings, const OCSettings* previous, bool force)
 {
     if (!vars->curve) return false;
+    // A new record is rendered by who brings it: what is held back here would mark a section that an undo took off.
+    vars->deferral = {};
+    vars->waited = 0;
     int32_t channel = 0;
     if (previous && !force) {
         const HCurve* now = CurveOf(const_cast<OCSettings*>(settings), vars->section, &channel);
@@ -439,18 +456,11 @@ bool TKUpdateCurve(CurveVars* vars, const OCSettings* settings, const OCSettings
         if (std::memcmp(now, before, sizeof *now) == 0) return false;
         if (!vars->dragging) FollowSelection(vars, now->points.xy, before->points.xy);
     }
-    vars->deferral = {};
-    vars->waited = 0;
     if (!IsPoint(*vars, vars->selectedPoint)) vars->selectedPoint = -1;
     if (!IsPoint(*vars, vars->hoverPoint)) vars->hoverPoint = -1;
-    if (vars->dragging) {
-        if (IsPoint(*vars, vars->dragPoint)) {
-            FixRange(vars, vars->dragPoint);
-        } else {
-            vars->dragging = false;
-            vars->dragPoint = -1;
-        }
-    }
+    // The points are others now: a drag that went on would take whichever has the index of the one it held.
+    vars->dragging = false;
+    vars->dragPoint = -1;
     Redraw(*vars);
     return true;
 }

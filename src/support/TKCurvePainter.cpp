@@ -163,7 +163,10 @@ std::vector<TKPlotPoint> TKCurveLine(const CurveVars& vars)
         return line;
     }
     const int32_t count = TKCurvePointCount(vars);
-    if (count == 0) return line;
+    if (count == 0) { // what the engine makes of it
+        if (vars.pointCount && !TKCurveIsReadOnly(vars)) line = {{0, 0}, {1, 1}};
+        return line;
+    }
     const float* const x = vars.pointX;
     const float* const y = vars.pointY;
     line.push_back({0, y[0]});

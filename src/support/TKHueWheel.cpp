@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr int kUsualSide = 150; // of a wheel that was never laid out
+
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kFineDrag = 0.1; // of the pointer's way, with shift
 constexpr uint32_t kSliderFlags = 7;
@@ -211,6 +213,7 @@ BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* la
     vars->hueSlider.changeProc = HueSliderChanged;
     vars->strengthSlider.changeProc = StrengthSliderChanged;
     vars->hueSlider.reference = vars->strengthSlider.reference = vars;
+    TKPlaceHueOffset(vars, ScopeRectOf(0, 0, kUsualSide, kUsualSide)); // vectors need a radius
     (void)TKUpdateHueOffset(vars, &session->liveSettings, nullptr, true);
     if (BPStatus err = TKRegisterSlider(session, &vars->hueSlider); err != bpNoErr) return err;
     return TKRegisterSlider(session, &vars->strengthSlider);
@@ -389,6 +392,8 @@ TKEffect TKHueOffsetMenuSelect(TKSession* session, HueOffsetVars* vars, uint32_t
         TKResetGroups(session, kOCResetHueOffset, 0);
         return {.changed = true, .opensUndo = opened, .rerenders = true};
     }
+    // A neutral wheel has nothing to reset: marking its section would only turn the tool on.
+    if (Holds(*vars, {0, 0})) return {};
     TKCommandUndo(session);
     Take(session, vars, {0, 0});
     vars->deferral = {};
@@ -401,12 +406,13 @@ TKEffect TKHueOffsetMenuSelect(TKSession* session, HueOffsetVars* vars, uint32_t
 
 bool TKUpdateHueOffset(HueOffsetVars* vars, const OCSettings* settings, const OCSettings* previous, bool force)
 {
+    // A new record is rendered by who brings it: what is held back here would mark a section that an undo took off.
+    vars->deferral = {};
+    vars->waited = 0;
     const Tint tint = {FieldIn(settings, vars->hoco), FieldIn(settings, vars->hoso)};
     if (previous && !force && FieldIn(previous, vars->hoco) == tint.angle &&
         FieldIn(previous, vars->hoso) == tint.strength)
         return false;
-    vars->deferral = {};
-    vars->waited = 0;
     vars->angle = Finite(tint.angle);
     vars->strength = Finite(tint.strength);
     PlaceHandle(vars);

@@ -56,7 +56,7 @@ struct HueOffsetVars {
 /// hoco, hoso   offsets in OCSettings of the float fields of angle and strength
 /// label        of the wheel, such as "Master"; objectName is the last part of the widgets' names. Both are literals.
 ///
-/// Returns what TKRegisterSlider returns. The record has no size until TKPlaceHueOffset.
+/// Returns what TKRegisterSlider returns. Until TKPlaceHueOffset the wheel has 150 pixels a side.
 BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
                          uint32_t hoco, uint32_t hoso, TKSectionID section);
 

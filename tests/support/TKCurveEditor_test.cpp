@@ -292,18 +292,61 @@ TEST_F(TKCurveTest, ADragWhoseReleaseWasLostEndsWithTheTick)
     EXPECT_FALSE(TKCurveWantsTicks(curve_));
 }
 
-TEST_F(TKCurveTest, AnUndoInTheMiddleOfADragEndsItWhenThePointIsGone)
+TEST_F(TKCurveTest, AnUndoInTheMiddleOfADragEndsItAndMovesNoOtherPoint)
 {
     (void)Press(0.4, 0.6);
+    const OCSettings before = Live();
     EXPECT_TRUE(TKUndoStepBack(session_));
-    (void)TKUpdateCurve(&curve_, &Live(), nullptr, false);
-    EXPECT_EQ(Points().pointCount, 2);
-    EXPECT_TRUE(curve_.dragging); // point 1 is the last one now
+    EXPECT_TRUE(TKUpdateCurve(&curve_, &Live(), &before, false));
+    EXPECT_FALSE(curve_.dragging);
+    EXPECT_EQ(curve_.dragPoint, -1);
+    EXPECT_FALSE(Move(0.9, 0.2).changed); // point 1 is the white end now
+    ASSERT_EQ(Points().pointCount, 2);
+    ExpectPoint(0, 0, 0);
+    ExpectPoint(1, 1, 1);
+    const uint32_t steps = Steps();
+    (void)Release();
+    EXPECT_EQ(Steps(), steps);
+}
+
+TEST_F(TKCurveTest, AnUndoOfAPressThatOnlyTurnedTheSectionOnLeavesItOff)
+{
+    Spread(3);
+    (void)Press(0.5, 0.5);
+    ASSERT_EQ(Live().rgbCurvesOn, 1u);
+    const OCSettings before = Live();
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    (void)TKUpdateCurve(&curve_, &Live(), &before, false);
+    Tick(4);
+    EXPECT_EQ(Live().rgbCurvesOn, 0u);
+}
+
+TEST_F(TKCurveTest, ARecordWithFewerPointsTakesTheSelectionAway)
+{
+    (void)Press(0.4, 0.6);
     Points().pointCount = 1;
     (void)TKUpdateCurve(&curve_, &Live(), nullptr, false);
     EXPECT_FALSE(curve_.dragging);
     EXPECT_EQ(curve_.selectedPoint, -1);
     EXPECT_FALSE(Move(0.9, 0.9).changed);
+}
+
+TEST_F(TKCurveTest, APressOnACurveOfFewerThanTwoPointsStraightensItFirst)
+{
+    for (int32_t count : {0, 1}) {
+        Points() = {};
+        Points().pointCount = count;
+        Points().x[0] = Points().y[0] = 0.75f;
+        (void)Press(0.4, 0.6);
+        (void)Release();
+        gBPFake.mouseButtonDown = true;
+        ASSERT_EQ(Points().pointCount, 3);
+        ExpectPoint(0, 0, 0);
+        ExpectPoint(2, 1, 1);
+        EXPECT_EQ(curve_.selectedPoint, 1);
+        EXPECT_TRUE(TKUndoStepBack(session_));
+        EXPECT_EQ(Points().pointCount, count); // the step holds what was there
+    }
 }
 
 TEST_F(TKCurveTest, APressOnTheLabelOrWithCapsLockChangesNoPicture)

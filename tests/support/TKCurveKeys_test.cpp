@@ -81,6 +81,23 @@ TEST_F(TKCurveTest, BackspaceAndDeleteRemoveTheSelectedPointAsAStepOfItsOwn)
     EXPECT_EQ(Points().pointCount, 4);
 }
 
+TEST_F(TKCurveTest, ArrowsAndPageKeysDuringADragLetNoPointsCross)
+{
+    Spread(4);
+    const float third = Points().x[2];
+    (void)Press(static_cast<double>(Points().x[1]), static_cast<double>(Points().y[1]));
+    ASSERT_EQ(curve_.dragPoint, 1);
+    EXPECT_TRUE(Key(kTKKeyPageDown));
+    EXPECT_TRUE(Key(kTKKeyRight));
+    EXPECT_EQ(curve_.selectedPoint, 1);
+    EXPECT_EQ(Points().x[2], third);
+    (void)Move(0.95, 0.5);
+    EXPECT_LT(Points().x[1], Points().x[2]);
+    (void)Release();
+    EXPECT_TRUE(Key(kTKKeyPageDown)); // and afterwards they work again
+    EXPECT_EQ(curve_.selectedPoint, 2);
+}
+
 TEST_F(TKCurveTest, DeletingThePointThatIsDraggedEndsTheDrag)
 {
     (void)Press(0.4, 0.6);

@@ -117,10 +117,13 @@ TEST_F(TKCurvePaintTest, ALoadedTableIsDrawnAsItsSamples)
     EXPECT_EQ(RedRows(200), std::vector<uint32_t>{64});
 }
 
-TEST_F(TKCurvePaintTest, ACurveWithoutPointsHasNoLine)
+TEST_F(TKCurvePaintTest, ACurveWithoutPointsIsTheStraightLineThatTheEngineMakesOfIt)
 {
     Points().pointCount = -3;
-    EXPECT_TRUE(TKCurveLine(curve_).empty());
+    const std::vector<TKPlotPoint> line = TKCurveLine(curve_);
+    ASSERT_EQ(line.size(), 2u);
+    EXPECT_TRUE(line[0].x == 0 && line[0].y == 0);
+    EXPECT_TRUE(line[1].x == 1 && line[1].y == 1);
     Paint();
     Points().pointCount = 1;
     EXPECT_EQ(TKCurveLine(curve_).size(), 4u);

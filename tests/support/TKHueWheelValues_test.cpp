@@ -52,6 +52,20 @@ TEST_F(TKHueWheelTest, AVectorIsLoggedWithPlaceAngleAndDistance)
     EXPECT_EQ(TKLogCount("offsetting 10.0000 0.0000 at 37.0000, 0.0000, angle=103.00, dist=47.00\n"), 1u);
 }
 
+TEST_F(TKHueWheelTest, AVectorMovesAWheelThatWasNeverLaidOut)
+{
+    HueOffsetVars wheel = {};
+    ASSERT_EQ(TKInitHueOffset(session_, &wheel, "Highlights", "highlights",
+                              offsetof(OCSettings, hueOffset.highlights.tintangle),
+                              offsetof(OCSettings, hueOffset.highlights.strength), tkSectionHueOffsets),
+              bpNoErr);
+    EXPECT_TRUE(OffsetHueOffset(session_, &wheel, 5, 0, true).rerenders);
+    EXPECT_FLOAT_EQ(Live().hueOffset.highlights.tintangle, 103);
+    EXPECT_FLOAT_EQ(Live().hueOffset.highlights.strength, 5.0f / static_cast<float>(wheel.radius));
+    EXPECT_EQ(Live().hueOffsetOn, 1u);
+    EXPECT_EQ(wheel.radius, 68); // of a wheel of 150
+}
+
 TEST_F(TKHueWheelTest, AVectorOfNothingOrOfNoNumberChangesNothing)
 {
     Set(150, 0.5f);
@@ -107,6 +121,17 @@ TEST_F(TKHueWheelTest, ResetHueWheelZeroesThisWheelInOneStep)
     EXPECT_EQ(Steps(), 1u);
     EXPECT_TRUE(TKUndoStepBack(session_));
     EXPECT_EQ(Angle(), 150.0f);
+}
+
+TEST_F(TKHueWheelTest, ResetOfANeutralWheelTurnsNoToolOnAndTakesNoStep)
+{
+    EXPECT_FALSE(TKHueOffsetMenuSelect(session_, &wheel_, tkWheelReset).changed);
+    EXPECT_TRUE(Key(kTKKeyDelete));
+    EXPECT_TRUE(Key(kTKKeyBack));
+    EXPECT_EQ(Steps(), 0u);
+    EXPECT_EQ(Live().hueOffsetOn, 0u);
+    EXPECT_EQ(Live().primaryOn, 0u);
+    EXPECT_EQ(Renders(), 0u);
 }
 
 TEST_F(TKHueWheelTest, ResetAllHueWheelsResetsTheGroupAndTakesItsMarkOff)

@@ -295,6 +295,18 @@ TEST_F(TKHueWheelTest, AnUndoInTheMiddleOfADragKeepsItsStepAndTheDragGoesOnAsANe
     EXPECT_FALSE(TKUndoStepBack(session_));
 }
 
+TEST_F(TKHueWheelTest, AnUndoOfAPressThatOnlyTurnedTheSectionOnLeavesItOff)
+{
+    (void)Press(37, 0, bpShiftKey);
+    ASSERT_EQ(Live().hueOffsetOn, 1u);
+    const OCSettings before = Live();
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    (void)TKUpdateHueOffset(&wheel_, &Live(), &before, false);
+    Tick(4);
+    EXPECT_EQ(Live().hueOffsetOn, 0u);
+    EXPECT_EQ(Live().primaryOn, 0u);
+}
+
 TEST_F(TKHueWheelTest, AnOpenEditIsCommittedByThePress)
 {
     OpenEdit(session_, &wheel_.strengthSlider);
