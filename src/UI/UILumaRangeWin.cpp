@@ -162,7 +162,8 @@ void UILumaRangeWin::settleHandles()
 
 void UILumaRangeWin::handlesChanged()
 {
-    for (uint32_t i = 0; i < kLumaRangeHandleCount; ++i)
+    // In a drag the active handle is the one in the hand, wherever Tab puts the focus.
+    for (uint32_t i = 0; i < kLumaRangeHandleCount && !vars_->tracking; ++i)
         if (handles_[i]->hasFocus()) vars_->active = i;
     update();
 }

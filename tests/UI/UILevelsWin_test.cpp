@@ -382,6 +382,19 @@ TEST_F(LevelsWinTest, ArrowsMoveALumaRangeHandleBothWays)
     EXPECT_EQ(Range().lumarange_shadowx, 0.7f);
 }
 
+TEST_F(LevelsWinTest, TabInTheMiddleOfALumaRangeDragLeavesTheOtherHandleAlone)
+{
+    const OCLumaRangeBlock before = Range();
+    const QPoint from = RangeAt(0);
+    Down(rangeWin_, from);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    Move(rangeWin_, from + QPoint(20, 0));
+    Up(rangeWin_, from + QPoint(20, 0));
+    EXPECT_GT(Range().lumarange_shadowx, before.lumarange_shadowx);
+    EXPECT_EQ(Range().lumarange_highlightx, before.lumarange_highlightx);
+    EXPECT_EQ(Range().lumarange_highlighty, before.lumarange_highlighty);
+}
+
 TEST_F(LevelsWinTest, TheActiveCurveIsBrightAndTheHandleYellow)
 {
     const auto brightest = [&] {
