@@ -40,7 +40,8 @@ void MakeHostBlock()
     block->frameStep = 1;
     block->framePixelFormat = static_cast<uint32_t>(pixFormatARGB8);
     block->pixelAspect = 1;
-    for (uint32_t i = 0; i < width * height * 4; ++i) block->pixels[i] = static_cast<uint8_t>(i * 37);
+    uint8_t* pixels = block->pixels; // they go on to the end of the block
+    for (uint32_t i = 0; i < width * height * 4; ++i) pixels[i] = static_cast<uint8_t>(i * 37);
     block->status = kTKUIStatusDataReady;
 }
 

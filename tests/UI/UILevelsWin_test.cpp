@@ -6,6 +6,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QElapsedTimer>
 
 namespace {
 
@@ -93,11 +94,12 @@ TEST_F(LevelsWinTest, AHandThatPausesSeesThePictureAfter100ms)
 {
     const QPoint from = At(levelsInWhite);
     Down(win_, from);
+    QElapsedTimer paused;
+    paused.start();
     Move(win_, from - QPoint(64, 0));
     EXPECT_EQ(Renders(), 0u);
-    QTest::qWait(60);
-    EXPECT_EQ(Renders(), 0u);
-    QTest::qWait(120);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Renders() != 0; }));
+    EXPECT_GE(paused.elapsed(), 80); // the first of the five ticks of 20 ms may be near
     EXPECT_EQ(Renders(), 1u);
     EXPECT_EQ(Block().on, 1u);
     Up(win_, from - QPoint(64, 0));
@@ -131,7 +133,7 @@ TEST_F(LevelsWinTest, ADragEndsWhenTheMouseIsTakenAway)
     });
     takeAway([&] { // the tick is the safety net
         gBPFake.mouseButtonDown = false;
-        QTest::qWait(60);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !session_->controls.undoPending; }));
     });
     takeAway([&] { // a move without a button
         QMouseEvent event(QEvent::MouseMove, QPointF(300, 100), QPointF(300, 100), Qt::NoButton, Qt::NoButton,
