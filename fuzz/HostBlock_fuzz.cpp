@@ -238,7 +238,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     BPFakeReset();
     BPFakeCaptureLog();
     gBPFake.alive[kHost] = true;
-    gBPFake.sleepLimit = 2000;
+    gBPFake.sleepLimit = 5000; // in each of two visits a host that cannot be watched is outwaited once
     gBPFake.hookContext = &host;
     gBPFake.onSleep = [](void* context, uint32_t) { Act(static_cast<Host*>(context)); };
     BPPlatform platform = {};

@@ -124,6 +124,7 @@ struct TKSession {
     bool hostPresent;         ///< a block was found at start-up
     bool hostInProcess;       ///< an embedder in this process vouches for pointers in the block; off in the application
     uint32_t hostProcessHigh, hostProcessID; ///< outlive the block
+    bool hostIsSilent; ///< it cannot be watched and left a request unanswered: nothing more is asked of it
     BPProcessWatch hostWatch;
     BPSharedMemory uiBlock;
     BPFrameChannel frameChannel;

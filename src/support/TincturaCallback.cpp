@@ -69,6 +69,7 @@ void TakeHostIdentity(TKSession* session)
     const BPProcessOps& process = session->platform->process;
     if (session->hostWatch.handle != 0) process.unwatch(&session->hostWatch);
     session->hostWatch = {};
+    session->hostIsSilent = false;
     const TKUIComm* block = TKBlockOf(session);
     session->hostProcessHigh = TKReadOnce(block->hostProcessHigh);
     session->hostProcessID = TKReadOnce(block->hostProcessID);
@@ -151,7 +152,10 @@ bool AwaitFrame(TKSession* session, TKAnswerRange range)
     for (uint32_t waits = 0; !session->receivedFrame; ++waits) {
         if (TKReadStatus(block) == kTKUIStatusRequestFailed || TKHostTookItsBlock(session)) return false;
         if (session->platform->process.endRequested()) return false;
-        if (session->hostProcessID == 0 && waits == kOrphanWaits) return false;
+        if (session->hostProcessID == 0 && waits == kOrphanWaits) {
+            session->hostIsSilent = true; // one such wait is enough: while it lasts nobody can do anything
+            return false;
+        }
         session->platform->clock.sleepMs(kFrameWaitMs);
         const bool alive = TKHostIsAlive(session); // before the look: what it sent before its end is then waiting
         TKCommWindowPoll(session, range);
@@ -389,6 +393,7 @@ BPStatus OCCB_GetClipFrame(TKSession* session, uint8_t** buffer, uint32_t* byteC
     if (!block) return bpNoErr;
     if (TKReadOnce(block->hostProcessHigh) == 0 && TKReadOnce(block->hostProcessID) == 0) return bpNoErr;
     if (session->hostProcessHigh == 0 && session->hostProcessID == 0) return bpNoErr;
+    if (session->hostIsSilent) return bpNoErr;
     const TKAnswerRange range = AnswersToTake(session);
     if (range.maximumBytes == 0) return bpNoErr;
 

@@ -44,7 +44,8 @@ ANSWER_SECONDS = 15
 class Fuzz(harness.Session):
     def setUp(self):
         super().setUp()
-        self.seed = int(os.environ.get("OC_FUZZ_SEED") or random.SystemRandom().randrange(1 << 32))
+        # The same visits each time; a seed of 0 draws others, for a long search.
+        self.seed = int(os.environ.get("OC_FUZZ_SEED") or 1) or random.SystemRandom().randrange(1, 1 << 32)
         self.dice = random.Random(self.seed)
         self.outcomes = collections.Counter()
         self.block_path = self.path("runtime", "ochrine", "Ochrine3CommBlock")

@@ -354,6 +354,17 @@ TEST_F(TKFrameRequest, AHostThatGaveOnlyTheHighHalfIsServedAsAnyOther)
     EXPECT_EQ(buffer, nullptr);
     EXPECT_EQ(gBPFake.sleeps.size(), 2000u);
     EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+    // And nobody waits for it a second time, until a host comes anew.
+    gBPFake.sleeps.clear();
+    host_.statusSeen.clear();
+    EXPECT_EQ(OCCB_GetClipFrame(session_, &buffer, &byteCount), bpNoErr);
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_TRUE(gBPFake.sleeps.empty());
+    EXPECT_TRUE(host_.statusSeen.empty());
+    TKTearDown(session_);
+    host_.Make();
+    ASSERT_EQ(TKAttachHost(session_), tkAttached);
+    EXPECT_FALSE(session_->hostIsSilent);
 }
 
 TEST_F(TKFrameRequest, AHostThatLivesAndIsSilentIsAwaitedUntilTheEndIsAskedFor)
