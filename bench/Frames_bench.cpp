@@ -81,12 +81,12 @@ void TurnPrimaryOn(OCSettings* settings)
 }
 
 /// A move of the slider "RGB Gain" of the HSL master to a place of its own.
-void Move(TKSession* session, TKSlider* slider, int i)
+void Move(TKSession* session, SliderVars* slider, int i)
 {
     (void)TKSliderDrag(session, slider, 65536 + (i + kWarmUps + 1) * 512);
 }
 
-void Measure(TKSession* session, TKSlider* slider, const char* grade)
+void Measure(TKSession* session, SliderVars* slider, const char* grade)
 {
     UpdateAllControls(session, &session->liveSettings, kOCResetAll, kOCResetAll, nullptr, true);
     RecomputeAndRefresh(session, true);
@@ -102,7 +102,7 @@ void Measure(TKSession* session, TKSlider* slider, const char* grade)
         }));
 }
 
-TKSlider* SliderNamed(TKSession* session, const char* name)
+SliderVars* SliderNamed(TKSession* session, const char* name)
 {
     for (uint32_t i = 0; i < session->controls.sliderCount; ++i)
         if (std::strcmp(session->controls.slider[i]->objectName, name) == 0) return session->controls.slider[i];
@@ -137,7 +137,7 @@ int main(int argc, char** argv)
         std::printf("Window %d x %d, picture 1920 x 1080, %u workers\n\n", window->width(), window->height(),
                     session->taskCount);
         std::printf("| grade | what | clock, ms | processor, ms |\n|---|---|---:|---:|\n");
-        TKSlider* slider = SliderNamed(session, "hsl_master_gain");
+        SliderVars* slider = SliderNamed(session, "hsl_master_gain");
         if (!slider) slider = session->controls.slider[6];
         TurnPrimaryOn(&session->liveSettings);
         Measure(session, slider, "primary");

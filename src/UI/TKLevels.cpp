@@ -119,13 +119,13 @@ void ShowLimits(LevelsVars* vars)
     for (uint32_t bar = 0; bar < kLevelsHandleCount; bar += 3) {
         const auto least = static_cast<int32_t>(std::floor(static_cast<double>(vars->value[bar]) * 65536.0));
         const auto most = static_cast<int32_t>(std::ceil(static_cast<double>(vars->value[bar + 2]) * 65536.0));
-        TKSlider* const slider[3] = {&vars->readout[bar].slider, &vars->readout[bar + 1].slider,
-                                     &vars->readout[bar + 2].slider};
+        SliderVars* const slider[3] = {&vars->readout[bar].slider, &vars->readout[bar + 1].slider,
+                                       &vars->readout[bar + 2].slider};
         slider[black]->typeMax = most;
         slider[gray]->typeMin = std::min(least, most);
         slider[gray]->typeMax = std::max(least, most);
         slider[white]->typeMin = least;
-        for (TKSlider* one : slider) {
+        for (SliderVars* one : slider) {
             one->trackMin = one->typeMin;
             one->trackMax = one->typeMax;
             one->position = std::clamp(one->position, one->trackMin, one->trackMax);
@@ -154,13 +154,13 @@ void Apply(LevelsVars* vars, uint32_t handle, const Trio& trio)
 
 void Render(TKSession* session, LevelsVars* vars)
 {
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     RecomputeAndRefresh(session, true);
     TKStoreUndo(session);
 }
 
 /// A value was typed or reset: it stands in the field already, while `value` still has the one before.
-void ReadoutChanged(TKSession*, TKSlider* slider, double typed, bool)
+void ReadoutChanged(TKSession*, SliderVars* slider, double typed, bool)
 {
     auto* readout = reinterpret_cast<LevelsReadout*>(slider);
     LevelsVars* vars = readout->owner;
@@ -218,7 +218,7 @@ void InitLevels(LevelsVars* vars, void* base, uint32_t channelOffset, uint32_t c
         const TKSliderRow& row = kReadoutRows[handle];
         vars->handleOffset[handle] = channelOffset + row.offset;
         LevelsReadout& readout = vars->readout[handle];
-        TKInitSlider(&readout.slider, row, base, channelOffset, nullptr, section);
+        TKCreateSlider(&readout.slider, row, base, channelOffset, nullptr, section);
         readout.slider.changeProc = ReadoutChanged;
         readout.owner = vars;
         readout.handle = handle;
@@ -365,7 +365,7 @@ bool FlushLevels(TKSession* session, LevelsVars* vars)
     return true;
 }
 
-void RefineLevelsEdit(TKSlider* slider)
+void RefineLevelsEdit(SliderVars* slider)
 {
     FormatLevelsValue(GetSliderValue(*slider), slider->editText, sizeof slider->editText);
     std::memcpy(slider->openedText, slider->editText, sizeof slider->openedText);

@@ -80,7 +80,7 @@ uint32_t LevelsBinCount(int32_t plotWidth);
 
 /// The value of a handle as a number that can be typed: a slider's record without a track.
 struct LevelsReadout {
-    TKSlider slider; ///< the first member: LevelsReadout is found from it
+    SliderVars slider; ///< the first member: LevelsReadout is found from it
     LevelsVars* owner;
     uint32_t handle;
 };
@@ -169,4 +169,4 @@ bool LevelsNeedTick(const LevelsVars& vars);
 bool FlushLevels(TKSession* session, LevelsVars* vars);
 
 /// Gives the open edit of a readout three decimals instead of two.
-void RefineLevelsEdit(TKSlider* slider);
+void RefineLevelsEdit(SliderVars* slider);

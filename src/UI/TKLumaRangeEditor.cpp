@@ -59,7 +59,7 @@ bool ShowBlock(LumaRangeVars* vars, const OCLumaRangeBlock& block)
     vars->readout[0].slider.typeMax = static_cast<int32_t>(std::ceil(units(vars->value[lumaRangeHighlights].x)));
     vars->readout[2].slider.typeMin = static_cast<int32_t>(std::floor(units(vars->value[lumaRangeShadows].x)));
     for (uint32_t row = 0; row < 2 * kLumaRangeHandleCount; ++row) {
-        TKSlider* slider = &vars->readout[row].slider;
+        SliderVars* slider = &vars->readout[row].slider;
         slider->trackMin = slider->typeMin;
         slider->trackMax = slider->typeMax;
         const LumaRangePoint value = vars->value[row / 2];
@@ -100,13 +100,13 @@ void Apply(LumaRangeVars* vars, const OCLumaRangeBlock& block)
 
 void Render(TKSession* session, LumaRangeVars* vars)
 {
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     RecomputeAndRefresh(session, true);
     TKStoreUndo(session);
 }
 
 /// A value was typed or reset: it stands in the field already.
-void ReadoutChanged(TKSession*, TKSlider* slider, double typed, bool)
+void ReadoutChanged(TKSession*, SliderVars* slider, double typed, bool)
 {
     const auto* readout = reinterpret_cast<const LumaRangeReadout*>(slider);
     LumaRangeVars* vars = readout->owner;
@@ -154,7 +154,7 @@ void InitLumaRange(LumaRangeVars* vars, void* base, uint32_t blockOffset, TKSect
     ResetTabChain(&chain);
     for (uint32_t row = 0; row < 2 * kLumaRangeHandleCount; ++row) {
         LumaRangeReadout& readout = vars->readout[row];
-        TKInitSlider(&readout.slider, kReadoutRows[row], base, blockOffset, nullptr, section);
+        TKCreateSlider(&readout.slider, kReadoutRows[row], base, blockOffset, nullptr, section);
         readout.slider.changeProc = ReadoutChanged;
         readout.owner = vars;
         readout.handle = row / 2;

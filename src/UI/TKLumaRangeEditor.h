@@ -77,7 +77,7 @@ int32_t LumaRangeNaturalHeight(int32_t controlWidth);
 
 /// A value of a handle as a number that can be typed: a slider's record without a track.
 struct LumaRangeReadout {
-    TKSlider slider; ///< the first member: LumaRangeReadout is found from it
+    SliderVars slider; ///< the first member: LumaRangeReadout is found from it
     LumaRangeVars* owner;
     uint32_t handle;
     bool isSoftness;

@@ -196,18 +196,18 @@ struct TKWindowsCalls {
         if (TincturaMainWin* window = Main(context)) window->playingChanged();
     }
 
-    static UISliderWin* SliderOf(void* context, const TKSlider* slider)
+    static UISliderWin* SliderOf(void* context, const SliderVars* slider)
     {
         TincturaMainWin* window = Main(context);
         return window ? window->sliderOf(slider) : nullptr;
     }
     /// A number without a track, in a composite control.
-    static UIValueWin* ValueOf(void* context, const TKSlider* slider)
+    static UIValueWin* ValueOf(void* context, const SliderVars* slider)
     {
         TincturaMainWin* window = Main(context);
         return window ? UIValueWin::find(window, slider) : nullptr;
     }
-    static void SliderChanged(void* context, TKSlider* slider)
+    static void SliderChanged(void* context, SliderVars* slider)
     {
         if (UISliderWin* window = SliderOf(context, slider))
             window->showValue();
@@ -220,7 +220,7 @@ struct TKWindowsCalls {
         for (QWidget* up = control->parentWidget(); up; up = up->parentWidget())
             if (auto* page = qobject_cast<QScrollArea*>(up)) page->ensureWidgetVisible(control, 0, kSightMargin);
     }
-    static void EditOpened(void* context, TKSlider* slider)
+    static void EditOpened(void* context, SliderVars* slider)
     {
         if (UISliderWin* window = SliderOf(context, slider)) {
             window->showEdit();
@@ -230,7 +230,7 @@ struct TKWindowsCalls {
             BringIntoSight(value);
         }
     }
-    static void EditClosed(void* context, TKSlider* slider)
+    static void EditClosed(void* context, SliderVars* slider)
     {
         UISliderWin* window = SliderOf(context, slider);
         UIValueWin* value = window ? nullptr : ValueOf(context, slider);

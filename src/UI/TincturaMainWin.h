@@ -26,7 +26,7 @@ class TincturaMainWin : public QWidget {
     void selectAnalysis(int index); ///< of the analysis pane, likewise
     void showViewMode(uint32_t mode);
     void showAbout();
-    UISliderWin* sliderOf(const TKSlider* slider) const { return tools_->sliderOf(slider); }
+    UISliderWin* sliderOf(const SliderVars* slider) const { return tools_->sliderOf(slider); }
     ToolAreaWin* tools() const { return tools_; }
 
     /// Offers a key press as the message loop does: accelerators, keys of transport and slots, letters. True when it is consumed.

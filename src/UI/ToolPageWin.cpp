@@ -19,7 +19,7 @@
 
 struct ToolPageRecords {
     TKTabChain chain; ///< of the page's sliders
-    std::deque<TKSlider> sliders;
+    std::deque<SliderVars> sliders;
     std::deque<TKCheckbox> checkboxes;
     std::deque<TKPopup> popups;
     std::deque<TKColorSample> samples;
@@ -74,9 +74,9 @@ QWidget* ToolPageWin::makeControl(const TKControlRow& row, const QString& name, 
 
 QWidget* ToolPageWin::makeSlider(const TKControlRow& row, const QString& name, BPStatus* error)
 {
-    TKSlider* slider = &records_->sliders.emplace_back();
-    TKInitSlider(slider, row.bind, &session_->liveSettings, page_.blockOffset, &session_->defaultSettings,
-                 TKRowSection(page_, row));
+    SliderVars* slider = &records_->sliders.emplace_back();
+    TKCreateSlider(slider, row.bind, &session_->liveSettings, page_.blockOffset, &session_->defaultSettings,
+                   TKRowSection(page_, row));
     const BPStatus err = TKRegisterSlider(session_, slider);
     if (*error == bpNoErr) *error = err;
     TKChainSlider(&records_->chain, slider);
@@ -98,16 +98,16 @@ QWidget* ToolPageWin::makeButton(const TKControlRow& row, const QString& name)
 QWidget* ToolPageWin::makeCheckbox(const TKControlRow& row, const QString& name)
 {
     TKCheckbox* checkbox = &records_->checkboxes.emplace_back();
-    TKInitCheckbox(checkbox, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
-                   row.bind.label, row.bind.objectName);
+    TKCreateCheckbox(checkbox, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
+                     row.bind.label, row.bind.objectName);
     return new UICheckboxWin(session_, checkbox, name, content_);
 }
 
 QWidget* ToolPageWin::makePopup(const TKControlRow& row, const QString& name)
 {
     TKPopup* popup = &records_->popups.emplace_back();
-    TKInitPopup(popup, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
-                row.bind.label, row.bind.objectName, row.items);
+    TKCreatePopup(popup, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
+                  row.bind.label, row.bind.objectName, row.items);
     return new UIPopupWin(session_, popup, name, content_);
 }
 
@@ -115,9 +115,9 @@ QWidget* ToolPageWin::makeColorSample(const TKControlRow& row, const QString& na
 {
     TKColorSample* sample = &records_->samples.emplace_back();
     const uint32_t at = page_.blockOffset + row.bind.offset;
-    const BPStatus err = TKInitColorSample(sample, &session_->liveSettings, at + offsetof(OCColorSample, red),
-                                           at + offsetof(OCColorSample, on), TKRowSection(page_, row),
-                                           static_cast<int32_t>(at), nullptr, row.bind.label, row.bind.objectName);
+    const BPStatus err = TKCreateColorSample(sample, &session_->liveSettings, at + offsetof(OCColorSample, red),
+                                             at + offsetof(OCColorSample, on), TKRowSection(page_, row),
+                                             static_cast<int32_t>(at), nullptr, row.bind.label, row.bind.objectName);
     if (*error == bpNoErr) *error = err;
     return new UIColorSampleWin(session_, sample, name, content_);
 }

@@ -43,8 +43,8 @@ static_assert(kTKMatchNarrowWidth == UIMatchColorWin::kLeastWidth &&
 
 ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) : QWidget(parent), session_(session)
 {
-    const BPStatus err = TKInitColorSample(&sample_, &session->liveSettings, kTKColorSampleOffset, kTKNoOffset,
-                                           tkSectionNone, kSampleID, nullptr, "Color Sample", "sample");
+    const BPStatus err = TKCreateColorSample(&sample_, &session->liveSettings, kTKColorSampleOffset, kTKNoOffset,
+                                             tkSectionNone, kSampleID, nullptr, "Color Sample", "sample");
     if (*error == bpNoErr) *error = err;
     top_ = build(TKToolPanes(), QStringLiteral("panes"), error);
     for (const MatchRow& row : kMatches) {
@@ -91,7 +91,7 @@ ToolAreaWin::Node ToolAreaWin::build(std::span<const TKTabRow> tabs, const QStri
     return node;
 }
 
-UISliderWin* ToolAreaWin::sliderOf(const TKSlider* slider) const
+UISliderWin* ToolAreaWin::sliderOf(const SliderVars* slider) const
 {
     return sliders_.value(slider, nullptr);
 }

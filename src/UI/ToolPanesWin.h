@@ -18,8 +18,8 @@ class ToolAreaWin : public QWidget {
     ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error);
     ~ToolAreaWin() override;
 
-    UISliderWin* sliderOf(const TKSlider* slider) const; ///< null when it stands elsewhere
-    void selectPane(int index);                          ///< a number without a pane changes nothing
+    UISliderWin* sliderOf(const SliderVars* slider) const; ///< null when it stands elsewhere
+    void selectPane(int index);                            ///< a number without a pane changes nothing
     /// A tab, the one inside it, the one inside that; -1 and a number without a tab leave one alone.
     void selectTabs(int pane, int inner, int innermost);
     void switchesChanged(); ///< the checkboxes of all tabs follow the live settings
@@ -50,7 +50,7 @@ class ToolAreaWin : public QWidget {
     Node top_;
     std::vector<UIHorizTabWin*> bars_;
     std::vector<ToolPageWin*> pages_;
-    QHash<const TKSlider*, UISliderWin*> sliders_;
+    QHash<const SliderVars*, UISliderWin*> sliders_;
     TKColorSample sample_ = {};
     UIColorSampleWin* sampleWindow_;
     TKMatchColor matches_[ocMatchPaneCount] = {};

@@ -73,8 +73,8 @@ void UIHorizTabWin::toggle(int index)
     if (index < 0 || index >= tabCount() || !hasSwitch(index)) return;
     const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
     TKCheckbox checkbox;
-    TKInitCheckbox(&checkbox, &session_->liveSettings, tabs_[static_cast<size_t>(index)].switchOffset, tkSectionNone,
-                   name.constData(), name.constData());
+    TKCreateCheckbox(&checkbox, &session_->liveSettings, tabs_[static_cast<size_t>(index)].switchOffset, tkSectionNone,
+                     name.constData(), name.constData());
     (void)TKCheckboxClick(session_, &checkbox, !isOn(index));
     switchesChanged();
 }

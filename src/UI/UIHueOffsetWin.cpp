@@ -97,7 +97,7 @@ UIHueOffsetWin::~UIHueOffsetWin()
     TKDisposeHueOffset(vars_);
 }
 
-UISliderWin* UIHueOffsetWin::sliderOf(const TKSlider* slider) const
+UISliderWin* UIHueOffsetWin::sliderOf(const SliderVars* slider) const
 {
     if (slider == &vars_->hueSlider) return hue_;
     return slider == &vars_->strengthSlider ? strength_ : nullptr;

@@ -15,8 +15,8 @@ class UIHueOffsetWin : public QWidget {
     ~UIHueOffsetWin() override;
 
     HueOffsetVars* vars() const { return vars_; }
-    UISliderWin* sliderOf(const TKSlider* slider) const; ///< null when it is none of the two
-    QRect wheelRect() const;                             ///< where a press is one on the wheel
+    UISliderWin* sliderOf(const SliderVars* slider) const; ///< null when it is none of the two
+    QRect wheelRect() const;                               ///< where a press is one on the wheel
     QPoint handlePoint() const;
 
     QSize sizeHint() const override;

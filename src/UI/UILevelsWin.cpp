@@ -64,7 +64,7 @@ UILevelsWin::UILevelsWin(TKSession* session, LevelsVars* vars, const QString& na
         labels_[i]->setAttribute(Qt::WA_TransparentForMouseEvents);
     }
     for (uint32_t i = 0; i < kLevelsHandleCount; ++i) {
-        TKSlider* slider = &vars->readout[i].slider;
+        SliderVars* slider = &vars->readout[i].slider;
         const QString part = name + u'.' + QString::fromLatin1(slider->objectName);
         const QString words = QString::fromLatin1(LevelsHandleName(i));
         handles_[i] = new UIHandleWin(this, static_cast<int>(i), words, part, this);

@@ -43,7 +43,7 @@ UILumaRangeWin::UILumaRangeWin(TKSession* session, LumaRangeVars* vars, const QS
         handles_[i] = new UIHandleWin(this, static_cast<int>(i), words, name + u'.' + words.toLower(), this);
     }
     for (uint32_t i = 0; i < 2 * kLumaRangeHandleCount; ++i) {
-        TKSlider* slider = &vars->readout[i].slider;
+        SliderVars* slider = &vars->readout[i].slider;
         readouts_[i] = new UIValueWin(session, slider,
                                       name + u'.' + QString::fromLatin1(slider->objectName) + QStringLiteral(".value"),
                                       RefineLevelsEdit, this);

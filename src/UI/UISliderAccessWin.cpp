@@ -38,7 +38,7 @@ class SliderAccess : public QAccessibleWidget, public QAccessibleValueInterface 
     }
 
   private:
-    const TKSlider& slider() const { return *window_->slider(); }
+    const SliderVars& slider() const { return *window_->slider(); }
     UISliderWin* window_;
 };
 

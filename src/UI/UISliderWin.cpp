@@ -23,7 +23,7 @@ constexpr int kGrooveHeight = 4;
 
 } // namespace
 
-UISliderEditWin::UISliderEditWin(TKSession* session, TKSlider* slider, QWidget* parent)
+UISliderEditWin::UISliderEditWin(TKSession* session, SliderVars* slider, QWidget* parent)
     : QLineEdit(parent), session_(session), slider_(slider)
 {
     setFrame(false);
@@ -58,7 +58,7 @@ void UISliderEditWin::keyPressEvent(QKeyEvent* event)
     QLineEdit::keyPressEvent(event);
 }
 
-UISliderWin::UISliderWin(TKSession* session, TKSlider* slider, const QString& name, QWidget* parent)
+UISliderWin::UISliderWin(TKSession* session, SliderVars* slider, const QString& name, QWidget* parent)
     : QWidget(parent), session_(session), slider_(slider), edit_(new UISliderEditWin(session, slider, this))
 {
     setObjectName(name);
@@ -140,7 +140,7 @@ void UISliderWin::paintEvent(QPaintEvent*)
     painter.setBrush(shades.track);
     painter.drawRoundedRect(groove, 2, 2);
     // From the neutral value to the thumb the groove is lit: a glance tells what was moved, and which way.
-    TKSlider neutral = *slider_;
+    SliderVars neutral = *slider_;
     TKShowSliderValue(&neutral, static_cast<double>(slider_->defaultValue));
     const int from = track.left() + TKThumbPixel(neutral, track.width());
     const QRect thumb = thumbRect();

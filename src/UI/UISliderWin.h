@@ -10,7 +10,7 @@
 /// The text edit that a slider shows while its value is typed.
 class UISliderEditWin : public QLineEdit {
   public:
-    UISliderEditWin(TKSession* session, TKSlider* slider, QWidget* parent);
+    UISliderEditWin(TKSession* session, SliderVars* slider, QWidget* parent);
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -18,16 +18,16 @@ class UISliderEditWin : public QLineEdit {
 
   private:
     TKSession* session_;
-    TKSlider* slider_;
+    SliderVars* slider_;
 };
 
 class UISliderWin : public QWidget {
   public:
     /// Session and slider must outlive the widget. The object name is the parameter's key.
-    UISliderWin(TKSession* session, TKSlider* slider, const QString& name, QWidget* parent);
+    UISliderWin(TKSession* session, SliderVars* slider, const QString& name, QWidget* parent);
 
     TKSession* session() const { return session_; }
-    TKSlider* slider() const { return slider_; }
+    SliderVars* slider() const { return slider_; }
     void showValue();        ///< the record changed
     void showEdit();         ///< opens the edit with the record's text, all selected
     bool hideEdit();         ///< whether the edit had the focus of its window
@@ -56,7 +56,7 @@ class UISliderWin : public QWidget {
     void setValueHovered(bool hovered);
 
     TKSession* session_;
-    TKSlider* slider_;
+    SliderVars* slider_;
     UISliderEditWin* edit_;
     bool dragging_ = false;
     bool valueHovered_ = false;

@@ -15,7 +15,7 @@ constexpr int kGap = 3; // from the name to the number
 
 } // namespace
 
-UIValueWin::UIValueWin(TKSession* session, TKSlider* slider, const QString& name, void (*refine)(TKSlider*),
+UIValueWin::UIValueWin(TKSession* session, SliderVars* slider, const QString& name, void (*refine)(SliderVars*),
                        QWidget* parent)
     : QWidget(parent), session_(session), slider_(slider), refine_(refine),
       edit_(new UISliderEditWin(session, slider, this))
@@ -26,7 +26,7 @@ UIValueWin::UIValueWin(TKSession* session, TKSlider* slider, const QString& name
     edit_->hide();
 }
 
-UIValueWin* UIValueWin::find(const QWidget* window, const TKSlider* slider)
+UIValueWin* UIValueWin::find(const QWidget* window, const SliderVars* slider)
 {
     for (QWidget* widget : window->findChildren<QWidget*>())
         if (auto* value = dynamic_cast<UIValueWin*>(widget); value && value->slider_ == slider) return value;

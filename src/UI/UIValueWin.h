@@ -8,9 +8,10 @@
 class UIValueWin : public QWidget {
   public:
     /// Session and slider must outlive the widget. `refine` rewrites the text of an edit that has just opened, or is null.
-    UIValueWin(TKSession* session, TKSlider* slider, const QString& name, void (*refine)(TKSlider*), QWidget* parent);
+    UIValueWin(TKSession* session, SliderVars* slider, const QString& name, void (*refine)(SliderVars*),
+               QWidget* parent);
 
-    TKSlider* slider() const { return slider_; }
+    SliderVars* slider() const { return slider_; }
     std::function<void()> onValue; ///< the record changed: the owner shows it, here by setText
     void showValue();
     /// What stands beside the name.
@@ -21,7 +22,7 @@ class UIValueWin : public QWidget {
     bool hideEdit(); ///< whether the edit had the focus of its window
 
     /// The widget below `window` that shows this slider, or null.
-    static UIValueWin* find(const QWidget* window, const TKSlider* slider);
+    static UIValueWin* find(const QWidget* window, const SliderVars* slider);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -38,8 +39,8 @@ class UIValueWin : public QWidget {
     QRect numberRect() const;
 
     TKSession* session_;
-    TKSlider* slider_;
-    void (*refine_)(TKSlider*);
+    SliderVars* slider_;
+    void (*refine_)(SliderVars*);
     UISliderEditWin* edit_;
     QString text_;
     Qt::Alignment alignment_ = Qt::AlignLeft;

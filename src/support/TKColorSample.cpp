@@ -20,19 +20,19 @@ BPStatus Identify(TKControlNode* node, TKControlNode* parent, void* control, uin
 
 } // namespace
 
-BPStatus TKInitColorSample(TKColorSample* sample, void* base, uint32_t dataOffset, uint32_t switchOffset,
-                           TKSectionID section, int32_t id, TKControlNode* parent, const char* label,
-                           const char* objectName)
+BPStatus TKCreateColorSample(TKColorSample* sample, void* base, uint32_t dataOffset, uint32_t switchOffset,
+                             TKSectionID section, int32_t id, TKControlNode* parent, const char* label,
+                             const char* objectName)
 {
     *sample = {};
     sample->format = tkColorRGB8;
     sample->id = id;
     sample->label = label;
     sample->objectName = objectName;
-    TKInitEyedropper(&sample->eyedropper, base, dataOffset, section, label, objectName);
+    TKCreateEyedropper(&sample->eyedropper, base, dataOffset, section, label, objectName);
     sample->eyedropper.switchOffset = switchOffset;
-    TKInitSwatch(&sample->source, base, dataOffset, "Source", objectName);
-    TKInitSwatch(&sample->result, base, dataOffset, "Result", objectName);
+    TKCreateSwatch(&sample->source, base, dataOffset, "Source", objectName);
+    TKCreateSwatch(&sample->result, base, dataOffset, "Result", objectName);
     sample->result.showsResult = true;
     // Nothing stands between the two, so that the eye compares them and not two frames.
     sample->source.joinedEdges = kTKEdgeRight;
@@ -42,7 +42,7 @@ BPStatus TKInitColorSample(TKColorSample* sample, void* base, uint32_t dataOffse
         swatch->format = &sample->format;
     }
     sample->hasCheckbox = switchOffset != kTKNoOffset;
-    if (sample->hasCheckbox) TKInitCheckbox(&sample->checkbox, base, switchOffset, section, label, objectName);
+    if (sample->hasCheckbox) TKCreateCheckbox(&sample->checkbox, base, switchOffset, section, label, objectName);
 
     TKInitNode(&sample->node, parent, sample);
     const struct {

@@ -12,7 +12,7 @@ inline constexpr int kTKColorSampleHeight = 113;
 inline constexpr int kTKColorSampleWidth = 170; ///< of the popup, and so of the whole
 inline constexpr int kTKSampleSwatchWidth = 65;
 
-/// A composite. It must stay in place from TKInitColorSample to TKDisposeColorSample: its parts point at each other.
+/// A composite. It must stay in place from TKCreateColorSample to TKDisposeColorSample: its parts point at each other.
 struct TKColorSample {
     TKEyedropper eyedropper;
     TKSwatch source, result;
@@ -30,9 +30,9 @@ struct TKColorSample {
 /// Fills a composite for the triple at `dataOffset` of `base`, in the format RGB 8-bit. `switchOffset` is that of the
 /// sample's switch, or kTKNoOffset. `id` tells composites apart; `parent` may be null. bpMemFullErr when there is no
 /// memory for the identities; the composite works without them.
-BPStatus TKInitColorSample(TKColorSample* sample, void* base, uint32_t dataOffset, uint32_t switchOffset,
-                           TKSectionID section, int32_t id, TKControlNode* parent, const char* label,
-                           const char* objectName);
+BPStatus TKCreateColorSample(TKColorSample* sample, void* base, uint32_t dataOffset, uint32_t switchOffset,
+                             TKSectionID section, int32_t id, TKControlNode* parent, const char* label,
+                             const char* objectName);
 void TKDisposeColorSample(TKColorSample* sample);
 
 /// Links a swatch of the same record: it takes each colour that this composite picks, and prints in its format.

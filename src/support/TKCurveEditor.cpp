@@ -105,7 +105,7 @@ bool RemoveSelected(TKSession* session, CurveVars* vars)
     if (!IsPoint(*vars, index) || TKCurvePointCount(*vars) < kDeletableCount) return false;
     if (vars->dragging) EndDrag(session, vars);
     TKCommandUndo(session);
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     (void)DeleteCurvePoint(vars, index);
     TKStoreUndo(session);
     return true;
@@ -121,7 +121,7 @@ bool InsertBesideSelected(TKSession* session, CurveVars* vars)
     const float x = (Number(vars->pointX[left]) + Number(vars->pointX[left + 1])) / 2;
     const float y = (Number(vars->pointY[left]) + Number(vars->pointY[left + 1])) / 2;
     TKCommandUndo(session);
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     AddCurvePoint(session, vars, y, x);
     vars->dragPoint = -1; // a key drags nothing
     TKStoreUndo(session);
@@ -138,7 +138,7 @@ void NudgeSelected(TKSession* session, CurveVars* vars, float dx, float dy)
     const float y = std::clamp(Number(vars->pointY[index]) + dy, 0.0f, 1.0f);
     if (x == vars->pointX[index] && y == vars->pointY[index]) return;
     (void)TKGestureUndo(session, vars);
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     (void)MovePoint(vars, index, x, y);
     TKStoreUndo(session);
     TKDefer(&vars->deferral, kTKCurveKeyTicks);
@@ -241,7 +241,7 @@ bool DeleteCurvePoint(CurveVars* vars, int32_t index)
 
 void NotifyCurveChange(TKSession* session, CurveVars* vars, bool repaint)
 {
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     if (repaint) RecomputeAndRefresh(session, true);
 }
 
@@ -320,7 +320,7 @@ TKEffect TKCurvePress(TKSession* session, CurveVars* vars, double x, double y)
     session->controls.lastTouched = nullptr; // each press is a step of its own
     const bool opened = TKGestureUndo(session, vars);
     session->controls.undoPending = true;
-    const bool marked = TKMarkSectionActive(session, vars->section, true, true);
+    const bool marked = MarkSectionActive(session, vars->section, true, true);
     const bool straightens = TKCurvePointCount(*vars) < 2;
     if (straightens) {
         Straighten(vars);

@@ -103,7 +103,7 @@ template <class PlacePoint> TKEffect ChangeCurves(TKSession* session, PlacePoint
         for (uint32_t channel = 0; channel < 3; ++channel) {
             if (IsTable(curves[channel])) continue;
             place(PointsOf(&curves[channel]), channel);
-            TKMarkSectionActive(session, static_cast<TKSectionID>(tkSectionCurveRed + channel), true, true);
+            MarkSectionActive(session, static_cast<TKSectionID>(tkSectionCurveRed + channel), true, true);
         }
     });
     const bool opened = session->undoRing && session->undoRing->undoSlotCount != 0;
@@ -153,7 +153,7 @@ void TKInitCurveEyedropper(TKCurveEyedropper* record, TKCurvePointKind kind, con
     };
     const Row& row = kRows[kind];
     *record = {};
-    TKInitEyedropper(&record->eyedropper, record->picked, 0, tkSectionNone, row.label, objectName);
+    TKCreateEyedropper(&record->eyedropper, record->picked, 0, tkSectionNone, row.label, objectName);
     record->eyedropper.cursor = row.cursor;
     record->eyedropper.opensUndo = false; // the procedure opens its own step, and renders
     record->eyedropper.repaint = false;

@@ -68,7 +68,7 @@ TKEffect Store(TKSession* session, TKEyedropper* eyedropper, const float rgb[3])
     }
     TKShowViews(session);
     TKRedrawSwatches(session);
-    TKMarkSectionActive(session, eyedropper->section, true, true);
+    MarkSectionActive(session, eyedropper->section, true, true);
     TKStoreUndo(session);
     if (eyedropper->repaint) RecomputeAndRefresh(session, true);
     return effect;
@@ -104,8 +104,8 @@ void LeavePickMode(TKSession* session)
 
 } // namespace
 
-void TKInitEyedropper(TKEyedropper* eyedropper, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
-                      const char* objectName)
+void TKCreateEyedropper(TKEyedropper* eyedropper, void* base, uint32_t dataOffset, TKSectionID section,
+                        const char* label, const char* objectName)
 {
     *eyedropper = {.dataBase = static_cast<uint8_t*>(base),
                    .dataOffset = dataOffset,

@@ -52,8 +52,8 @@ struct TKPickTarget {
 
 /// Fills an eyedropper for the triple at `dataOffset` of `base`: no link, no switch, cursor 500, an undo step for each
 /// pick, with the dialog, with repaint.
-void TKInitEyedropper(TKEyedropper* eyedropper, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
-                      const char* objectName);
+void TKCreateEyedropper(TKEyedropper* eyedropper, void* base, uint32_t dataOffset, TKSectionID section,
+                        const char* label, const char* objectName);
 
 /// The button of the eyedropper was released on it. An open edit is committed. With control held, and `offersDialog`,
 /// the colour dialog opens on the present colour in 8 bits a component: OK stores its answer divided by 255, Cancel

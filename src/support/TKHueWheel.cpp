@@ -111,7 +111,7 @@ Point FromCentre(const HueOffsetVars& vars, double x, double y)
 
 void ShowSliders(TKSession* session, HueOffsetVars* vars)
 {
-    for (TKSlider* slider : {&vars->hueSlider, &vars->strengthSlider}) {
+    for (SliderVars* slider : {&vars->hueSlider, &vars->strengthSlider}) {
         TKShowSliderValue(slider, GetSliderValue(*slider));
         TK_UI(session, sliderChanged, slider);
     }
@@ -137,7 +137,7 @@ void Defer(HueOffsetVars* vars)
     TKDefer(&vars->deferral, kTKWheelTicks);
 }
 
-HueOffsetVars* WheelOf(const TKSlider* slider)
+HueOffsetVars* WheelOf(const SliderVars* slider)
 {
     auto* HOVH = static_cast<HueOffsetVars*>(slider->reference);
     const BPStatus err = HOVH ? bpNoErr : bpParamErr;
@@ -146,12 +146,12 @@ HueOffsetVars* WheelOf(const TKSlider* slider)
     return HOVH;
 }
 
-void HueSliderChanged(TKSession*, TKSlider* slider, double value, bool)
+void HueSliderChanged(TKSession*, SliderVars* slider, double value, bool)
 {
     if (HueOffsetVars* vars = WheelOf(slider)) SetHueOffsetAngle(vars, static_cast<float>(value), true);
 }
 
-void StrengthSliderChanged(TKSession*, TKSlider* slider, double value, bool)
+void StrengthSliderChanged(TKSession*, SliderVars* slider, double value, bool)
 {
     if (HueOffsetVars* vars = WheelOf(slider)) SetHueOffsetStrength(vars, static_cast<float>(value), true);
 }
@@ -208,8 +208,8 @@ BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* la
     vars->repaint = true;
     vars->label = label;
     vars->objectName = objectName;
-    TKInitSlider(&vars->hueSlider, kHueRow, vars->dataBase, hoco, &session->defaultSettings, section);
-    TKInitSlider(&vars->strengthSlider, kStrengthRow, vars->dataBase, hoso, &session->defaultSettings, section);
+    TKCreateSlider(&vars->hueSlider, kHueRow, vars->dataBase, hoco, &session->defaultSettings, section);
+    TKCreateSlider(&vars->strengthSlider, kStrengthRow, vars->dataBase, hoso, &session->defaultSettings, section);
     vars->hueSlider.changeProc = HueSliderChanged;
     vars->strengthSlider.changeProc = StrengthSliderChanged;
     vars->hueSlider.reference = vars->strengthSlider.reference = vars;
@@ -257,7 +257,7 @@ void NotifyHueOffset(TKSession* session, HueOffsetVars* vars, float angle, float
     WriteField(*vars, vars->hoco, angle);
     WriteField(*vars, vars->hoso, strength);
     if (!repaint) return;
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     if (vars->repaint) RecomputeAndRefresh(session, true);
 }
 
@@ -307,7 +307,7 @@ TKEffect TKHueOffsetPress(TKSession* session, HueOffsetVars* vars, double x, dou
     session->controls.lastTouched = nullptr; // each press is a step of its own
     const bool opened = TKGestureUndo(session, vars);
     session->controls.undoPending = true;
-    const bool marked = TKMarkSectionActive(session, vars->section, true, true);
+    const bool marked = MarkSectionActive(session, vars->section, true, true);
     const bool changed = Drag(session, vars, FromCentre(*vars, x, y), modifiers);
     vars->deferral = {.pending = vars->deferral.pending, .counter = kTKWheelTicks};
     if (marked || changed) Defer(vars); // a section that goes on shows too
@@ -352,7 +352,7 @@ bool TKHueOffsetKey(TKSession* session, HueOffsetVars* vars, uint32_t virtualKey
     const Tint tint = ClampTarget(&target, vars->radius);
     if (Holds(*vars, tint)) return true;
     (void)TKGestureUndo(session, vars);
-    TKMarkSectionActive(session, vars->section, true, true);
+    MarkSectionActive(session, vars->section, true, true);
     Take(session, vars, tint);
     TKStoreUndo(session);
     Defer(vars);

@@ -40,7 +40,7 @@ struct HueOffsetVars {
     bool repaint; ///< whether a change renders the picture anew
     const char* label;
     const char* objectName;
-    TKSlider hueSlider, strengthSlider; ///< registered with the session; the record must stay in place
+    SliderVars hueSlider, strengthSlider; ///< registered with the session; the record must stay in place
 
     // Between events.
     bool captured;           ///< the mouse belongs to the wheel

@@ -38,13 +38,13 @@ void TKInitMatchColor(TKMatchColor* match, OCSettings* settings, OCMatchPane pan
     match->pane = pane;
     match->entry = 1;
     match->objectName = objectName;
-    TKInitEyedropper(&match->sourceEyedropper, settings, kTKMatchSourceOffset, section, "Match Source", objectName);
-    TKInitEyedropper(&match->targetEyedropper, settings, kTKMatchTargetOffset, section, "Match Target", objectName);
+    TKCreateEyedropper(&match->sourceEyedropper, settings, kTKMatchSourceOffset, section, "Match Source", objectName);
+    TKCreateEyedropper(&match->targetEyedropper, settings, kTKMatchTargetOffset, section, "Match Target", objectName);
     // A colour to match changes nothing of the picture yet.
     match->sourceEyedropper.repaint = section != tkSectionNone;
     match->targetEyedropper.repaint = section != tkSectionNone;
-    TKInitSwatch(&match->source, settings, kTKMatchSourceOffset, "Match Source", objectName);
-    TKInitSwatch(&match->target, settings, kTKMatchTargetOffset, "Match Target", objectName);
+    TKCreateSwatch(&match->source, settings, kTKMatchSourceOffset, "Match Source", objectName);
+    TKCreateSwatch(&match->target, settings, kTKMatchTargetOffset, "Match Target", objectName);
 }
 
 const char* TKMatchColorList(const TKMatchColor& match)

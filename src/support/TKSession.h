@@ -73,13 +73,13 @@ struct TKUserInterface {
     void (*rescanPresets)(void* context); ///< the folder of the user's presets has a new file
 
     // Controls.
-    void (*sliderChanged)(void* context, TKSlider* slider); ///< repaint thumb and value
-    void (*pickModeChanged)(void* context);                 ///< a pick began or ended; see TKEyedropper.h
+    void (*sliderChanged)(void* context, SliderVars* slider); ///< repaint thumb and value
+    void (*pickModeChanged)(void* context);                   ///< a pick began or ended; see TKEyedropper.h
     /// Asks for a colour, beginning with the one in `rgb`; true with the answer in it. Waits for the user: ticks go on.
     bool (*chooseColor)(void* context, const char* title, uint8_t rgb[3]);
-    void (*editOpened)(void* context, TKSlider* slider); ///< show the edit with editText, all selected, focus
-    void (*editClosed)(void* context, TKSlider* slider); ///< hide the edit, focus to the main panel
-    void (*switchesChanged)(void* context);              ///< the tabs' checkboxes follow the live settings
+    void (*editOpened)(void* context, SliderVars* slider); ///< show the edit with editText, all selected, focus
+    void (*editClosed)(void* context, SliderVars* slider); ///< hide the edit, focus to the main panel
+    void (*switchesChanged)(void* context);                ///< the tabs' checkboxes follow the live settings
     /// The controls that are not sliders follow `settings`; the arguments are those of UpdateAllControls.
     void (*updateOtherControls)(void* context, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
                                 const OCSettings* previous, bool force);

@@ -12,19 +12,19 @@ namespace {
 constexpr int32_t kNotch = 120;
 constexpr int32_t kPageNotches = 10;
 
-double RangeOf(const TKSlider& slider)
+double RangeOf(const SliderVars& slider)
 {
     return static_cast<double>(slider.trackMax) - slider.trackMin;
 }
 
-int32_t OnTrack(const TKSlider& slider, double position)
+int32_t OnTrack(const SliderVars& slider, double position)
 {
     return static_cast<int32_t>(
         std::lround(std::clamp(position, static_cast<double>(slider.trackMin), static_cast<double>(slider.trackMax))));
 }
 
 /// A tenth of a notch, at least one unit.
-TKEffect FineStep(TKSession* session, TKSlider* slider, int32_t direction)
+TKEffect FineStep(TKSession* session, SliderVars* slider, int32_t direction)
 {
     const double notch = slider->flags & kTKSliderScaled ? RangeOf(*slider) / 1200 : 1;
     const double step = std::max(1.0, std::floor(notch * kTKFineDrag + 0.5));
@@ -33,13 +33,13 @@ TKEffect FineStep(TKSession* session, TKSlider* slider, int32_t direction)
 
 } // namespace
 
-void TKGrabThumb(TKSession* session, const TKSlider& slider, TKSliderHold* hold, double pixel)
+void TKGrabThumb(TKSession* session, const SliderVars& slider, TKSliderHold* hold, double pixel)
 {
     (void)CommitOpenEdit(session, true);
     *hold = {.position = static_cast<double>(slider.position), .pixel = pixel};
 }
 
-TKEffect TKPressTrack(TKSession* session, TKSlider* slider, TKSliderHold* hold, double pixel, int32_t length,
+TKEffect TKPressTrack(TKSession* session, SliderVars* slider, TKSliderHold* hold, double pixel, int32_t length,
                       uint32_t modifiers)
 {
     TKGrabThumb(session, *slider, hold, pixel);
@@ -48,7 +48,7 @@ TKEffect TKPressTrack(TKSession* session, TKSlider* slider, TKSliderHold* hold, 
     return TKSliderDrag(session, slider, OnTrack(*slider, hold->position));
 }
 
-TKEffect TKMoveHeldThumb(TKSession* session, TKSlider* slider, TKSliderHold* hold, double pixel, int32_t length,
+TKEffect TKMoveHeldThumb(TKSession* session, SliderVars* slider, TKSliderHold* hold, double pixel, int32_t length,
                          uint32_t modifiers)
 {
     const double moved = pixel - hold->pixel;
@@ -72,7 +72,7 @@ TKSliderKeyAction TKSliderKeyActionOf(uint32_t virtualKey)
     }
 }
 
-TKEffect TKSliderKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers)
+TKEffect TKSliderKey(TKSession* session, SliderVars* slider, uint32_t virtualKey, uint32_t modifiers)
 {
     if (slider->editing) return {}; // the keys are the edit's
     switch (TKSliderKeyActionOf(virtualKey)) {

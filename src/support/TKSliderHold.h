@@ -16,15 +16,15 @@ struct TKSliderHold {
 };
 
 /// The thumb was taken where it is; an open edit is committed.
-void TKGrabThumb(TKSession* session, const TKSlider& slider, TKSliderHold* hold, double pixel);
+void TKGrabThumb(TKSession* session, const SliderVars& slider, TKSliderHold* hold, double pixel);
 
 /// The track was pressed beside the thumb, on a track of `length` pixels: the thumb jumps to the pointer, with shift it
 /// is taken where it is.
-TKEffect TKPressTrack(TKSession* session, TKSlider* slider, TKSliderHold* hold, double pixel, int32_t length,
+TKEffect TKPressTrack(TKSession* session, SliderVars* slider, TKSliderHold* hold, double pixel, int32_t length,
                       uint32_t modifiers);
 
 /// The pointer moved to `pixel` on a track of `length` pixels.
-TKEffect TKMoveHeldThumb(TKSession* session, TKSlider* slider, TKSliderHold* hold, double pixel, int32_t length,
+TKEffect TKMoveHeldThumb(TKSession* session, SliderVars* slider, TKSliderHold* hold, double pixel, int32_t length,
                          uint32_t modifiers);
 
 /// What a virtual key does to a slider that has the focus.
@@ -37,4 +37,4 @@ enum TKSliderKeyAction : uint32_t {
 TKSliderKeyAction TKSliderKeyActionOf(uint32_t virtualKey);
 
 /// Carries the action out. Nothing happens for a key without one.
-TKEffect TKSliderKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers);
+TKEffect TKSliderKey(TKSession* session, SliderVars* slider, uint32_t virtualKey, uint32_t modifiers);

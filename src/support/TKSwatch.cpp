@@ -68,7 +68,7 @@ const char* TKColorFormatList()
     return "RGB 8-bit|RGB 10-bit|RGB 16-bit|RGB floating point|RGB Percent|HSL|Hex";
 }
 
-void TKInitSwatch(TKSwatch* swatch, void* base, uint32_t dataOffset, const char* label, const char* objectName)
+void TKCreateSwatch(TKSwatch* swatch, void* base, uint32_t dataOffset, const char* label, const char* objectName)
 {
     *swatch = {.dataBase = static_cast<uint8_t*>(base),
                .dataOffset = dataOffset,

@@ -38,7 +38,7 @@ struct TKSwatch {
 };
 
 /// Fills a swatch for the triple at `dataOffset` of `base`: the colour as it stands, without values, with a whole frame.
-void TKInitSwatch(TKSwatch* swatch, void* base, uint32_t dataOffset, const char* label, const char* objectName);
+void TKCreateSwatch(TKSwatch* swatch, void* base, uint32_t dataOffset, const char* label, const char* objectName);
 
 /// Enters a swatch into the table that TKRedrawSwatches walks; takes it out. One without data is logged as "nil
 /// SwatchVarsH\n" with bpParamErr; bpMemFullErr when the table is full.

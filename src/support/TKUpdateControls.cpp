@@ -8,7 +8,7 @@
 namespace {
 
 /// Equal as values: a NaN differs from itself, the two zeros are one.
-bool FieldIsEqual(const TKSlider& slider, const uint8_t* a, const uint8_t* b)
+bool FieldIsEqual(const SliderVars& slider, const uint8_t* a, const uint8_t* b)
 {
     if (slider.flags & kTKSliderFloat) {
         float left, right;
@@ -29,9 +29,9 @@ bool SwitchesDiffer(const OCSettings* a, const OCSettings* b)
     return false;
 }
 
-void ShowIn(TKSlider* slider, const OCSettings* settings)
+void ShowIn(SliderVars* slider, const OCSettings* settings)
 {
-    TKSlider reader = *slider; // the same field of another record
+    SliderVars reader = *slider; // the same field of another record
     reader.dataBase = reinterpret_cast<uint8_t*>(const_cast<OCSettings*>(settings));
     TKShowSliderValue(slider, GetSliderValue(reader));
 }
@@ -79,7 +79,7 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
 
     uint32_t shown = 0;
     for (uint32_t i = 0; i < session->controls.sliderCount; ++i) {
-        TKSlider* slider = session->controls.slider[i];
+        SliderVars* slider = session->controls.slider[i];
         if (slider->dataBase != reinterpret_cast<uint8_t*>(&session->liveSettings)) continue; // another record's
         if (!TKGroupIsSelected(slider->section, toolMask, curveMask)) continue;
         if (before && !force && FieldIsEqual(*slider, now, before)) continue;

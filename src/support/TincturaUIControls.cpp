@@ -20,7 +20,7 @@ constexpr double kTrackUnit = 65536.0;
 constexpr double kNotchesPerTrack = 1200.0; // a notch of the wheel is this part of the track
 constexpr int32_t kWheelNotch = 120;
 
-uint8_t* FieldOf(const TKSlider& slider)
+uint8_t* FieldOf(const SliderVars& slider)
 {
     return slider.dataBase + slider.dataOffset;
 }
@@ -38,7 +38,7 @@ template <class Value> void WriteAt(uint8_t* field, Value value)
 }
 
 /// The value of the slider's field in a record of the same kind, in engineering units.
-double ValueIn(const TKSlider& slider, const uint8_t* record)
+double ValueIn(const SliderVars& slider, const uint8_t* record)
 {
     if (!record) return 0;
     const uint8_t* field = record + slider.dataOffset;
@@ -56,19 +56,19 @@ int32_t Saturated(double value)
 }
 
 /// What the field would hold for a track position.
-float FloatAt(const TKSlider& slider, int32_t position)
+float FloatAt(const SliderVars& slider, int32_t position)
 {
     return static_cast<float>(TKEngineeringUnits(slider, position));
 }
 
-bool WouldChange(const TKSlider& slider, int32_t position)
+bool WouldChange(const SliderVars& slider, int32_t position)
 {
     if (!slider.dataBase) return false;
     if (slider.flags & kTKSliderFloat) return !(ReadAt<float>(FieldOf(slider)) == FloatAt(slider, position));
     return ReadAt<int32_t>(FieldOf(slider)) != position;
 }
 
-void Show(TKSession* session, TKSlider* slider)
+void Show(TKSession* session, SliderVars* slider)
 {
     TKShowSliderValue(slider, GetSliderValue(*slider));
     TK_UI(session, sliderChanged, slider);
@@ -76,13 +76,13 @@ void Show(TKSession* session, TKSlider* slider)
 
 void Finish(TKSession* session, TKSectionID section, bool repaint)
 {
-    TKMarkSectionActive(session, section, true, true);
+    MarkSectionActive(session, section, true, true);
     if (repaint) RecomputeAndRefresh(session, true);
     TKStoreUndo(session);
 }
 
 /// The end of every slider gesture. `ownStep` opens an undo step in any case.
-TKEffect ApplySlider(TKSession* session, TKSlider* slider, int32_t position, bool ownStep)
+TKEffect ApplySlider(TKSession* session, SliderVars* slider, int32_t position, bool ownStep)
 {
     if (!WouldChange(*slider, position)) {
         Show(session, slider);
@@ -128,7 +128,7 @@ uint8_t* LiveBytes(TKSession* session)
 
 // --- Sections ---------------------------------------------------------------------------------------------------------
 
-bool TKMarkSectionActive(TKSession* session, TKSectionID section, bool on, bool propagate)
+bool MarkSectionActive(TKSession* session, TKSectionID section, bool on, bool propagate)
 {
     if (section >= tkSectionCount) return false;
     const TKSection& row = TKSections()[section];
@@ -149,8 +149,8 @@ bool TKMarkSectionActive(TKSession* session, TKSectionID section, bool on, bool 
 
 // --- Sliders ----------------------------------------------------------------------------------------------------------
 
-void TKInitSlider(TKSlider* slider, const TKSliderRow& row, void* base, uint32_t blockOffset, const void* defaults,
-                  TKSectionID section)
+void TKCreateSlider(SliderVars* slider, const TKSliderRow& row, void* base, uint32_t blockOffset, const void* defaults,
+                    TKSectionID section)
 {
     *slider = {};
     slider->dataBase = static_cast<uint8_t*>(base);
@@ -169,7 +169,7 @@ void TKInitSlider(TKSlider* slider, const TKSliderRow& row, void* base, uint32_t
     if (base) TKShowSliderValue(slider, GetSliderValue(*slider));
 }
 
-BPStatus TKRegisterSlider(TKSession* session, TKSlider* slider)
+BPStatus TKRegisterSlider(TKSession* session, SliderVars* slider)
 {
     const uintptr_t dataBase = reinterpret_cast<uintptr_t>(slider->dataBase), dataOffset = slider->dataOffset;
     BP_ASSERT(dataBase + dataOffset != 0, "TincturaUIControlsWin");
@@ -185,7 +185,7 @@ void ResetTabChain(TKTabChain* chain)
     *chain = {};
 }
 
-void TKChainSlider(TKTabChain* chain, TKSlider* slider)
+void TKChainSlider(TKTabChain* chain, SliderVars* slider)
 {
     slider->previous = chain->last;
     slider->next = nullptr;
@@ -203,18 +203,18 @@ void TKCloseTabChain(TKTabChain* chain)
     chain->first->previous = chain->last;
 }
 
-double GetSliderValue(const TKSlider& slider)
+double GetSliderValue(const SliderVars& slider)
 {
     return ValueIn(slider, slider.dataBase);
 }
 
-void TKShowSliderValue(TKSlider* slider, double value)
+void TKShowSliderValue(SliderVars* slider, double value)
 {
     slider->position = std::clamp(TKTrackUnits(*slider, value), slider->trackMin, slider->trackMax);
     FormatSliderValue(*slider, value, slider->valueText, sizeof slider->valueText);
 }
 
-void FormatSliderValue(const TKSlider& slider, double value, char* text, uint32_t length)
+void FormatSliderValue(const SliderVars& slider, double value, char* text, uint32_t length)
 {
     if (length == 0) return;
     char* const end = text + length - 1;
@@ -224,17 +224,17 @@ void FormatSliderValue(const TKSlider& slider, double value, char* text, uint32_
     *(result.ec == std::errc() ? result.ptr : text) = 0;
 }
 
-int32_t TKTrackUnits(const TKSlider& slider, double value)
+int32_t TKTrackUnits(const SliderVars& slider, double value)
 {
     return Saturated(slider.flags & kTKSliderScaled ? value * kTrackUnit : value);
 }
 
-double TKEngineeringUnits(const TKSlider& slider, int32_t position)
+double TKEngineeringUnits(const SliderVars& slider, int32_t position)
 {
     return slider.flags & kTKSliderScaled ? position / kTrackUnit : position;
 }
 
-int32_t TKThumbPixel(const TKSlider& slider, int32_t length)
+int32_t TKThumbPixel(const SliderVars& slider, int32_t length)
 {
     const int64_t range = int64_t{slider.trackMax} - slider.trackMin;
     if (length <= 0 || range <= 0) return 0;
@@ -242,7 +242,7 @@ int32_t TKThumbPixel(const TKSlider& slider, int32_t length)
     return static_cast<int32_t>((along * length + range / 2) / range);
 }
 
-int32_t TKPositionAtPixel(const TKSlider& slider, int32_t pixel, int32_t length)
+int32_t TKPositionAtPixel(const SliderVars& slider, int32_t pixel, int32_t length)
 {
     if (length <= 0) return slider.trackMin;
     const int64_t range = int64_t{slider.trackMax} - slider.trackMin;
@@ -250,7 +250,7 @@ int32_t TKPositionAtPixel(const TKSlider& slider, int32_t pixel, int32_t length)
     return static_cast<int32_t>(slider.trackMin + (along * range + length / 2) / length);
 }
 
-bool SetFieldFromTrack(const TKSlider& slider, int32_t position)
+bool SetFieldFromTrack(const SliderVars& slider, int32_t position)
 {
     if (!slider.dataBase) return false;
     const bool changed = WouldChange(slider, position);
@@ -261,7 +261,7 @@ bool SetFieldFromTrack(const TKSlider& slider, int32_t position)
     return changed;
 }
 
-TKEffect TKSliderDrag(TKSession* session, TKSlider* slider, int32_t position)
+TKEffect TKSliderDrag(TKSession* session, SliderVars* slider, int32_t position)
 {
     (void)CommitOpenEdit(session, true);
     const TKEffect effect =
@@ -270,7 +270,7 @@ TKEffect TKSliderDrag(TKSession* session, TKSlider* slider, int32_t position)
     return effect;
 }
 
-TKEffect TKSliderWheel(TKSession* session, TKSlider* slider, int32_t delta)
+TKEffect TKSliderWheel(TKSession* session, SliderVars* slider, int32_t delta)
 {
     if (delta == 0 || slider->editing) return {}; // a turn to the side is none
     (void)CommitOpenEdit(session, true);
@@ -288,7 +288,7 @@ TKEffect TKSliderWheel(TKSession* session, TKSlider* slider, int32_t delta)
     return ApplySlider(session, slider, static_cast<int32_t>(position), false);
 }
 
-TKEffect TKSliderValueClick(TKSession* session, TKSlider* slider, uint32_t modifiers)
+TKEffect TKSliderValueClick(TKSession* session, SliderVars* slider, uint32_t modifiers)
 {
     if (!(modifiers & bpControlKey)) {
         OpenEdit(session, slider);
@@ -300,7 +300,7 @@ TKEffect TKSliderValueClick(TKSession* session, TKSlider* slider, uint32_t modif
 
 // --- Text editing -----------------------------------------------------------------------------------------------------
 
-void OpenEdit(TKSession* session, TKSlider* slider)
+void OpenEdit(TKSession* session, SliderVars* slider)
 {
     (void)CommitOpenEdit(session, true);
     TKShowSliderValue(slider, GetSliderValue(*slider));
@@ -311,7 +311,7 @@ void OpenEdit(TKSession* session, TKSlider* slider)
     TK_UI(session, editOpened, slider);
 }
 
-void TKSetEditText(TKSlider* slider, const char* text)
+void TKSetEditText(SliderVars* slider, const char* text)
 {
     CopyText(slider->editText, sizeof slider->editText, text);
 }
@@ -332,7 +332,7 @@ TKEditAction TKEditKeyAction(uint32_t virtualKey, uint32_t modifiers)
     }
 }
 
-TKEffect TKEditKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers)
+TKEffect TKEditKey(TKSession* session, SliderVars* slider, uint32_t virtualKey, uint32_t modifiers)
 {
     if (session->controls.openSlider != slider) return {};
     switch (TKEditKeyAction(virtualKey, modifiers)) {
@@ -355,7 +355,7 @@ TKEffect TKEditKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, ui
 
 TKEffect CommitOpenEdit(TKSession* session, bool apply)
 {
-    TKSlider* slider = session->controls.openSlider;
+    SliderVars* slider = session->controls.openSlider;
     if (!slider) return {};
     session->controls.openSlider = nullptr;
     slider->editing = false;
@@ -373,8 +373,8 @@ TKEffect CommitOpenEdit(TKSession* session, bool apply)
 
 // --- Checkboxes and popups --------------------------------------------------------------------------------------------
 
-void TKInitCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSectionID section, const char* label,
-                    const char* objectName)
+void TKCreateCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSectionID section, const char* label,
+                      const char* objectName)
 {
     const uintptr_t dataOffset = reinterpret_cast<uintptr_t>(base) + offset;
     BP_ASSERT(dataOffset != 0, "TincturaUIControlsWin");
@@ -403,8 +403,8 @@ TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on
     return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = checkbox->repaint};
 }
 
-void TKInitPopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
-                 const char* objectName, const char* items)
+void TKCreatePopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                   const char* objectName, const char* items)
 {
     *popup = {};
     popup->dataBase = static_cast<uint8_t*>(base);

@@ -15,7 +15,7 @@
 #include <string_view>
 
 struct TKSession;
-struct TKSlider;
+struct SliderVars;
 struct TKSwatch;
 
 /// What a gesture did.
@@ -83,7 +83,7 @@ std::span<const TKSection> TKSections();
 
 /// Sets the section's own switch to `on` and, with `propagate`, those of the tabs above it. A switch that is on already
 /// keeps its word. Returns whether a word changed; the tabs' checkboxes are then told through the interface.
-bool TKMarkSectionActive(TKSession* session, TKSectionID section, bool on, bool propagate);
+bool MarkSectionActive(TKSession* session, TKSectionID section, bool on, bool propagate);
 
 // --- Sliders ----------------------------------------------------------------------------------------------------------
 
@@ -126,9 +126,9 @@ constexpr bool TKSlidersAreSound(std::span<const TKSliderRow> rows, size_t block
 }
 
 /// May replace what follows a change: called after the store with the new value in engineering units.
-using TKChangeProc = void (*)(TKSession* session, TKSlider* slider, double value, bool repaint);
+using TKChangeProc = void (*)(TKSession* session, SliderVars* slider, double value, bool repaint);
 
-struct TKSlider {
+struct SliderVars {
     uint8_t* dataBase;   ///< start of the record the slider is bound to
     uint32_t dataOffset; ///< byte offset in that record
     uint32_t flags;
@@ -141,8 +141,8 @@ struct TKSlider {
     void* reference;         ///< whose slider it is, for the change procedure
     const char* label;
     const char* objectName;
-    TKSlider* next; ///< in Tab order
-    TKSlider* previous;
+    SliderVars* next; ///< in Tab order
+    SliderVars* previous;
     // What the widget shows.
     int32_t position;    ///< of the thumb, in trackMin to trackMax
     char valueText[64];  ///< of the field
@@ -156,64 +156,64 @@ struct TKSlider {
 /// Fills a slider. `blockOffset` is added to the row's offset; `base` is the settings record, `defaults` a record of
 /// defaults of the same kind (null takes the row's neutral value). Position and text follow the field. The slider joins
 /// no chain and no table.
-void TKInitSlider(TKSlider* slider, const TKSliderRow& row, void* base, uint32_t blockOffset, const void* defaults,
-                  TKSectionID section);
+void TKCreateSlider(SliderVars* slider, const TKSliderRow& row, void* base, uint32_t blockOffset, const void* defaults,
+                    TKSectionID section);
 
 /// Enters a slider into the table that UpdateAllControls walks. It must stay in place until the session ends.
 /// bpParamErr for an unbound slider (an assertion failure), bpMemFullErr when the table is full.
-BPStatus TKRegisterSlider(TKSession* session, TKSlider* slider);
+BPStatus TKRegisterSlider(TKSession* session, SliderVars* slider);
 
 /// Tab order: each slider is linked to the one before; closing links the ends.
 struct TKTabChain {
-    TKSlider* first;
-    TKSlider* last;
+    SliderVars* first;
+    SliderVars* last;
 };
 void ResetTabChain(TKTabChain* chain);
-void TKChainSlider(TKTabChain* chain, TKSlider* slider);
+void TKChainSlider(TKTabChain* chain, SliderVars* slider);
 void TKCloseTabChain(TKTabChain* chain);
 
 /// The field's value in engineering units, as it stands in the record.
-double GetSliderValue(const TKSlider& slider);
+double GetSliderValue(const SliderVars& slider);
 
 /// Shows a value: pins the thumb to the track and writes the text. The field is not touched.
-void TKShowSliderValue(TKSlider* slider, double value);
+void TKShowSliderValue(SliderVars* slider, double value);
 
 /// Writes "%1.2f" of a scaled value, otherwise "%d", as in the C locale; always ended.
-void FormatSliderValue(const TKSlider& slider, double value, char* text, uint32_t length);
+void FormatSliderValue(const SliderVars& slider, double value, char* text, uint32_t length);
 
 /// Engineering units to track units and back; the first rounds and saturates (a NaN gives 0).
-int32_t TKTrackUnits(const TKSlider& slider, double value);
-double TKEngineeringUnits(const TKSlider& slider, int32_t position);
+int32_t TKTrackUnits(const SliderVars& slider, double value);
+double TKEngineeringUnits(const SliderVars& slider, int32_t position);
 
 /// The thumb on a track of `length` pixels: distance of its centre from the track's start, 0 to length, and back. What
 /// lies outside the track counts as its end.
-int32_t TKThumbPixel(const TKSlider& slider, int32_t length);
-int32_t TKPositionAtPixel(const TKSlider& slider, int32_t pixel, int32_t length);
+int32_t TKThumbPixel(const SliderVars& slider, int32_t length);
+int32_t TKPositionAtPixel(const SliderVars& slider, int32_t pixel, int32_t length);
 
 /// Writes the field from a track position: position / 65536 when scaled, otherwise the position. True when the field's
 /// value changed.
-bool SetFieldFromTrack(const TKSlider& slider, int32_t position);
+bool SetFieldFromTrack(const SliderVars& slider, int32_t position);
 
 // Gestures. Each commits an open edit of any slider first. The first change by a slider opens an undo step, further
 // changes by the same one overwrite it; a gesture that changes nothing opens none.
 
 /// A drag, a click on the track or a key on it brought the thumb to `position`. The tick makes the last UndoStore when
 /// the mouse button is up.
-TKEffect TKSliderDrag(TKSession* session, TKSlider* slider, int32_t position);
+TKEffect TKSliderDrag(TKSession* session, SliderVars* slider, int32_t position);
 
 /// A wheel turn over the slider, 120 a notch; smaller turns add up. Nothing happens while its edit is shown.
-TKEffect TKSliderWheel(TKSession* session, TKSlider* slider, int32_t delta);
+TKEffect TKSliderWheel(TKSession* session, SliderVars* slider, int32_t delta);
 
 /// A click on the value. With control held it resets to the default, otherwise it opens the edit.
-TKEffect TKSliderValueClick(TKSession* session, TKSlider* slider, uint32_t modifiers);
+TKEffect TKSliderValueClick(TKSession* session, SliderVars* slider, uint32_t modifiers);
 
 // Text editing.
 
 /// Commits an open edit, then shows this slider's with its value, all selected.
-void OpenEdit(TKSession* session, TKSlider* slider);
+void OpenEdit(TKSession* session, SliderVars* slider);
 
 /// The widget reports each change of the edit's text; what is too long is cut.
-void TKSetEditText(TKSlider* slider, const char* text);
+void TKSetEditText(SliderVars* slider, const char* text);
 
 /// Whether the edit lets the character in: digits, minus, point, comma, backspace.
 bool TKEditAcceptsCharacter(uint32_t character);
@@ -230,7 +230,7 @@ enum TKEditAction : uint32_t {
 TKEditAction TKEditKeyAction(uint32_t virtualKey, uint32_t modifiers);
 
 /// Carries the action out.
-TKEffect TKEditKey(TKSession* session, TKSlider* slider, uint32_t virtualKey, uint32_t modifiers);
+TKEffect TKEditKey(TKSession* session, SliderVars* slider, uint32_t virtualKey, uint32_t modifiers);
 
 /// Closes the open edit, if there is one. With `apply` its text becomes the value: read as a number in the C locale,
 /// clamped to the typing range; the thumb stops at the track's end while the field keeps what was typed. A text that
@@ -249,8 +249,8 @@ struct TKCheckbox {
 };
 
 /// Fills a checkbox for the word at `dataOffset` of `base`. Without a word it is an assertion failure.
-void TKInitCheckbox(TKCheckbox* checkbox, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
-                    const char* objectName);
+void TKCreateCheckbox(TKCheckbox* checkbox, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                      const char* objectName);
 
 bool TKCheckboxIsOn(const TKCheckbox& checkbox);
 
@@ -275,8 +275,8 @@ struct TKPopup {
 };
 
 /// Fills a popup for the word at `dataOffset` of `base`.
-void TKInitPopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
-                 const char* objectName, const char* items);
+void TKCreatePopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
+                   const char* objectName, const char* items);
 
 /// The value in the record, one-based; what the list does not have is as it stands.
 int32_t TKPopupValue(const TKPopup& popup);
@@ -347,13 +347,13 @@ inline constexpr uint32_t kTKSliderLimit = 1024;
 inline constexpr uint32_t kTKSwatchLimit = 256;
 inline constexpr uint32_t kTKViewLimit = 512;
 struct TKControls {
-    TKSlider* slider[kTKSliderLimit];
+    SliderVars* slider[kTKSliderLimit];
     uint32_t sliderCount;
     TKSwatch* swatch[kTKSwatchLimit];
     uint32_t swatchCount;
     TKView* view[kTKViewLimit];
     uint32_t viewCount;
-    TKSlider* openSlider;     ///< holds the open edit, or null
+    SliderVars* openSlider;   ///< holds the open edit, or null
     const void* lastTouched;  ///< control of the last undo step, or null
     bool undoPending;         ///< a drag waits for its last UndoStore
     bool updatePending;       ///< a drag put its image update off

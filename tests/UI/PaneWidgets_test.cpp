@@ -171,7 +171,7 @@ TEST_F(UITest, TheSlidersOfAPageAreLinkedInACircle)
 {
     for (const TKPagePath& path : TKToolPages()) {
         ShowPageOf(path.page->prefix);
-        std::vector<TKSlider*> sliders;
+        std::vector<SliderVars*> sliders;
         ToolPageWin* page = windows_->mainWindow()->tools()->shownPage();
         for (size_t i = 0; i < path.page->rows.size(); ++i) {
             if (auto* slider = dynamic_cast<UISliderWin*>(page->control(i))) sliders.push_back(slider->slider());

@@ -300,7 +300,7 @@ TEST_F(LevelsTest, ATypedValueObeysTheSameLimitsAndKeepsTheRatio)
 {
     Set(0, 0.25f, 0.5f);
     const auto type = [&](uint32_t handle, const char* text) {
-        TKSlider* slider = &levels_.readout[handle].slider;
+        SliderVars* slider = &levels_.readout[handle].slider;
         OpenEdit(session_, slider);
         RefineLevelsEdit(slider);
         TKSetEditText(slider, text);
@@ -325,7 +325,7 @@ TEST_F(LevelsTest, ATypedValueObeysTheSameLimitsAndKeepsTheRatio)
 TEST_F(LevelsTest, ATypedBlackBeyondAWhiteOfManyDigitsStopsOnItExactly)
 {
     Set(0, 0.1f, 1.0f / 3);
-    TKSlider* slider = &levels_.readout[levelsInBlack].slider;
+    SliderVars* slider = &levels_.readout[levelsInBlack].slider;
     OpenEdit(session_, slider);
     TKSetEditText(slider, "1");
     EXPECT_TRUE(CommitOpenEdit(session_, true).changed);
@@ -336,7 +336,7 @@ TEST_F(LevelsTest, ATypedBlackBeyondAWhiteOfManyDigitsStopsOnItExactly)
 TEST_F(LevelsTest, OpeningAndLeavingAnEditUnchangedKeepsTheFieldBitForBit)
 {
     Set(0.1234567f, 0.5f, 1);
-    TKSlider* slider = &levels_.readout[levelsInBlack].slider;
+    SliderVars* slider = &levels_.readout[levelsInBlack].slider;
     OpenEdit(session_, slider);
     RefineLevelsEdit(slider);
     EXPECT_STREQ(slider->editText, "0.123");
@@ -347,7 +347,7 @@ TEST_F(LevelsTest, OpeningAndLeavingAnEditUnchangedKeepsTheFieldBitForBit)
 
 TEST_F(LevelsTest, APressCommitsAnOpenEdit)
 {
-    TKSlider* slider = &levels_.readout[levelsInBlack].slider;
+    SliderVars* slider = &levels_.readout[levelsInBlack].slider;
     OpenEdit(session_, slider);
     TKSetEditText(slider, "0.5");
     (void)PressLevels(session_, &levels_, 20, levels_.layout.inputPlot.top + 3);
@@ -357,7 +357,7 @@ TEST_F(LevelsTest, APressCommitsAnOpenEdit)
 
 TEST_F(LevelsTest, TabWalksTheSixValuesInARing)
 {
-    TKSlider* slider = &levels_.readout[0].slider;
+    SliderVars* slider = &levels_.readout[0].slider;
     for (uint32_t i = 0; i < kLevelsHandleCount; ++i) slider = slider->next;
     EXPECT_EQ(slider, &levels_.readout[0].slider);
     EXPECT_EQ(slider->previous, &levels_.readout[levelsOutWhite].slider);

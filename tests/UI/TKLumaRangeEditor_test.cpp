@@ -408,7 +408,7 @@ TEST_F(LumaRangeTest, KeysOfOneHandleAreOneStepAndRenderOnce)
 
 TEST_F(LumaRangeTest, ATypedPositionStopsAtTheOtherAndPicksItsHandle)
 {
-    TKSlider* position = &range_.readout[0].slider;
+    SliderVars* position = &range_.readout[0].slider;
     OpenEdit(session_, position);
     TKSetEditText(position, "0.95");
     EXPECT_TRUE(CommitOpenEdit(session_, true).changed);
@@ -416,7 +416,7 @@ TEST_F(LumaRangeTest, ATypedPositionStopsAtTheOtherAndPicksItsHandle)
     EXPECT_EQ(range_.active, static_cast<uint32_t>(lumaRangeShadows));
     EXPECT_EQ(Renders(), 1u);
     EXPECT_EQ(session_->liveSettings.lumaRangeOn, 1u);
-    TKSlider* softness = &range_.readout[3].slider;
+    SliderVars* softness = &range_.readout[3].slider;
     OpenEdit(session_, softness);
     TKSetEditText(softness, "0.25");
     EXPECT_TRUE(CommitOpenEdit(session_, true).changed);

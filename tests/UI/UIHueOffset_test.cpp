@@ -217,7 +217,7 @@ TEST_F(UIHueOffsetTest, EverySizeKeepsWheelAndSlidersInsideAndApart)
             const QRect wheel = wheel_->wheelRect();
             EXPECT_EQ(wheel.width(), wheel.height());
             EXPECT_TRUE(wheel_->rect().contains(wheel)) << width << " x " << height;
-            for (const TKSlider* slider : {&vars_.hueSlider, &vars_.strengthSlider}) {
+            for (const SliderVars* slider : {&vars_.hueSlider, &vars_.strengthSlider}) {
                 const QRect place = wheel_->sliderOf(slider)->geometry();
                 EXPECT_TRUE(wheel_->rect().contains(place)) << width << " x " << height;
                 EXPECT_FALSE(place.intersects(wheel));

@@ -14,20 +14,20 @@ class UISamplesTest : public UITest {
     void SetUp() override
     {
         UITest::SetUp();
-        ASSERT_EQ(TKInitColorSample(&sample_, &Live(), offsetof(OCSettings, secondary[0].sample[0].red),
-                                    offsetof(OCSettings, secondary[0].sample[0].on), tkSectionSecondaryA, 1, nullptr,
-                                    "Sample 1", "a_1"),
+        ASSERT_EQ(TKCreateColorSample(&sample_, &Live(), offsetof(OCSettings, secondary[0].sample[0].red),
+                                      offsetof(OCSettings, secondary[0].sample[0].on), tkSectionSecondaryA, 1, nullptr,
+                                      "Sample 1", "a_1"),
                   bpNoErr);
-        ASSERT_EQ(TKInitColorSample(&plain_, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 2, nullptr,
-                                    "Color Sample", "color"),
+        ASSERT_EQ(TKCreateColorSample(&plain_, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 2, nullptr,
+                                      "Color Sample", "color"),
                   bpNoErr);
         TKInitMatchColor(&match_, &Live(), ocMatchRGB, tkSectionNone, "match");
         TKInitMatchColor(&match2_, &Live(), ocMatchHSL, tkSectionNone, "match2");
         TKLinkColorSample(&plain_, &match_.source);
-        TKInitCheckbox(&checkbox_, &Live(), offsetof(OCSettings, secondary[0].invert), tkSectionSecondaryA,
-                       "Invert Selection", "invert");
-        TKInitPopup(&popup_, &Live(), offsetof(OCSettings, limiter.limiter_clip_method), tkSectionLimiter,
-                    "Limit Method", "limit", "Reduce Saturation|Reduce Luma|Smart Limit");
+        TKCreateCheckbox(&checkbox_, &Live(), offsetof(OCSettings, secondary[0].invert), tkSectionSecondaryA,
+                         "Invert Selection", "invert");
+        TKCreatePopup(&popup_, &Live(), offsetof(OCSettings, limiter.limiter_clip_method), tkSectionLimiter,
+                      "Limit Method", "limit", "Reduce Saturation|Reduce Luma|Smart Limit");
         views_ = session_->controls.viewCount;
         swatches_ = session_->controls.swatchCount;
         panel_ = std::make_unique<QWidget>();

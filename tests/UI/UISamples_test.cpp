@@ -224,8 +224,8 @@ TEST_F(UISamplesTest, ASwatchThatTheTableHasNoRoomForIsLeftAlone)
     TKControls& controls = session_->controls;
     const uint32_t count = controls.swatchCount;
     TKColorSample sample = {};
-    ASSERT_EQ(TKInitColorSample(&sample, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 3, nullptr, "Full",
-                                "full"),
+    ASSERT_EQ(TKCreateColorSample(&sample, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 3, nullptr,
+                                  "Full", "full"),
               bpNoErr);
     controls.swatchCount = kTKSwatchLimit; // nothing walks the table meanwhile
     {

@@ -278,10 +278,10 @@ TEST_F(UISliderTest, TabBringsTheNextEditIntoSight)
     window->resize(700, 420);
     QCoreApplication::processEvents();
     ClickValue(gain_);
-    const TKSlider* first = gain_->slider();
+    const SliderVars* first = gain_->slider();
     uint32_t count = 0;
     do {
-        TKSlider* open = session_->controls.openSlider;
+        SliderVars* open = session_->controls.openSlider;
         ASSERT_NE(open, nullptr);
         QLineEdit* edit = EditOf(window->sliderOf(open));
         // Its first row lies above the slider.

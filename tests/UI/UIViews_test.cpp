@@ -191,7 +191,7 @@ TEST_F(UIViews, APickReadsTheFrameUnderThePointer)
 {
     TKEyedropper dropper = {};
     static float triple[3];
-    TKInitEyedropper(&dropper, triple, 0, tkSectionNone, "Test", "test");
+    TKCreateEyedropper(&dropper, triple, 0, tkSectionNone, "Test", "test");
     dropper.repaint = dropper.opensUndo = false;
     (void)TKEyedropperClick(session_, &dropper, 0);
     ASSERT_TRUE(TKIsPicking(session_));

@@ -41,8 +41,9 @@ class TKSamplesTest : public TKSessionTest {
 TEST_F(TKSamplesTest, APickFillsTheSampleSwitchesItOnAndMarksItsSecondary)
 {
     TKColorSample sample;
-    ASSERT_EQ(TKInitColorSample(&sample, &Live(), kTriple, kSwitch, tkSectionSecondaryC, 1, nullptr, "Sample 1", "c_1"),
-              bpNoErr);
+    ASSERT_EQ(
+        TKCreateColorSample(&sample, &Live(), kTriple, kSwitch, tkSectionSecondaryC, 1, nullptr, "Sample 1", "c_1"),
+        bpNoErr);
     windows_.calls.clear();
     const float color[3] = {0.5f, 0.25f, 1};
     (void)TKEyedropperClick(session_, &sample.eyedropper, 0);
@@ -63,10 +64,10 @@ TEST_F(TKSamplesTest, APickFillsTheSampleSwitchesItOnAndMarksItsSecondary)
 TEST_F(TKSamplesTest, ThePopupPicksTheFormatOfBothSwatchesAndOfTheLinkedOne)
 {
     TKColorSample sample;
-    ASSERT_EQ(TKInitColorSample(&sample, &Live(), kTriple, kTKNoOffset, tkSectionNone, 1, nullptr, "Color", "c"),
+    ASSERT_EQ(TKCreateColorSample(&sample, &Live(), kTriple, kTKNoOffset, tkSectionNone, 1, nullptr, "Color", "c"),
               bpNoErr);
     TKSwatch linked;
-    TKInitSwatch(&linked, &Live(), kTKMatchSourceOffset, "Linked", "linked");
+    TKCreateSwatch(&linked, &Live(), kTKMatchSourceOffset, "Linked", "linked");
     TKLinkColorSample(&sample, &linked);
     static uint32_t redraws;
     redraws = 0;
@@ -90,11 +91,11 @@ TEST_F(TKSamplesTest, ThePopupPicksTheFormatOfBothSwatchesAndOfTheLinkedOne)
 TEST_F(TKSamplesTest, TheLinkedSwatchTakesThePickedColour)
 {
     TKColorSample sample;
-    ASSERT_EQ(
-        TKInitColorSample(&sample, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 1, nullptr, "Color", "c"),
-        bpNoErr);
+    ASSERT_EQ(TKCreateColorSample(&sample, &Live(), kTKColorSampleOffset, kTKNoOffset, tkSectionNone, 1, nullptr,
+                                  "Color", "c"),
+              bpNoErr);
     TKSwatch linked;
-    TKInitSwatch(&linked, &Live(), kTKMatchSourceOffset, "Linked", "linked");
+    TKCreateSwatch(&linked, &Live(), kTKMatchSourceOffset, "Linked", "linked");
     TKLinkColorSample(&sample, &linked);
     const float color[3] = {0.5f, 0.25f, 1};
     (void)TKEyedropperClick(session_, &sample.eyedropper, 0);
@@ -133,8 +134,8 @@ TEST_F(TKSamplesTest, ThePartsOfACompositeFindEachOtherByTheirIdentity)
     TKInitNode(&root, nullptr, nullptr);
     TKColorSample samples[4];
     for (int32_t i = 0; i < 4; ++i)
-        ASSERT_EQ(TKInitColorSample(&samples[i], &Live(), kTriple, i == 3 ? kTKNoOffset : kSwitch, tkSectionSecondaryC,
-                                    i + 1, &root, "Sample", "s"),
+        ASSERT_EQ(TKCreateColorSample(&samples[i], &Live(), kTriple, i == 3 ? kTKNoOffset : kSwitch,
+                                      tkSectionSecondaryC, i + 1, &root, "Sample", "s"),
                   bpNoErr);
     for (int32_t i = 0; i < 4; ++i) {
         TKControlNode* found = nullptr;
@@ -163,7 +164,7 @@ TEST_F(TKSamplesTest, WithoutMemoryForIdentitiesACompositeStillWorks)
     for (uint32_t nth = 1; nth <= 5; ++nth) {
         TKColorSample sample;
         BPFailAllocation(nth);
-        EXPECT_EQ(TKInitColorSample(&sample, &Live(), kTriple, kSwitch, tkSectionSecondaryC, 1, nullptr, "S", "s"),
+        EXPECT_EQ(TKCreateColorSample(&sample, &Live(), kTriple, kSwitch, tkSectionSecondaryC, 1, nullptr, "S", "s"),
                   bpMemFullErr);
         BPFailAllocation(0);
         EXPECT_EQ(sample.result.dataOffset, kTriple);
@@ -231,7 +232,7 @@ TEST_F(TKSamplesTest, EveryPaneMarksTheSectionsOfWhatItWrote)
                               kTKMatchTargetOffset);
         const OCSettings result = Live();
         Live() = expected;
-        for (TKSectionID section : c.on) TKMarkSectionActive(session_, section, true, true);
+        for (TKSectionID section : c.on) MarkSectionActive(session_, section, true, true);
         EXPECT_EQ(std::memcmp(&result, &Live(), sizeof result), 0) << c.pane << " " << c.entry;
     }
 }

@@ -42,7 +42,7 @@ class TKEyedropperTest : public TKSessionTest {
             std::memcpy(rgb, gDialog.answer, 3);
             return gDialog.accept;
         };
-        TKInitEyedropper(&dropper_, &Live(), kSample, tkSectionSecondaryB, "Sample 3", "b_3");
+        TKCreateEyedropper(&dropper_, &Live(), kSample, tkSectionSecondaryB, "Sample 3", "b_3");
         before_ = Live();
         renders_ = session_->renderCount;
     }
@@ -226,7 +226,7 @@ TEST_F(TKEyedropperTest, ASecondClickOrACancelGivesThePickUp)
 TEST_F(TKEyedropperTest, AnotherEyedropperTakesThePickOver)
 {
     TKEyedropper other;
-    TKInitEyedropper(&other, &Live(), offsetof(OCSettings, unassigned), tkSectionNone, "Other", "other");
+    TKCreateEyedropper(&other, &Live(), offsetof(OCSettings, unassigned), tkSectionNone, "Other", "other");
     other.cursor = 502;
     (void)TKEyedropperClick(session_, &dropper_, 0);
     TKPickSample(session_, kColor);
@@ -345,8 +345,8 @@ TEST_F(TKEyedropperTest, AnOpenEditIsCommittedFirst)
 TEST_F(TKEyedropperTest, SwatchesOfTheFieldShowTheSampleWhileItIsPicked)
 {
     TKSwatch bound, elsewhere;
-    TKInitSwatch(&bound, &Live(), kSample, "", "");
-    TKInitSwatch(&elsewhere, &Live(), offsetof(OCSettings, unassigned), "", "");
+    TKCreateSwatch(&bound, &Live(), kSample, "", "");
+    TKCreateSwatch(&elsewhere, &Live(), offsetof(OCSettings, unassigned), "", "");
     static uint32_t redraws;
     redraws = 0;
     bound.redraw = [](void*) { ++redraws; };

@@ -159,18 +159,18 @@ TEST_F(TKSliderHoldTest, DeleteResetsAndReturnOpensTheEdit)
 TEST_F(TKSliderHoldTest, AWholeNumberSliderMovesByOneAtLeast)
 {
     int32_t field = 5;
-    TKSlider slider;
-    TKInitSlider(&slider,
-                 {.label = "Count",
-                  .objectName = "count",
-                  .offset = 0,
-                  .low = -10,
-                  .high = 10,
-                  .entryLow = -20,
-                  .entryHigh = 20,
-                  .neutral = 0,
-                  .flags = 0},
-                 &field, 0, nullptr, tkSectionNone);
+    SliderVars slider;
+    TKCreateSlider(&slider,
+                   {.label = "Count",
+                    .objectName = "count",
+                    .offset = 0,
+                    .low = -10,
+                    .high = 10,
+                    .entryLow = -20,
+                    .entryHigh = 20,
+                    .neutral = 0,
+                    .flags = 0},
+                   &field, 0, nullptr, tkSectionNone);
     (void)TKSliderKey(session_, &slider, kTKKeyUp, bpShiftKey);
     EXPECT_EQ(field, 6);
     (void)TKSliderKey(session_, &slider, kTKKeyPageDown, 0);

@@ -29,8 +29,8 @@ class TKSwatchTest : public TKSessionTest {
         TKSessionTest::SetUp();
         Attach();
         MakeSliders();
-        TKInitSwatch(&swatch_, &session_->liveSettings, offsetof(OCSettings, secondary[0].sample[0].red), "Source",
-                     "source");
+        TKCreateSwatch(&swatch_, &session_->liveSettings, offsetof(OCSettings, secondary[0].sample[0].red), "Source",
+                       "source");
     }
     void SetColor(float r, float g, float b)
     {

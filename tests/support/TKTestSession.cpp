@@ -68,9 +68,11 @@ TKUserInterface TKTestInterface(TKTestWindows* windows)
     ui.refreshDisplays = [](void* c, bool) { W(c)->calls.push_back("refreshDisplays"); };
     ui.setPositionText = [](void* c, const char* text) { W(c)->positionText = text; };
     ui.playingChanged = [](void* c, bool playing) { W(c)->calls.push_back(playing ? "playing" : "stopped"); };
-    ui.sliderChanged = [](void* c, TKSlider* slider) { W(c)->calls.push_back(std::string("slider ") + slider->label); };
-    ui.editOpened = [](void* c, TKSlider* slider) { W(c)->calls.push_back(std::string("open ") + slider->label); };
-    ui.editClosed = [](void* c, TKSlider* slider) { W(c)->calls.push_back(std::string("close ") + slider->label); };
+    ui.sliderChanged = [](void* c, SliderVars* slider) {
+        W(c)->calls.push_back(std::string("slider ") + slider->label);
+    };
+    ui.editOpened = [](void* c, SliderVars* slider) { W(c)->calls.push_back(std::string("open ") + slider->label); };
+    ui.editClosed = [](void* c, SliderVars* slider) { W(c)->calls.push_back(std::string("close ") + slider->label); };
     ui.switchesChanged = [](void* c) { ++W(c)->switches; };
     return ui;
 }
@@ -238,12 +240,12 @@ void TKSessionTest::MakeSliders()
                                     .neutral = 1};
     OCSettings* live = &session_->liveSettings;
     const OCSettings* defaults = &session_->defaultSettings;
-    TKInitSlider(&gain_, gainRow, live, offsetof(OCSettings, hsl.master), defaults, tkSectionHSLMaster);
-    TKInitSlider(&saturation_, saturationRow, live, offsetof(OCSettings, hsl.master), defaults, tkSectionHSLMaster);
-    TKInitSlider(&redGain_, redRow, live, offsetof(OCSettings, rgb.highlights), defaults, tkSectionRGBHighlights);
+    TKCreateSlider(&gain_, gainRow, live, offsetof(OCSettings, hsl.master), defaults, tkSectionHSLMaster);
+    TKCreateSlider(&saturation_, saturationRow, live, offsetof(OCSettings, hsl.master), defaults, tkSectionHSLMaster);
+    TKCreateSlider(&redGain_, redRow, live, offsetof(OCSettings, rgb.highlights), defaults, tkSectionRGBHighlights);
     TKTabChain chain;
     ResetTabChain(&chain);
-    for (TKSlider* slider : {&gain_, &saturation_, &redGain_}) {
+    for (SliderVars* slider : {&gain_, &saturation_, &redGain_}) {
         ASSERT_EQ(TKRegisterSlider(session_, slider), bpNoErr);
         TKChainSlider(&chain, slider);
     }

@@ -85,7 +85,7 @@ class TKSessionTest : public ::testing::Test {
     TKTestWindows windows_;
     TKTestHost host_;
     TKSession* session_ = nullptr;
-    TKSlider gain_ = {}, saturation_ = {}, redGain_ = {};
+    SliderVars gain_ = {}, saturation_ = {}, redGain_ = {};
 };
 
 /// Settings as a reset leaves them.

@@ -23,7 +23,7 @@ class TKControlsTest : public TKSessionTest {
     uint32_t Steps() const { return session_->undoRing->undoHead; }
     uint32_t Renders() const { return session_->renderCount - renders_; }
     OCSettings& Live() { return session_->liveSettings; }
-    TKEffect Type(TKSlider* slider, const char* text)
+    TKEffect Type(SliderVars* slider, const char* text)
     {
         OpenEdit(session_, slider);
         TKSetEditText(slider, text);
@@ -456,7 +456,7 @@ TEST_F(TKControlsTest, ArbitraryRecordsStayBitIdentical)
         const OCSettings before = Live();
         UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, false);
         ASSERT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
-        for (const TKSlider* slider : {&gain_, &saturation_, &redGain_}) {
+        for (const SliderVars* slider : {&gain_, &saturation_, &redGain_}) {
             ASSERT_GE(slider->position, slider->trackMin);
             ASSERT_LE(slider->position, slider->trackMax);
             ASSERT_GE(TKThumbPixel(*slider, 250), 0);
@@ -496,17 +496,17 @@ TEST_F(TKControlsTest, WithAPreviousRecordOnlyDifferencesAreShown)
 TEST_F(TKControlsTest, ASliderOfAnotherRecordIsNotTouched)
 {
     float elsewhere[2] = {7, 7};
-    TKSlider other;
-    TKInitSlider(&other,
-                 {.label = "Other",
-                  .objectName = "other",
-                  .offset = 4,
-                  .low = 0,
-                  .high = 1,
-                  .entryLow = 0,
-                  .entryHigh = 1,
-                  .neutral = 0},
-                 elsewhere, 0, nullptr, tkSectionNone);
+    SliderVars other;
+    TKCreateSlider(&other,
+                   {.label = "Other",
+                    .objectName = "other",
+                    .offset = 4,
+                    .low = 0,
+                    .high = 1,
+                    .entryLow = 0,
+                    .entryHigh = 1,
+                    .neutral = 0},
+                   elsewhere, 0, nullptr, tkSectionNone);
     ASSERT_EQ(TKRegisterSlider(session_, &other), bpNoErr);
     EXPECT_EQ(UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true), 3u);
     EXPECT_STREQ(other.valueText, "7.00");
@@ -514,7 +514,7 @@ TEST_F(TKControlsTest, ASliderOfAnotherRecordIsNotTouched)
 
 TEST_F(TKControlsTest, AnUnboundSliderIsAnAssertion)
 {
-    TKSlider slider = {};
+    SliderVars slider = {};
     EXPECT_EQ(TKRegisterSlider(session_, &slider), bpParamErr);
     ASSERT_EQ(gBPFake.reports.size(), 1u);
     EXPECT_NE(gBPFake.reports[0].text.find("dataBase + dataOffset != 0"), std::string::npos);
@@ -523,7 +523,7 @@ TEST_F(TKControlsTest, AnUnboundSliderIsAnAssertion)
 TEST_F(TKControlsTest, ACheckboxWithoutAWordIsAnAssertionAndStaysOff)
 {
     TKCheckbox checkbox;
-    TKInitCheckbox(&checkbox, nullptr, 0, tkSectionNone, "Nowhere", "nowhere");
+    TKCreateCheckbox(&checkbox, nullptr, 0, tkSectionNone, "Nowhere", "nowhere");
     ASSERT_EQ(gBPFake.reports.size(), 1u);
     EXPECT_NE(gBPFake.reports[0].text.find("dataOffset != 0"), std::string::npos);
     EXPECT_FALSE(TKCheckboxIsOn(checkbox));
@@ -534,14 +534,14 @@ TEST_F(TKControlsTest, ACheckboxWithoutAWordIsAnAssertionAndStaysOff)
 
 TEST_F(TKControlsTest, GesturesOnControlsWithoutARecordChangeNothing)
 {
-    TKSlider slider = gain_;
+    SliderVars slider = gain_;
     slider.dataBase = nullptr;
     EXPECT_EQ(GetSliderValue(slider), 0.0);
     EXPECT_FALSE(SetFieldFromTrack(slider, 70000));
     EXPECT_FALSE(TKSliderDrag(session_, &slider, 70000).changed);
     EXPECT_FALSE(TKSliderWheel(session_, &slider, 120).changed);
     TKPopup popup;
-    TKInitPopup(&popup, nullptr, 0, tkSectionNone, "Nowhere", "nowhere", "A|B");
+    TKCreatePopup(&popup, nullptr, 0, tkSectionNone, "Nowhere", "nowhere", "A|B");
     EXPECT_EQ(TKPopupValue(popup), 0);
     EXPECT_FALSE(TKPopupSelect(session_, &popup, 1).changed);
     EXPECT_EQ(session_->undoRing->undoHead, 0u);
@@ -553,15 +553,15 @@ TEST_F(TKControlsTest, GesturesOnControlsWithoutARecordChangeNothing)
 TEST_F(TKControlsTest, SwitchesAreSetInnermostFirstAndOnlyWhereNeeded)
 {
     Live().hslOn = 77; // on already
-    EXPECT_TRUE(TKMarkSectionActive(session_, tkSectionHSLShadows, true, true));
+    EXPECT_TRUE(MarkSectionActive(session_, tkSectionHSLShadows, true, true));
     EXPECT_EQ(Live().hsl.shadows.on, 1u);
     EXPECT_EQ(Live().hslOn, 77u);
     EXPECT_EQ(Live().primaryOn, 1u);
-    EXPECT_FALSE(TKMarkSectionActive(session_, tkSectionHSLShadows, true, true));
-    EXPECT_TRUE(TKMarkSectionActive(session_, tkSectionHSLShadows, false, false));
+    EXPECT_FALSE(MarkSectionActive(session_, tkSectionHSLShadows, true, true));
+    EXPECT_TRUE(MarkSectionActive(session_, tkSectionHSLShadows, false, false));
     EXPECT_EQ(Live().hsl.shadows.on, 0u);
     EXPECT_EQ(Live().primaryOn, 1u);
-    EXPECT_FALSE(TKMarkSectionActive(session_, tkSectionNone, true, true));
+    EXPECT_FALSE(MarkSectionActive(session_, tkSectionNone, true, true));
 }
 
 /// The word at a byte offset of a record.
@@ -578,7 +578,7 @@ TEST_F(TKControlsTest, EverySectionMarksWhatTheEngineAsksFor)
         Live() = TKNeutralSettings();
         for (uint32_t i = 0; i < section.switchCount; ++i)
             std::memset(reinterpret_cast<uint8_t*>(&Live()) + section.switchOffset[i], 0, 4);
-        EXPECT_TRUE(TKMarkSectionActive(session_, section.id, true, true)) << section.name;
+        EXPECT_TRUE(MarkSectionActive(session_, section.id, true, true)) << section.name;
         OCSettings reset = Live();
         OCResetSettings(&reset, section.toolMask, section.curveMask, kOCResetDefaults);
         // Its masks reset its own switch, except where neighbours share it or the host's wish decides.
@@ -614,18 +614,18 @@ TEST_F(TKControlsTest, ThumbAndPixelAgree)
 TEST_F(TKControlsTest, WholeNumberSlidersHaveNoDecimals)
 {
     int32_t field = 5;
-    TKSlider slider;
-    TKInitSlider(&slider,
-                 {.label = "Count",
-                  .objectName = "count",
-                  .offset = 0,
-                  .low = -10,
-                  .high = 10,
-                  .entryLow = -20,
-                  .entryHigh = 20,
-                  .neutral = 0,
-                  .flags = 0},
-                 &field, 0, nullptr, tkSectionNone);
+    SliderVars slider;
+    TKCreateSlider(&slider,
+                   {.label = "Count",
+                    .objectName = "count",
+                    .offset = 0,
+                    .low = -10,
+                    .high = 10,
+                    .entryLow = -20,
+                    .entryHigh = 20,
+                    .neutral = 0,
+                    .flags = 0},
+                   &field, 0, nullptr, tkSectionNone);
     EXPECT_STREQ(slider.valueText, "5");
     EXPECT_EQ(slider.trackMax, 10);
     (void)TKSliderDrag(session_, &slider, 7);
@@ -700,7 +700,7 @@ TEST_F(TKControlsTest, AChangeProcedureSeesTheNewValue)
 {
     static double seen;
     seen = 0;
-    gain_.changeProc = [](TKSession* session, TKSlider*, double value, bool) {
+    gain_.changeProc = [](TKSession* session, SliderVars*, double value, bool) {
         seen = value;
         session->liveSettings.hsl.master.gamma = 2; // a linked field
     };
