@@ -7,6 +7,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "src/OCStagesKernels.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -27,12 +28,30 @@ struct Call {
     OCSoftClip softClip;
     uint8_t step[kOCStepEnd]; ///< those that run, in order
     uint32_t stepCount;
-    uint32_t keepAt; ///< index into `step` at which planes are kept; kOCStepEnd: none
-    bool weights;    ///< some step that runs asks for them
-    bool keepsLuma;  ///< likewise, of steps that may run later from the kept planes
-    bool hasStart;   ///< begins at kept planes, whose fourth is the luma of the source
-    bool swapped;    ///< display pixels in the order A, R, G, B of bytes
+    uint32_t keepAt;  ///< index into `step` at which planes are kept; kOCStepEnd: none
+    bool weights;     ///< some step that runs asks for them
+    bool keepsLuma;   ///< likewise, of steps that may run later from the kept planes
+    bool hasStart;    ///< begins at kept planes, whose fourth is the luma of the source
+    bool swapped;     ///< display pixels in the order A, R, G, B of bytes
+    bool streams;     ///< results go past the cache, which they would only sweep
+    bool streamsKept; ///< kept planes likewise
 };
+
+/// Planes of a result above this do not stay in a cache until somebody reads them; fetching their lines before they are
+/// written over only costs.
+constexpr uint64_t kStreamedBytes = 16u << 20;
+
+/// Lines that leave in halves or quarters cost more than they save.
+constexpr bool kFillsLine = hn::MaxLanes(D()) * sizeof(float) >= 64;
+
+/// Stores a register that lies on a border of registers.
+HWY_INLINE void StoreResult(V value, float* place, bool streams)
+{
+    if (streams)
+        hn::Stream(value, D(), place);
+    else
+        hn::StoreU(value, D(), place);
+}
 
 /// Stands in the list of a call for steps 8 and 10 in one.
 constexpr uint8_t kMasterAndCurves = kOCStepEnd;
@@ -65,6 +84,9 @@ Call CallOf(const OCProcessParams& params, const OCBandRun& run)
     call.softClip = OCSoftClipOf(params.limiter);
     call.hasStart = run.start != nullptr;
     call.swapped = run.display.format == pixFormatBGRA8;
+    const bool large = kFillsLine && run.destination->planeBytes * uint64_t{4} >= kStreamedBytes;
+    call.streams = large && run.destination != run.source;
+    call.streamsKept = large && run.keep != run.start;
     uint32_t keepAt = 0;
     for (uint32_t step = call.hasStart ? run.firstStep : kOCFirstStep; step < kOCStepEnd; ++step) {
         if (!OCStepIsOn(params, step)) continue;
@@ -190,11 +212,21 @@ HWY_INLINE void Travel(Pixels* block, size_t count, const Call& call, Keep keep,
     for (size_t k = 0; k < count; ++k) leave(block[k], k);
 }
 
+/// Whether planes lie so that registers can go past the cache.
+bool LieOnRegisters(float* const planes[4])
+{
+    uintptr_t bits = 0;
+    for (size_t plane = 0; plane < 4; ++plane) bits |= reinterpret_cast<uintptr_t>(planes[plane]);
+    return bits % (hn::MaxLanes(D()) * sizeof(float)) == 0;
+}
+
 /// Whole registers of a run of floats, `most` at a time.
 template <size_t most> void ProcessWhole(const Places& at, size_t whole, const Call& call)
 {
     const D d;
     const size_t lanes = hn::Lanes(d);
+    const bool streams = call.streams && LieOnRegisters(at.out);
+    const bool streamsKept = call.streamsKept && LieOnRegisters(at.keep);
     Pixels block[most];
     for (size_t i = 0; i < whole;) {
         const size_t left = (whole - i) / lanes;
@@ -203,17 +235,17 @@ template <size_t most> void ProcessWhole(const Places& at, size_t whole, const C
             Enter(block[k], call, [&](int plane) HWY_ATTR { return hn::LoadU(d, at.in[plane] + i + k * lanes); });
         const auto keep = [&](const Pixels& p, size_t k) HWY_ATTR {
             const size_t place = i + k * lanes;
-            hn::StoreU(p.c.r, d, at.keep[0] + place);
-            hn::StoreU(p.c.g, d, at.keep[1] + place);
-            hn::StoreU(p.c.b, d, at.keep[2] + place);
-            if (call.keepsLuma) hn::StoreU(p.sourceLuma, d, at.keep[3] + place);
+            StoreResult(p.c.r, at.keep[0] + place, streamsKept);
+            StoreResult(p.c.g, at.keep[1] + place, streamsKept);
+            StoreResult(p.c.b, at.keep[2] + place, streamsKept);
+            if (call.keepsLuma) StoreResult(p.sourceLuma, at.keep[3] + place, streamsKept);
         };
         const auto leave = [&](const Pixels& p, size_t k) HWY_ATTR {
             const size_t place = i + k * lanes;
-            hn::StoreU(p.c.r, d, at.out[0] + place);
-            hn::StoreU(p.c.g, d, at.out[1] + place);
-            hn::StoreU(p.c.b, d, at.out[2] + place);
-            hn::StoreU(Luma(p.c), d, at.out[3] + place);
+            StoreResult(p.c.r, at.out[0] + place, streams);
+            StoreResult(p.c.g, at.out[1] + place, streams);
+            StoreResult(p.c.b, at.out[2] + place, streams);
+            StoreResult(Luma(p.c), at.out[3] + place, streams);
             if (place + lanes <= at.displayCount)
                 hn::StoreU(DisplayWords(p.c, call.swapped), hn::RebindToUnsigned<D>(), at.display + place);
             else
@@ -261,16 +293,17 @@ void ProcessRest(const Places& at, size_t first, size_t rest, const Call& call)
 }
 
 /// All stages off: three planes are copied, the fourth is luma.
-void CopyWithLuma(const Places& at, size_t whole)
+void CopyWithLuma(const Places& at, size_t whole, bool streams)
 {
     const D d;
     const size_t lanes = hn::Lanes(d);
+    streams = streams && LieOnRegisters(at.out);
     for (size_t i = 0; i < whole; i += lanes) {
         const Color c = {hn::LoadU(d, at.in[0] + i), hn::LoadU(d, at.in[1] + i), hn::LoadU(d, at.in[2] + i)};
-        hn::StoreU(c.r, d, at.out[0] + i);
-        hn::StoreU(c.g, d, at.out[1] + i);
-        hn::StoreU(c.b, d, at.out[2] + i);
-        hn::StoreU(Luma(c), d, at.out[3] + i);
+        StoreResult(c.r, at.out[0] + i, streams);
+        StoreResult(c.g, at.out[1] + i, streams);
+        StoreResult(c.b, at.out[2] + i, streams);
+        StoreResult(Luma(c), at.out[3] + i, streams);
     }
 }
 
@@ -278,12 +311,13 @@ void ProcessFloats(const Places& at, size_t count, const Call& call)
 {
     const size_t whole = count - count % hn::Lanes(D());
     if (call.stepCount == 0 && !call.hasStart && call.keepAt == kOCStepEnd && !at.display)
-        CopyWithLuma(at, whole);
+        CopyWithLuma(at, whole, call.streams);
     else if (call.weights)
         ProcessWhole<kLongBlock>(at, whole, call);
     else
         ProcessWhole<kShortBlock>(at, whole, call);
     if (whole != count) ProcessRest(at, whole, count - whole, call);
+    if (call.streams || call.streamsKept) hwy::FlushStream(); // before anybody is told that the band is done
 }
 
 float* PlaneOf(const FBFrame& frame, size_t plane)

@@ -462,6 +462,41 @@ TEST(OCBandRun, EveryInstructionSetBeginsKeepsAndShowsAsTheReadableKernel)
         }
 }
 
+TEST(OCBandRun, ResultsTooLargeForACacheAreTheSame)
+{
+    LogCatch log;
+    Random random(13);
+    EnginePtr engine = MakeEngine();
+    const OCSettings g = RandomGrade(random, 1u << toolRGBMaster | 1u << toolRGBCurves | 1u << toolLimiter, reachKnob);
+    OCUpdateParameters(engine.get(), &g);
+    const OCProcessParams& params = *OCParametersOf(engine.get());
+    for (uint32_t width : {1024u, 1021u}) {
+        constexpr uint32_t height = 1032; // 16 MiB of planes and more
+        const FramePtr source = Noise(width, height, random), expected = MakeFrame(width, height);
+        ASSERT_GE(expected->planeBytes * uint64_t{4}, uint64_t{16} << 20);
+        OCProcessImageBandScalar(params, source.get(), expected.get());
+        std::vector<uint8_t> wanted(size_t{width} * 4 * height);
+        FBTransferFBFrameToPixScalar(expected.get(), nullptr, wanted.data(), width * 4, pixFormatARGB8);
+        const FramePtr planes = MakeFrame(width, height);
+        for (const bool start : {false, true}) {
+            const FramePtr seen = MakeFrame(width, height);
+            std::vector<uint8_t> display(wanted.size());
+            OCBandRun job = OCPlainRun(source.get(), seen.get());
+            job.display = {display.data(), width * 4, pixFormatARGB8};
+            if (start)
+                job.start = planes.get(), job.firstStep = 8;
+            else
+                job.keep = planes.get(), job.keepBefore = 8;
+            OCFastKernels().back().runFrom(params, job);
+            EXPECT_TRUE(SamePlanes(*expected, *seen, height)) << "width " << width << ", start " << start;
+            EXPECT_EQ(display, wanted);
+        }
+        const FramePtr plain = MakeFrame(width, height);
+        OCFastKernels().back().run(params, source.get(), plain.get());
+        EXPECT_TRUE(SamePlanes(*expected, *plain, height)) << "width " << width;
+    }
+}
+
 TEST(OCBandRun, AQuietRunLogsNothingAndGivesTheSameBytes)
 {
     Random random(14);
