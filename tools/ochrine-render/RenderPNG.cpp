@@ -1,4 +1,4 @@
-// PNG files: filtered rows, packed as one stream, in chunks with their sums.
+// PNG files: filtered rows, packed part by part into one stream, in chunks with their sums.
 #include "tools/ochrine-render/RenderParallel.h"
 #include "tools/ochrine-render/RenderStill.h"
 
@@ -8,10 +8,10 @@
 #include <cstring>
 #include <libdeflate.h>
 #include <memory>
+#include <vector>
+#include <zlib.h>
 
 namespace {
-
-constexpr int kLevel = 1; // above it a picture shrinks by some percent and takes several times as long
 
 using CompressorPtr =
     std::unique_ptr<libdeflate_compressor, decltype([](libdeflate_compressor* c) { libdeflate_free_compressor(c); })>;
@@ -89,6 +89,40 @@ void FillRow(const RenderPicture& picture, uint32_t row, uint32_t channels, uint
     }
 }
 
+/// Some rows of the picture, packed.
+struct PackedPart {
+    size_t size; ///< 0: out of memory
+    size_t rawSize;
+    uint32_t checksum; ///< of what was packed
+};
+
+constexpr int kBareStream = -15; // largest window, neither head nor sum
+constexpr int kUsualMemory = 8;
+
+/// Room for a part of `rawSize` bytes and for the mark that ends it.
+size_t RoomFor(size_t rawSize)
+{
+    return compressBound(static_cast<uLong>(rawSize)) + 64;
+}
+
+/// Packs a part of a stream, so that the next part can follow at a byte. Differences of neighbours hold runs and noise;
+/// a search for more costs twice the time and finds nothing.
+PackedPart Pack(uint8_t* raw, size_t rawSize, uint8_t* out, bool isLast)
+{
+    z_stream stream = {};
+    if (deflateInit2(&stream, 1, Z_DEFLATED, kBareStream, kUsualMemory, Z_RLE) != Z_OK) return {};
+    stream.next_in = raw;
+    stream.avail_in = static_cast<uInt>(rawSize);
+    stream.next_out = out;
+    stream.avail_out = static_cast<uInt>(RoomFor(rawSize));
+    const int result = deflate(&stream, isLast ? Z_FINISH : Z_SYNC_FLUSH);
+    const bool isWhole = result == (isLast ? Z_STREAM_END : Z_OK) && stream.avail_in == 0 && stream.avail_out != 0;
+    const size_t size = stream.total_out;
+    deflateEnd(&stream);
+    if (!isWhole) return {};
+    return {size, rawSize, libdeflate_adler32(1, raw, rawSize)};
+}
+
 } // namespace
 
 BPStatus EncodePNG(const RenderPicture& picture, const PictureNotes& notes, uint32_t bits, int threads,
@@ -98,33 +132,40 @@ BPStatus EncodePNG(const RenderPicture& picture, const PictureNotes& notes, uint
     const uint32_t channels = picture.alpha != nullptr ? 4 : 3;
     const size_t step = size_t{channels} * bits / 8;
     const size_t rowBytes = frame.width * step;
-    const size_t filteredBytes = (rowBytes + 1) * frame.height;
-    CompressorPtr compressor(libdeflate_alloc_compressor(kLevel));
-    PictureBytes filtered;
-    if (!compressor || !filtered.Start(filteredBytes)) return bpMemFullErr;
-    const size_t packedRoom = libdeflate_zlib_compress_bound(compressor.get(), filteredBytes);
-    if (!bytes->Start(packedRoom + HeadRoom(notes))) return bpMemFullErr;
-
-    std::atomic<bool> isShort{false};
-    const uint32_t partCount = std::min(frame.height, 64u);
+    // Their number does not follow the threads: the same picture is the same file.
+    const uint32_t partCount = std::clamp(frame.height, 1u, 64u);
+    const auto firstRow = [&](uint32_t part) {
+        return static_cast<uint32_t>(uint64_t{frame.height} * part / partCount);
+    };
+    const size_t rawRoom = (rowBytes + 1) * ((frame.height + partCount - 1) / partCount);
+    const size_t room = RoomFor(rawRoom);
+    PictureBytes packed;
+    if (rawRoom > INT32_MAX || !packed.Start(room * partCount)) return bpMemFullErr;
+    std::vector<PackedPart> parts(partCount);
     RenderParts(threads, partCount, [&](uint32_t part) {
         PictureBytes scratch;
-        if (!scratch.Start(2 * size_t{frame.width} + rowBytes)) {
-            isShort = true;
-            return;
-        }
+        if (!scratch.Start(2 * size_t{frame.width} + rowBytes + rawRoom)) return;
         auto* codes = reinterpret_cast<uint16_t*>(scratch.Data());
         uint8_t* line = scratch.Data() + 2 * size_t{frame.width};
-        const auto end = static_cast<uint32_t>(uint64_t{frame.height} * (part + 1) / partCount);
-        for (auto row = static_cast<uint32_t>(uint64_t{frame.height} * part / partCount); row < end; ++row) {
+        uint8_t* const raw = line + rowBytes;
+        uint8_t* out = raw;
+        for (uint32_t row = firstRow(part); row < firstRow(part + 1); ++row) {
             FillRow(picture, row, channels, bits, codes, line);
-            uint8_t* out = filtered.Data() + row * (rowBytes + 1);
             *out++ = 1; // differences from the pixel on the left
             std::memcpy(out, line, std::min(step, rowBytes));
             for (size_t i = step; i < rowBytes; ++i) out[i] = static_cast<uint8_t>(line[i] - line[i - step]);
+            out += rowBytes;
         }
+        parts[part] = Pack(raw, static_cast<size_t>(out - raw), packed.Data() + part * room, part + 1 == partCount);
     });
-    if (isShort) return bpMemFullErr;
+    size_t packedSize = 2 + 4;
+    uint32_t checksum = 1;
+    for (const PackedPart& part : parts) {
+        if (part.size == 0) return bpMemFullErr;
+        packedSize += part.size;
+        checksum = static_cast<uint32_t>(adler32_combine(checksum, part.checksum, static_cast<z_off_t>(part.rawSize)));
+    }
+    if (packedSize > INT32_MAX || !bytes->Start(packedSize + HeadRoom(notes))) return bpMemFullErr;
 
     bytes->Append("\x89PNG\r\n\x1a\n", 8);
     size_t at = BeginChunk(bytes, "IHDR");
@@ -148,10 +189,9 @@ BPStatus EncodePNG(const RenderPicture& picture, const PictureNotes& notes, uint
     }
     if (!notes.timecode.empty()) AppendText(bytes, "timecode", notes.timecode);
     at = BeginChunk(bytes, "IDAT");
-    const size_t packed =
-        libdeflate_zlib_compress(compressor.get(), filtered.Data(), filteredBytes, bytes->End(), packedRoom);
-    if (packed == 0 || packed > INT32_MAX) return bpMemFullErr;
-    bytes->Grow(packed);
+    bytes->Append("\x78\x01", 2); // largest window, packed fast
+    for (uint32_t part = 0; part < partCount; ++part) bytes->Append(packed.Data() + part * room, parts[part].size);
+    bytes->AppendBig32(checksum);
     EndChunk(bytes, at);
     EndChunk(bytes, BeginChunk(bytes, "IEND"));
     return bpNoErr;
