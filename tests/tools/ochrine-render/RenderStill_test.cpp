@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <libdeflate.h>
 #include <limits>
 
 namespace {
@@ -169,6 +170,39 @@ TEST(StillPNG, TextsAspectAndProfileAreThere)
     EXPECT_NE(whole.find("iTXtTitle"), std::string::npos);
     EXPECT_EQ(whole.find("kkkk"), std::string::npos);
     EXPECT_EQ(read.iccProfile, notes.iccProfile);
+}
+
+TEST(StillPNG, PartsMakeOneStreamAndAnyNumberOfThreadsTheSameFile)
+{
+    for (const auto& [width, height] :
+         {std::pair{1u, 1u}, {19u, 1u}, {1u, 63u}, {7u, 64u}, {7u, 65u}, {640u, 131u}, {4001u, 3u}}) {
+        const FramePtr frame = MakeFrame(width, height);
+        PictureBytes one, many;
+        ASSERT_EQ(EncodePNG({.frame = frame.get()}, {}, 16, 1, &one), bpNoErr);
+        ASSERT_EQ(EncodePNG({.frame = frame.get()}, {}, 16, 3, &many), bpNoErr);
+        ASSERT_EQ(one.Size(), many.Size());
+        ASSERT_EQ(std::memcmp(one.Data(), many.Data(), one.Size()), 0) << width << " x " << height;
+        // Signature, IHDR, then IDAT; this unpacker minds the sum, which readers of pictures may not.
+        uint32_t size = 0;
+        std::memcpy(&size, one.Data() + 33, 4);
+        ASSERT_EQ(std::memcmp(one.Data() + 37, "IDAT", 4), 0);
+        std::vector<uint8_t> rows((size_t{width} * 6 + 1) * height);
+        libdeflate_decompressor* unpacker = libdeflate_alloc_decompressor();
+        size_t got = 0;
+        EXPECT_EQ(libdeflate_zlib_decompress(unpacker, one.Data() + 41, __builtin_bswap32(size), rows.data(),
+                                             rows.size(), &got),
+                  LIBDEFLATE_SUCCESS)
+            << width << " x " << height;
+        libdeflate_free_decompressor(unpacker);
+        EXPECT_EQ(got, rows.size());
+        const AVFramePtr picture = ReadBack(one, ".png");
+        ASSERT_EQ(picture->height, static_cast<int>(height));
+        const auto* last = reinterpret_cast<const float*>(frame->baseAddr + size_t{height - 1} * frame->rowBytes);
+        const double red = std::clamp(static_cast<double>(last[width - 1]), 0.0, 1.0) * 65535;
+        const uint8_t* pixel =
+            picture->data[0] + static_cast<ptrdiff_t>(height - 1) * picture->linesize[0] + (width - 1) * 6;
+        EXPECT_NEAR(pixel[0] * 256 + pixel[1], red, 0.5 + 1e-3) << width << " x " << height;
+    }
 }
 
 TEST(StillDPX, TheHeaderTellsWhatAReaderNeeds)
