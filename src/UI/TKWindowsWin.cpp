@@ -237,6 +237,10 @@ struct TKWindowsCalls {
         // A click has given the focus to what was clicked, and it stays there.
         if ((window && window->hideEdit()) || (value && value->hideEdit())) Main(context)->setFocus();
     }
+    static void PickModeChanged(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->pickModeChanged();
+    }
     static bool ChooseColor(void*, const char* title, uint8_t rgb[3]) { return BPQtChooseColor(title, rgb); }
     static void SwitchesChanged(void* context)
     {
@@ -341,6 +345,7 @@ TKUserInterface TKWindowsWin::interface()
     ui.sliderChanged = TKWindowsCalls::SliderChanged;
     ui.editOpened = TKWindowsCalls::EditOpened;
     ui.editClosed = TKWindowsCalls::EditClosed;
+    ui.pickModeChanged = TKWindowsCalls::PickModeChanged;
     ui.chooseColor = TKWindowsCalls::ChooseColor;
     ui.switchesChanged = TKWindowsCalls::SwitchesChanged;
     ui.updateOtherControls = TKWindowsCalls::UpdateOtherControls;

@@ -149,6 +149,12 @@ void TincturaMainWin::picturesChanged()
     tools_->picturesChanged();
 }
 
+void TincturaMainWin::pickModeChanged()
+{
+    area_->picture()->pickModeChanged();
+    area_->analysis()->reference()->pickModeChanged();
+}
+
 void TincturaMainWin::repaintPicture(bool force)
 {
     area_->picture()->showNow(force);
@@ -215,6 +221,7 @@ bool TincturaMainWin::offerKey(const QKeyEvent& event)
         TKModifiersOf(event.modifiers()) | (session_->platform->keyboard.modifierWord() & bpCapsLock);
     const TKKeyFocus focus = TKFocusOf(focusWidget());
     if (const uint32_t key = TKVirtualKey(event)) {
+        if (TKPickKey(session_, key)) return true;
         if (const uint32_t command = TKAcceleratorCommand(key, modifiers)) {
             // The key of a disabled item is dead, as its item is.
             if (menusEnabled_ && TKCommandIsEnabled(session_, command)) DoMenuCommand(session_, command, nullptr);

@@ -14,6 +14,7 @@ class TincturaMainWin : public QWidget {
     /// Builds everything, hidden. `error` receives the first failure.
     TincturaMainWin(TKSession* session, BPStatus* error);
 
+    void pickModeChanged();          ///< a pick began or ended: the cursor over pictures follows
     void picturesChanged();          ///< what the panes show has new pixels or surfaces
     void repaintPicture(bool force); ///< with force before it returns; so does the next
     void showAnalysis(bool force);

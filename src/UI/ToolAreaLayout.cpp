@@ -10,6 +10,13 @@ constexpr int kGap = 6;
 constexpr int kSideGap = 10; // between the page and what stands beside it
 constexpr double kClearlyBetter = 0.1;
 
+constexpr int kSampleBlock = kTKSampleWidth + kTKStripGap + kTKStripWidth;
+
+TKPlace StripBeside(const TKPlace& sample)
+{
+    return {sample.x + sample.width + kTKStripGap, sample.y, kTKStripWidth, sample.height};
+}
+
 /// What an arrangement is worth: how far its page can be stretched, or by how many pixels it is too high.
 double WorthOf(const TKPageRow& page, const TKPlace& place)
 {
@@ -19,25 +26,27 @@ double WorthOf(const TKPageRow& page, const TKPlace& place)
 
 TKToolAreaLayout Beside(int width, int height, int tabsBottom, bool hasMatch)
 {
-    const int sideWidth = std::max(kTKSampleWidth, kTKMatchNarrowWidth);
+    const int sideWidth = std::max(kSampleBlock, kTKMatchNarrowWidth);
     const int side = width - kTKAreaEdge - sideWidth;
     TKToolAreaLayout layout = {};
     layout.isBeside = true;
     layout.page = {kTKAreaEdge, tabsBottom + kGap, std::max(side - kSideGap - kTKAreaEdge, 0),
                    std::max(height - tabsBottom - kGap, 0)};
     layout.sample = {side, kTop, kTKSampleWidth, kTKSampleHeight};
+    layout.strip = StripBeside(layout.sample);
     if (hasMatch) layout.match = {side, kTop + kTKSampleHeight + kGap, kTKMatchNarrowWidth, kTKMatchHighHeight};
     return layout;
 }
 
 TKToolAreaLayout Above(int width, int height, int tabsBottom, bool hasMatch)
 {
-    const int left = width - kTKAreaEdge - kTKSampleWidth;
+    const int left = width - kTKAreaEdge - kSampleBlock;
     const int matchTop = tabsBottom + kGap;
     const int bandBottom = std::max(kTop + kTKSampleHeight, hasMatch ? matchTop + kTKMatchLowHeight : tabsBottom);
     TKToolAreaLayout layout = {};
     layout.page = {kTKAreaEdge, bandBottom, width - 2 * kTKAreaEdge, std::max(height - bandBottom, 0)};
     layout.sample = {left, kTop, kTKSampleWidth, kTKSampleHeight};
+    layout.strip = StripBeside(layout.sample);
     if (hasMatch) layout.match = {kTKAreaEdge + kTKPaneMargin, matchTop, kTKMatchWideWidth, kTKMatchLowHeight};
     return layout;
 }

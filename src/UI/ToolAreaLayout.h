@@ -1,16 +1,18 @@
-// Where the parts of the settings area stand: the page in front, the colour sample that is always in sight, and the row
-// of colour match of the panes that have one.
+// Where the parts of the settings area stand: the page in front, the colour sample and the tone strip that are always in
+// sight, and the row of colour match of the panes that have one.
 #pragma once
 
 #include "src/UI/ToolPageLayout.h"
 
 inline constexpr int kTKAreaEdge = 8;
 inline constexpr int kTKSampleWidth = kTKColorSampleWidth;
+inline constexpr int kTKStripWidth = 22; ///< of the tone strip, right of the sample
+inline constexpr int kTKStripGap = 4;
 inline constexpr int kTKMatchNarrowWidth = 196, kTKMatchHighHeight = 72; ///< of the row in two lines
 inline constexpr int kTKMatchWideWidth = 414, kTKMatchLowHeight = 42;    ///< in one line
 
 struct TKToolAreaLayout {
-    TKPlace page, sample;
+    TKPlace page, sample, strip;
     TKPlace match; ///< empty without one
     bool isBeside; ///< sample and match stand beside the page, otherwise above it
 };

@@ -49,7 +49,12 @@ ToolPageWin::ToolPageWin(TKSession* session, const TKPageRow& page, const int32_
 
 ToolPageWin::~ToolPageWin()
 {
+    (void)CommitOpenEdit(session_, false);
     delete takeWidget(); // the controls go before their records
+    session_->controls.lastTouched = nullptr;
+    for (SliderVars& slider : records_->sliders) TKForgetSlider(session_, &slider);
+    for (HueOffsetVars& wheel : records_->wheels)
+        for (SliderVars* slider : {&wheel.hueSlider, &wheel.strengthSlider}) TKForgetSlider(session_, slider);
     for (TKColorSample& sample : records_->samples) TKDisposeColorSample(&sample);
     for (HueOffsetVars& wheel : records_->wheels) TKDisposeHueOffset(&wheel);
     for (CurveVars& curve : records_->curves) TKDisposeCurve(&curve);
@@ -65,9 +70,9 @@ QWidget* ToolPageWin::makeControl(const TKControlRow& row, const QString& name, 
     case tkRowLevels: return makeLevels(row, name);
     case tkRowLumaRange: return makeLumaRange(row, name);
     case tkRowCheckbox: return makeCheckbox(row, name);
-    case tkRowPopup: return makePopup(row, name);
+    case tkRowPopup: return makePopup(row, name, error);
     case tkRowColorSample: return makeColorSample(row, name, error);
-    case tkRowEyedroppers: return makeEyedroppers(row, name);
+    case tkRowEyedroppers: return makeEyedroppers(row, name, error);
     }
     return nullptr;
 }
@@ -100,15 +105,17 @@ QWidget* ToolPageWin::makeCheckbox(const TKControlRow& row, const QString& name)
     TKCheckbox* checkbox = &records_->checkboxes.emplace_back();
     TKCreateCheckbox(checkbox, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
                      row.bind.label, row.bind.objectName);
-    return new UICheckboxWin(session_, checkbox, name, content_);
+    return UICheckboxWin::create(session_, checkbox, name, content_);
 }
 
-QWidget* ToolPageWin::makePopup(const TKControlRow& row, const QString& name)
+QWidget* ToolPageWin::makePopup(const TKControlRow& row, const QString& name, BPStatus* error)
 {
     TKPopup* popup = &records_->popups.emplace_back();
     TKCreatePopup(popup, &session_->liveSettings, page_.blockOffset + row.bind.offset, TKRowSection(page_, row),
                   row.bind.label, row.bind.objectName, row.items);
-    return new UIPopupWin(session_, popup, name, content_);
+    auto* window = new UIPopupWin(session_, popup, name, content_);
+    if (!window->followsRecord() && *error == bpNoErr) *error = bpMemFullErr;
+    return window;
 }
 
 QWidget* ToolPageWin::makeColorSample(const TKControlRow& row, const QString& name, BPStatus* error)
@@ -119,10 +126,12 @@ QWidget* ToolPageWin::makeColorSample(const TKControlRow& row, const QString& na
                                              at + offsetof(OCColorSample, on), TKRowSection(page_, row),
                                              static_cast<int32_t>(at), nullptr, row.bind.label, row.bind.objectName);
     if (*error == bpNoErr) *error = err;
-    return new UIColorSampleWin(session_, sample, name, content_);
+    auto* window = new UIColorSampleWin(session_, sample, name, content_);
+    if (!window->eyedropper()->followsRecord() && *error == bpNoErr) *error = bpMemFullErr;
+    return window;
 }
 
-QWidget* ToolPageWin::makeEyedroppers(const TKControlRow&, const QString& name)
+QWidget* ToolPageWin::makeEyedroppers(const TKControlRow&, const QString& name, BPStatus* error)
 {
     constexpr struct {
         TKCurvePointKind kind;
@@ -137,6 +146,7 @@ QWidget* ToolPageWin::makeEyedroppers(const TKControlRow&, const QString& name)
         auto* eyedropper =
             new UIEyedropperWin(session_, &record->eyedropper,
                                 QString::fromLatin1(page_.prefix) + u'_' + QString::fromLatin1(point.name), group);
+        if (!eyedropper->followsRecord() && *error == bpNoErr) *error = bpMemFullErr;
         AttachToolTip(eyedropper, kTKToolTipBase, record->toolTip);
         eyedropper->setGeometry(x, 0, UIEyedropperWin::kSize, UIEyedropperWin::kSize);
         x += UIEyedropperWin::kSize + 8;

@@ -41,9 +41,9 @@ class ToolPageWin : public QScrollArea {
     QWidget* makeSlider(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeButton(const TKControlRow& row, const QString& name);
     QWidget* makeCheckbox(const TKControlRow& row, const QString& name);
-    QWidget* makePopup(const TKControlRow& row, const QString& name);
+    QWidget* makePopup(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeColorSample(const TKControlRow& row, const QString& name, BPStatus* error);
-    QWidget* makeEyedroppers(const TKControlRow& row, const QString& name);
+    QWidget* makeEyedroppers(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeHueWheel(const TKControlRow& row, const QString& name, BPStatus* error);
     QWidget* makeCurve(const TKControlRow& row, const QString& name);
     QWidget* makeLevels(const TKControlRow& row, const QString& name);

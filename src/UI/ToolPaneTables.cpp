@@ -303,7 +303,9 @@ constexpr TKPageRow kYCbCrPages[] =
 // The curves of a tab are reset together, which switches the tab off.
 constexpr TKPageRow kRGBCurvePage =
     Page("curves_rgb", tkSectionCurveMaster, 0, 0, 15 * kOCResetRGBCurve, kRGBCurveRows, ocMatchCurves);
-constexpr TKPageRow kHSLCurvePage = Page("curves_hsl", tkSectionCurveHue, 0, 0, 7 * kOCResetHSLCurve, kHSLCurveRows);
+// Deliberate: a match adds its points to the RGB curves from here too, for it belongs to the pane and not to its tab.
+constexpr TKPageRow kHSLCurvePage =
+    Page("curves_hsl", tkSectionCurveHue, 0, 0, 7 * kOCResetHSLCurve, kHSLCurveRows, ocMatchCurves);
 
 constexpr TKPageRow kLevelsPages[] = {
     Page("levels_master", tkSectionLevelsMaster, AT(levels[0]), kOCResetLevels, 0, kLevelsMasterRows),

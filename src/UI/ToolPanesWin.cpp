@@ -3,6 +3,7 @@
 
 #include "src/UI/ToolAreaLayout.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/support/TKToneStrip.h"
 
 #include <QPainter>
 
@@ -55,6 +56,8 @@ ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) :
     }
     TKLinkColorSample(&sample_, &matches_[ocMatchHSL].source); // one field serves the rows of all panes
     sampleWindow_ = new UIColorSampleWin(session, &sample_, QStringLiteral("sample"), this);
+    TKCreateToneStrip(&strip_, "tone_strip");
+    stripWindow_ = new UIUserDrawWin(session, &strip_, QStringLiteral("tone_strip"), this);
     for (QWidget* widget : findChildren<QWidget*>())
         if (auto* slider = dynamic_cast<UISliderWin*>(widget)) sliders_.insert(slider->slider(), slider);
     session->settingsTab = 0;
@@ -65,6 +68,7 @@ ToolAreaWin::~ToolAreaWin()
 {
     // The windows go before the records of this object that they show.
     delete sampleWindow_;
+    delete stripWindow_;
     for (UIMatchColorWin* match : matchWindows_) delete match;
     TKDisposeColorSample(&sample_);
 }
@@ -171,6 +175,7 @@ void ToolAreaWin::layOut()
         TKLayOutToolArea(width(), height(), tabsBottom, shownPage()->page(), match != nullptr);
     shownPage()->setGeometry(ToRect(places.page));
     sampleWindow_->setGeometry(ToRect(places.sample));
+    stripWindow_->setGeometry(ToRect(places.strip));
     if (match) match->setGeometry(ToRect(places.match));
     const int right = places.sample.x - kBarGap;
     const auto place = [right](UIHorizTabWin* bar, int x, int y) {

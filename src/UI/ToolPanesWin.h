@@ -6,6 +6,7 @@
 #include "src/UI/UIHorizTabWin.h"
 #include "src/UI/UIMatchColorWin.h"
 #include "src/UI/UISliderWin.h"
+#include "src/UI/UIUserDrawWin.h"
 
 #include <QHash>
 #include <memory>
@@ -27,6 +28,7 @@ class ToolAreaWin : public QWidget {
                     bool force);
     ToolPageWin* shownPage() const;
     UIColorSampleWin* sample() const { return sampleWindow_; }
+    UIUserDrawWin* strip() const { return stripWindow_; }
     UIMatchColorWin* shownMatch() const; ///< null on a page without one
     void picturesChanged();              ///< the source frame, or what is made of it, is another one
 
@@ -53,6 +55,8 @@ class ToolAreaWin : public QWidget {
     QHash<const SliderVars*, UISliderWin*> sliders_;
     TKColorSample sample_ = {};
     UIColorSampleWin* sampleWindow_;
+    TKUserDraw strip_ = {};
+    UIUserDrawWin* stripWindow_;
     TKMatchColor matches_[ocMatchPaneCount] = {};
     UIMatchColorWin* matchWindows_[ocMatchPaneCount] = {}; ///< null for a pane without a match
 };

@@ -20,6 +20,8 @@ class UIBoundView {
     UIBoundView(const UIBoundView&) = delete;
     UIBoundView& operator=(const UIBoundView&) = delete;
 
+    bool isRegistered() const { return registered_; } ///< false when the table was full: it follows nothing
+
   private:
     TKSession* session_;
     TKView view_;

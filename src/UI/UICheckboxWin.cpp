@@ -2,6 +2,7 @@
 #include "src/UI/UICheckboxWin.h"
 
 #include "src/UI/UIStyleWin.h"
+#include "src/platform/BPLog.h"
 
 #include <QPainter>
 #include <QSignalBlocker>
@@ -17,6 +18,16 @@ void Show(void* window)
 }
 
 } // namespace
+
+UICheckboxWin* UICheckboxWin::create(TKSession* session, const TKCheckbox* checkbox, const QString& name,
+                                     QWidget* parent)
+{
+    auto* made = new UICheckboxWin(session, checkbox, name, parent);
+    if (made->view_.isRegistered()) return made;
+    BPDebugLog("TKCreateCheckbox: failed to register class\n");
+    delete made;
+    return nullptr;
+}
 
 UICheckboxWin::UICheckboxWin(TKSession* session, const TKCheckbox* checkbox, const QString& name, QWidget* parent)
     : QCheckBox(QString::fromUtf8(checkbox->label), parent), session_(session), checkbox_(checkbox),
@@ -72,6 +83,6 @@ void UICheckboxWin::paintEvent(QPaintEvent*)
         painter.drawPolyline(tick, 3);
     }
     painter.setPen(isEnabled() ? shades.text : palette().color(QPalette::Disabled, QPalette::WindowText));
-    painter.drawText(QRect(kLabelLeft + 2, 0, width() - kLabelLeft - 2, height()), Qt::AlignLeft | Qt::AlignVCenter,
-                     fontMetrics().elidedText(text(), Qt::ElideRight, width() - kLabelLeft - 2));
+    painter.drawText(QRect(kLabelLeft, 0, width() - kLabelLeft, height()), Qt::AlignLeft | Qt::AlignVCenter,
+                     fontMetrics().elidedText(text(), Qt::ElideRight, width() - kLabelLeft));
 }

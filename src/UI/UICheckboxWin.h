@@ -7,8 +7,9 @@
 
 class UICheckboxWin : public QCheckBox {
   public:
-    /// Session and record must outlive the widget.
-    UICheckboxWin(TKSession* session, const TKCheckbox* checkbox, const QString& name, QWidget* parent);
+    /// Makes the window of a checkbox. Session and record must outlive it. Where it cannot be made to follow the record,
+    /// that is logged and there is none: null.
+    static UICheckboxWin* create(TKSession* session, const TKCheckbox* checkbox, const QString& name, QWidget* parent);
 
     void showValue(); ///< the record changed
     static constexpr int kHeight = 20;
@@ -21,6 +22,8 @@ class UICheckboxWin : public QCheckBox {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    UICheckboxWin(TKSession* session, const TKCheckbox* checkbox, const QString& name, QWidget* parent);
+
     TKSession* session_;
     const TKCheckbox* checkbox_;
     UIBoundView view_;

@@ -26,7 +26,7 @@ UIColorSampleWin::UIColorSampleWin(TKSession* session, TKColorSample* sample, co
     const QString label = QString::fromUtf8(sample->label);
     setAccessibleName(label);
     if (sample->hasCheckbox)
-        checkbox_ = new UICheckboxWin(session, &sample->checkbox, name + QStringLiteral(".on"), this);
+        checkbox_ = UICheckboxWin::create(session, &sample->checkbox, name + QStringLiteral(".on"), this);
     eyedropper_ = new UIEyedropperWin(session, &sample->eyedropper, name + QStringLiteral(".eyedropper"), this);
     source_ = new UISwatchWin(session, &sample->source, name + QStringLiteral(".source"), this);
     result_ = new UISwatchWin(session, &sample->result, name + QStringLiteral(".result"), this);

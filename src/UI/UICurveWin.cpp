@@ -57,7 +57,8 @@ int PlotSide(int width, int height)
 } // namespace
 
 UICurveWin::UICurveWin(TKSession* session, CurveVars* vars, const QString& name, QWidget* parent)
-    : QWidget(parent), session_(session), vars_(vars)
+    : QWidget(parent), session_(session), vars_(vars),
+      view_(session, this, [](void* window) { static_cast<UICurveWin*>(window)->update(); })
 {
     static const bool installed = [] {
         QAccessible::installFactory(MakeAccess);

@@ -1,6 +1,7 @@
 // The curve editor's window: label, plot, and the readouts below it. It keeps no value.
 #pragma once
 
+#include "src/UI/UIBoundViewWin.h"
 #include "src/support/TKCurveEditor.h"
 
 #include <QBasicTimer>
@@ -44,4 +45,5 @@ class UICurveWin : public QWidget {
     ScopeSurface surface_ = {};
     QBasicTimer timer_;
     uint32_t shownCursor_ = 0;
+    UIBoundView view_; ///< the readouts follow the format of colours
 };

@@ -55,6 +55,11 @@ UIEyedropperWin::UIEyedropperWin(TKSession* session, TKEyedropper* eyedropper, c
     });
 }
 
+UIEyedropperWin::~UIEyedropperWin()
+{
+    TKForgetEyedropper(session_, eyedropper_);
+}
+
 void UIEyedropperWin::mouseReleaseEvent(QMouseEvent* event)
 {
     modifiers_ = event->modifiers();
@@ -63,10 +68,6 @@ void UIEyedropperWin::mouseReleaseEvent(QMouseEvent* event)
 
 void UIEyedropperWin::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Escape && TKIsPickingFor(session_, eyedropper_)) {
-        TKPickCancel(session_);
-        return;
-    }
     modifiers_ = event->modifiers();
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         click();

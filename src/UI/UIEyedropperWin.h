@@ -11,6 +11,9 @@ class UIEyedropperWin : public QAbstractButton {
     /// Session and record must outlive the widget.
     UIEyedropperWin(TKSession* session, TKEyedropper* eyedropper, const QString& name, QWidget* parent);
 
+    ~UIEyedropperWin() override; ///< a pick of its own is given up
+
+    bool followsRecord() const { return view_.isRegistered(); }
     static constexpr int kSize = 24;
     QSize sizeHint() const override { return QSize(kSize, kSize); }
 

@@ -328,7 +328,11 @@ TKPaneEffect TKPaneMove(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t)
         ClampPan(pane);
         return {.handled = true, .repaints = pane->panX != beforeX || pane->panY != beforeY};
     }
-    if (!pane->dragging) return {};
+    if (!pane->dragging) {
+        // A pick reads before the press too: the swatches show what is under the pointer.
+        const bool reads = pane->pickTarget && pane->canSample && TKIsOverPicture(*pane, x, y);
+        return reads ? Sample(*pane, x, y) : TKPaneEffect{};
+    }
     if (pane->grabbedEnd != 0) return DragEnd(pane, x, y);
     return pane->pickTarget ? Sample(*pane, x, y) : TKPaneEffect{};
 }

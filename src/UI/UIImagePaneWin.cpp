@@ -128,6 +128,11 @@ void UIImagePaneWin::picturesChanged()
     update();
 }
 
+void UIImagePaneWin::pickModeChanged()
+{
+    showCursor(QGuiApplication::keyboardModifiers());
+}
+
 void UIImagePaneWin::showNow(bool force)
 {
     if (force && isVisible())

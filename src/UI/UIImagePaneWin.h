@@ -13,6 +13,7 @@ class UIImagePaneWin : public QWidget {
     UIImagePaneWin(TKSession* session, const QString& objectName, QWidget* parent);
     UIImagePaneWin(TKSession* session, const QString& objectName, int32_t mode, QWidget* parent);
 
+    void pickModeChanged();   ///< a pick began or ended: the cursor follows without a move
     void picturesChanged();   ///< new pixels, other surfaces, another aspect or table: painted with the next paint
     void showNow(bool force); ///< with force before it returns
 

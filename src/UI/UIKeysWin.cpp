@@ -74,7 +74,7 @@ TKKeyFocus TKFocusOf(const QWidget* widget)
 {
     if (!widget) return tkFocusElsewhere;
     if (widget->property(kUITakesArrows).toBool()) return tkFocusArrows;
-    // The edit of a slider is known to the session, which lets the keys of slots and of playing through.
-    const bool ofSlider = widget->parentWidget() && dynamic_cast<const UISliderWin*>(widget->parentWidget());
+    // The edit of a slider or of a readout is known to the session, which lets the keys of slots and of playing through.
+    const bool ofSlider = dynamic_cast<const UISliderEditWin*>(widget) != nullptr;
     return dynamic_cast<const QLineEdit*>(widget) && !ofSlider ? tkFocusText : tkFocusElsewhere;
 }

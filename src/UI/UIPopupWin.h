@@ -24,6 +24,7 @@ class UIPopupWin : public QWidget {
 
     void showValue(); ///< the record changed; a value that the list does not have selects nothing
     UIListWin* list() const { return list_; }
+    bool followsRecord() const { return view_.isRegistered(); }
     static constexpr int kHeight = 40;
 
     QSize sizeHint() const override { return QSize(170, kHeight); }

@@ -29,8 +29,17 @@ UISliderEditWin::UISliderEditWin(TKSession* session, SliderVars* slider, QWidget
     setFrame(false);
     setAlignment(Qt::AlignRight);
     setContextMenuPolicy(Qt::NoContextMenu);
-    connect(this, &QLineEdit::textChanged, this,
-            [this](const QString& text) { TKSetEditText(slider_, text.toLatin1().constData()); });
+    // What stands in it now: the filter below may have been there first.
+    connect(this, &QLineEdit::textChanged, this, [this] { TKSetEditText(slider_, text().toLatin1().constData()); });
+    // Characters also come by a paste or a drop.
+    connect(this, &QLineEdit::textEdited, this, [this](QString text) {
+        const qsizetype length = text.size();
+        text.removeIf([](QChar character) { return !TKEditAcceptsCharacter(character.unicode()); });
+        if (text.size() == length) return;
+        const int cursor = cursorPosition() - static_cast<int>(length - text.size());
+        setText(text);
+        setCursorPosition(qMax(0, cursor));
+    });
 }
 
 bool UISliderEditWin::event(QEvent* event)
@@ -80,6 +89,8 @@ void UISliderWin::showValue()
 
 void UISliderWin::showEdit()
 {
+    // From slider to slider by Tab it stays as it began.
+    keepsFocus_ = !clicking_ && dynamic_cast<UISliderWin*>(window()->focusWidget());
     edit_->setText(QString::fromLatin1(slider_->editText));
     edit_->show();
     edit_->selectAll();
@@ -90,9 +101,17 @@ void UISliderWin::showEdit()
 bool UISliderWin::hideEdit()
 {
     const bool hadFocus = window()->focusWidget() == edit_;
+    if (hadFocus && keepsFocus_) setFocus();
     edit_->hide();
     update();
-    return hadFocus;
+    return hadFocus && !keepsFocus_;
+}
+
+void UISliderWin::clickValue(const QMouseEvent& event)
+{
+    clicking_ = true;
+    (void)TKSliderValueClick(session_, slider_, TKModifiersOf(event.modifiers()));
+    clicking_ = false;
 }
 
 QRect UISliderWin::trackRect() const
@@ -168,7 +187,7 @@ void UISliderWin::mousePressEvent(QMouseEvent* event)
         return;
     }
     if (valueRect().contains(point)) {
-        (void)TKSliderValueClick(session_, slider_, TKModifiersOf(event->modifiers()));
+        clickValue(*event);
         return;
     }
     if (point.y() < kLineHeight) {
@@ -267,6 +286,7 @@ void UISliderWin::enterEvent(QEnterEvent*)
 
 void UISliderWin::leaveEvent(QEvent*)
 {
+    slider_->wheelRest = 0; // a turn that was begun ends here
     setValueHovered(false);
     update();
 }

@@ -28,9 +28,11 @@ class UISliderWin : public QWidget {
 
     TKSession* session() const { return session_; }
     SliderVars* slider() const { return slider_; }
-    void showValue();        ///< the record changed
-    void showEdit();         ///< opens the edit with the record's text, all selected
-    bool hideEdit();         ///< whether the edit had the focus of its window
+    void showValue(); ///< the record changed
+    void showEdit();  ///< opens the edit with the record's text, all selected
+    /// Hides the edit. True when it had the focus of its window and nobody has it now: one that a key opened gives the
+    /// focus back to its slider.
+    bool hideEdit();
     QRect trackRect() const; ///< where the thumb's centre travels
     QRect valueRect() const;
 
@@ -53,6 +55,7 @@ class UISliderWin : public QWidget {
     QRect thumbRect() const;
     double trackPixel(const QMouseEvent& event) const; ///< from the track's start
     void letGo();
+    void clickValue(const QMouseEvent& event);
     void setValueHovered(bool hovered);
 
     TKSession* session_;
@@ -60,5 +63,7 @@ class UISliderWin : public QWidget {
     UISliderEditWin* edit_;
     bool dragging_ = false;
     bool valueHovered_ = false;
+    bool clicking_ = false;   ///< the value: an edit that opens now was opened by the mouse
+    bool keepsFocus_ = false; ///< the open edit gives it back to the slider
     TKSliderHold hold_ = {};
 };

@@ -138,6 +138,7 @@ void UIValueWin::enterEvent(QEnterEvent*)
 
 void UIValueWin::leaveEvent(QEvent*)
 {
+    slider_->wheelRest = 0; // a turn that was begun ends here
     update();
 }
 

@@ -42,7 +42,11 @@ BPStatus TKCreateColorSample(TKColorSample* sample, void* base, uint32_t dataOff
         swatch->format = &sample->format;
     }
     sample->hasCheckbox = switchOffset != kTKNoOffset;
-    if (sample->hasCheckbox) TKCreateCheckbox(&sample->checkbox, base, switchOffset, section, label, objectName);
+    if (sample->hasCheckbox) {
+        TKCreateCheckbox(&sample->checkbox, base, switchOffset, section, label, objectName);
+        sample->checkbox.mask = 0xFF; // the engine reads the low byte
+    }
+    sample->eyedropper.node = &sample->eyedropperNode;
 
     TKInitNode(&sample->node, parent, sample);
     const struct {

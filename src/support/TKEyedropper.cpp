@@ -1,6 +1,8 @@
 // Picking colours.
 #include "src/support/TKEyedropper.h"
 
+#include "src/support/TKCommands.h"
+#include "src/support/TKProperties.h"
 #include "src/support/TKSession.h"
 #include "src/support/TKSwatch.h"
 
@@ -24,60 +26,67 @@ uint32_t SwitchOf(const TKEyedropper& eyedropper)
     return word & 0xFF;
 }
 
-bool Differs(const TKEyedropper& eyedropper, uint32_t offset, const float rgb[3])
+/// The swatch of the composite that an eyedropper belongs to, or null for one that stands alone.
+const TKSwatch* SwatchBeside(const TKEyedropper& eyedropper)
 {
-    return offset != kTKNoOffset && std::memcmp(eyedropper.dataBase + offset, rgb, 3 * sizeof(float)) != 0;
+    if (!eyedropper.node || !eyedropper.node->parent) return nullptr;
+    TKControlID id;
+    TKControlNode* found;
+    if (GetControlID(eyedropper.node, &id) != bpNoErr) return nullptr;
+    const TKControlID wanted = {.signature = kTKControlSwatch, .id = id.id};
+    return FindControlByID(eyedropper.node->parent, wanted, &found) == bpNoErr
+               ? static_cast<const TKSwatch*>(found->control)
+               : nullptr;
 }
 
-bool SectionIsOn(const TKSession* session, TKSectionID section)
+/// The colour that a pick or the dialog begins with: what the swatch shows.
+void CopyPresentColor(const TKEyedropper& eyedropper, float rgb[3])
 {
-    if (section >= tkSectionCount) return true;
-    const TKSection& row = TKSections()[section];
-    for (uint32_t i = 0; i < row.switchCount; ++i) {
-        uint32_t word;
-        std::memcpy(&word, reinterpret_cast<const uint8_t*>(&session->liveSettings) + row.switchOffset[i], sizeof word);
-        if (word == 0) return false;
-    }
-    return true;
+    const TKSwatch* swatch = SwatchBeside(eyedropper);
+    std::memcpy(rgb, swatch ? swatch->dataBase + swatch->dataOffset : BoundField(eyedropper), 3 * sizeof(float));
 }
 
-/// The end of both roads, pick and dialog.
+/// Writes the colour to a field, and tells whether that made a difference.
+bool Write(const TKEyedropper& eyedropper, uint32_t offset, const float rgb[3])
+{
+    if (offset == kTKNoOffset) return false;
+    uint8_t* field = eyedropper.dataBase + offset;
+    const bool differs = std::memcmp(field, rgb, 3 * sizeof(float)) != 0;
+    std::memcpy(field, rgb, 3 * sizeof(float));
+    return differs;
+}
+
+/// The end of both roads, pick and dialog. What was written tells afterwards whether there is anything to undo: a
+/// procedure may write anywhere, or nothing.
 TKEffect Store(TKSession* session, TKEyedropper* eyedropper, const float rgb[3])
 {
-    // A procedure may write anywhere. Without one, a colour that stands there already is no change.
-    const bool changes = eyedropper->pickProc || Differs(*eyedropper, eyedropper->dataOffset, rgb) ||
-                         Differs(*eyedropper, eyedropper->linkedOffset, rgb) || SwitchOf(*eyedropper) == 0 ||
-                         !SectionIsOn(session, eyedropper->section);
-    if (!changes) {
-        TKRedrawSwatches(session);
-        return {};
-    }
-    TKEffect effect = {.changed = true, .opensUndo = false, .rerenders = eyedropper->repaint};
-    if (eyedropper->opensUndo) {
-        TKCommandUndo(session);
-        effect.opensUndo = session->undoRing != nullptr && session->undoRing->undoSlotCount != 0;
-    }
+    const OCSettings before = session->liveSettings;
     if (eyedropper->pickProc) eyedropper->pickProc(session, eyedropper, rgb);
-    std::memcpy(BoundField(*eyedropper), rgb, 3 * sizeof(float));
-    if (eyedropper->linkedOffset != kTKNoOffset)
-        std::memcpy(eyedropper->dataBase + eyedropper->linkedOffset, rgb, 3 * sizeof(float));
+    const bool wroteField = Write(*eyedropper, eyedropper->dataOffset, rgb);
+    const bool wroteLinked = Write(*eyedropper, eyedropper->linkedOffset, rgb);
     if (SwitchOf(*eyedropper) == 0) {
         const uint32_t on = 1;
         std::memcpy(eyedropper->dataBase + eyedropper->switchOffset, &on, sizeof on);
         TK_UI(session, switchesChanged);
     }
-    TKShowViews(session);
-    TKRedrawSwatches(session);
     MarkSectionActive(session, eyedropper->section, true, true);
-    TKStoreUndo(session);
-    if (eyedropper->repaint) RecomputeAndRefresh(session, true);
+    const bool grades = std::memcmp(&before, &session->liveSettings, sizeof before) != 0;
+    TKEffect effect = {.changed = grades || wroteField || wroteLinked, .opensUndo = false, .rerenders = false};
+    if (grades) {
+        if (eyedropper->opensUndo) effect.opensUndo = TKCommandUndoFrom(session, before);
+        TKStoreUndo(session);
+    }
+    if (effect.changed) TKShowViews(session);
+    TKRedrawSwatches(session);
+    effect.rerenders = grades && eyedropper->repaint;
+    if (effect.rerenders) RecomputeAndRefresh(session, true);
     return effect;
 }
 
 TKEffect AskForColor(TKSession* session, TKEyedropper* eyedropper)
 {
     float present[3];
-    std::memcpy(present, BoundField(*eyedropper), sizeof present);
+    CopyPresentColor(*eyedropper, present);
     uint8_t answer[3];
     TKSwatchFill(present, answer);
     const bool wasAttached = TKBlockOf(session) != nullptr;
@@ -117,6 +126,7 @@ void TKCreateEyedropper(TKEyedropper* eyedropper, void* base, uint32_t dataOffse
                    .repaint = true,
                    .pickProc = nullptr,
                    .reference = nullptr,
+                   .node = nullptr,
                    .section = section,
                    .label = label,
                    .objectName = objectName};
@@ -132,7 +142,7 @@ TKEffect TKEyedropperClick(TKSession* session, TKEyedropper* eyedropper, uint32_
     if (wasPicking) return {};
     TKPickTarget& pick = session->pick;
     pick = {};
-    std::memcpy(pick.sample, BoundField(*eyedropper), sizeof pick.sample);
+    CopyPresentColor(*eyedropper, pick.sample);
     pick.triple = pick.sample;
     pick.eyedropper = eyedropper;
     pick.cursor = eyedropper->cursor ? eyedropper->cursor : kTKCursorPick;
@@ -191,4 +201,16 @@ void TKPickCancel(TKSession* session)
     if (!TKIsPicking(session)) return;
     LeavePickMode(session);
     TKRedrawSwatches(session);
+}
+
+bool TKPickKey(TKSession* session, uint32_t virtualKey)
+{
+    if (virtualKey != kTKKeyEscape || !TKIsPicking(session) || session->controls.openSlider) return false;
+    TKPickCancel(session);
+    return true;
+}
+
+void TKForgetEyedropper(TKSession* session, const TKEyedropper* eyedropper)
+{
+    if (TKIsPickingFor(session, eyedropper)) TKPickCancel(session);
 }

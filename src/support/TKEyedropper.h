@@ -14,7 +14,8 @@ struct TKEyedropper;
 /// No field: what an eyedropper does not have.
 inline constexpr uint32_t kTKNoOffset = 0xFFFFFFFF;
 
-/// Called after a pick, before the colour is stored: the record still holds the old one.
+/// Called after a pick, before the colour is stored: the record still holds the old one. Without `opensUndo` it opens
+/// the undo step itself, if it writes anything into the grade.
 using TKEyedropperProc = void (*)(TKSession* session, TKEyedropper* eyedropper, const float rgb[3]);
 
 enum : uint32_t {
@@ -26,16 +27,17 @@ enum : uint32_t {
 };
 
 struct TKEyedropper {
-    uint8_t* dataBase;         ///< start of the record that it fills
-    uint32_t dataOffset;       ///< of the float triple red, green, blue
-    uint32_t linkedOffset;     ///< of a second triple that takes the colour too, or kTKNoOffset
-    uint32_t switchOffset;     ///< of a word that a pick turns on when it is 0, or kTKNoOffset
-    uint32_t cursor;           ///< resource of the cursor over pictures; 0 means 500
-    bool opensUndo;            ///< a pick is an undo step of its own
-    bool offersDialog;         ///< a click with control held opens the colour dialog
-    bool repaint;              ///< whether a pick renders the picture anew
-    TKEyedropperProc pickProc; ///< may be null
-    void* reference;           ///< for the procedure
+    uint8_t* dataBase;          ///< start of the record that it fills
+    uint32_t dataOffset;        ///< of the float triple red, green, blue
+    uint32_t linkedOffset;      ///< of a second triple that takes the colour too, or kTKNoOffset
+    uint32_t switchOffset;      ///< of a word that a pick turns on when it is 0, or kTKNoOffset
+    uint32_t cursor;            ///< resource of the cursor over pictures; 0 means 500
+    bool opensUndo;             ///< a pick is an undo step of its own
+    bool offersDialog;          ///< a click with control held opens the colour dialog
+    bool repaint;               ///< whether a pick renders the picture anew
+    TKEyedropperProc pickProc;  ///< may be null
+    void* reference;            ///< for the procedure
+    struct TKControlNode* node; ///< by which it finds the swatch of its composite; null for one that stands alone
     TKSectionID section;
     const char* label; ///< says what the colour is for; the title of the dialog
     const char* objectName;
@@ -69,8 +71,8 @@ bool TKIsPickingFor(const TKSession* session, const TKEyedropper* eyedropper);
 /// 515 with both. 0 while nothing is picked.
 uint32_t TKPickCursor(const TKSession* session, uint32_t modifiers);
 
-/// The colour under the pointer; outside the picture 0, 0, 0. Called with the press, each move and the release; swatches
-/// show it, the record keeps its colour. A component that is no finite number counts as 0. Nothing happens while
+/// The colour under the pointer; outside the picture 0, 0, 0. Called with each move over a picture, before the press
+/// too, with the press, each move of the drag and the release; swatches show it, the record keeps its colour. A component that is no finite number counts as 0. Nothing happens while
 /// nothing is picked.
 void TKPickSample(TKSession* session, const float rgb[3]);
 
@@ -81,3 +83,10 @@ TKEffect TKPickEnd(TKSession* session);
 
 /// Gives the pick up; nothing changes but what swatches show.
 void TKPickCancel(TKSession* session);
+
+/// Offers a key of the window, wherever the focus is: Escape gives a pick up, unless an open edit has a use for it. True
+/// when the key was consumed.
+bool TKPickKey(TKSession* session, uint32_t virtualKey);
+
+/// An eyedropper ends before the session does: a pick of its own is given up.
+void TKForgetEyedropper(TKSession* session, const TKEyedropper* eyedropper);

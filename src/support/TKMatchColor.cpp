@@ -40,9 +40,6 @@ void TKInitMatchColor(TKMatchColor* match, OCSettings* settings, OCMatchPane pan
     match->objectName = objectName;
     TKCreateEyedropper(&match->sourceEyedropper, settings, kTKMatchSourceOffset, section, "Match Source", objectName);
     TKCreateEyedropper(&match->targetEyedropper, settings, kTKMatchTargetOffset, section, "Match Target", objectName);
-    // A colour to match changes nothing of the picture yet.
-    match->sourceEyedropper.repaint = section != tkSectionNone;
-    match->targetEyedropper.repaint = section != tkSectionNone;
     TKCreateSwatch(&match->source, settings, kTKMatchSourceOffset, "Match Source", objectName);
     TKCreateSwatch(&match->target, settings, kTKMatchTargetOffset, "Match Target", objectName);
 }
@@ -82,14 +79,12 @@ TKEffect TKRunMatchColor(TKSession* session, const TKMatchColor* match)
             SwitchOn(&matched, section);
     const OCSettings before = session->liveSettings;
     if (std::memcmp(&matched, &before, sizeof before) == 0) return {};
-    TKCommandUndo(session);
+    const bool opened = TKCommandUndo(session);
     session->liveSettings = matched;
     TK_UI(session, switchesChanged);
     TKShowViews(session);
     UpdateAllControls(session, &session->liveSettings, groups.toolMask, groups.curveMask, &before, false);
     RecomputeAndRefresh(session, true);
     TKStoreUndo(session);
-    return {.changed = true,
-            .opensUndo = session->undoRing != nullptr && session->undoRing->undoSlotCount != 0,
-            .rerenders = true};
+    return {.changed = true, .opensUndo = opened, .rerenders = true};
 }

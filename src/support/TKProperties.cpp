@@ -110,7 +110,8 @@ BPStatus GetControlProperty(const TKControlNode* node, uint32_t signature, uint3
 {
     TKProperty* property = FindIn(node, signature, id);
     if (!property || property->size != size) {
-        BPDebugLog("GetControlProperty failed to find sig '%c%c%c%c', id '%c%c%c%c'\n", CharacterOf(signature, 0),
+        // Deliberate: the text has no newline, and readers of the log find it by its words.
+        BPDebugLog("GetControlProperty failed to find sig '%c%c%c%c', id '%c%c%c%c'", CharacterOf(signature, 0),
                    CharacterOf(signature, 1), CharacterOf(signature, 2), CharacterOf(signature, 3), CharacterOf(id, 0),
                    CharacterOf(id, 1), CharacterOf(id, 2), CharacterOf(id, 3));
         std::memset(data, 0, size);
@@ -120,15 +121,14 @@ BPStatus GetControlProperty(const TKControlNode* node, uint32_t signature, uint3
     return bpNoErr;
 }
 
-uint32_t ControlPropertySize(const TKControlNode* node, uint32_t signature, uint32_t id)
-{
-    const TKProperty* property = FindIn(node, signature, id);
-    return property ? property->size : 0;
-}
-
 BPStatus SetControlID(TKControlNode* node, TKControlID id)
 {
     return SetControlProperty(node, kIdentitySignature, kIdentityId, &id, sizeof id);
+}
+
+BPStatus GetControlID(const TKControlNode* node, TKControlID* id)
+{
+    return GetControlProperty(node, kIdentitySignature, kIdentityId, id, sizeof *id);
 }
 
 BPStatus FindControlByID(const TKControlNode* parent, TKControlID id, TKControlNode** found)

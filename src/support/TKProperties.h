@@ -33,9 +33,7 @@ inline constexpr uint32_t kTKPropertySignature = TKFourCharacters("BPc3"); ///< 
 inline constexpr uint32_t kTKControlCheckbox = TKFourCharacters("VFcb");
 inline constexpr uint32_t kTKControlSwatch = TKFourCharacters("VFsw");
 inline constexpr uint32_t kTKControlResultSwatch = TKFourCharacters("VFsr");
-inline constexpr uint32_t kTKControlTargetSwatch = TKFourCharacters("VFst");
 inline constexpr uint32_t kTKControlEyedropper = TKFourCharacters("VFey");
-inline constexpr uint32_t kTKControlPopup = TKFourCharacters("VFpu");
 inline constexpr uint32_t kTKControlFormatPopup = TKFourCharacters("VFdt");
 
 /// The name of a property: the characters of signature and id, each up to its first zero byte.
@@ -57,15 +55,15 @@ BPStatus SetControlProperty(TKControlNode* node, uint32_t signature, uint32_t id
 /// '....', id '....'" and zeroes the buffer: bpParamErr, and the caller may go on.
 BPStatus GetControlProperty(const TKControlNode* node, uint32_t signature, uint32_t id, void* data, uint32_t size);
 
-/// The size of a property, 0 when there is none. Logs nothing.
-uint32_t ControlPropertySize(const TKControlNode* node, uint32_t signature, uint32_t id);
-
 /// The second identity of a control, kept as the property "BPCtlID".
 struct TKControlID {
     uint32_t signature; ///< what it is: kTKControlSwatch and the like
     int32_t id;         ///< the composite it belongs to
 };
 BPStatus SetControlID(TKControlNode* node, TKControlID id);
+
+/// Reads it back: bpParamErr and zeros where none was set, which is logged as any missing property.
+BPStatus GetControlID(const TKControlNode* node, TKControlID* id);
 
 /// The descendant of `parent` with this identity, the first in depth. When there is none, -5604 and null.
 BPStatus FindControlByID(const TKControlNode* parent, TKControlID id, TKControlNode** found);

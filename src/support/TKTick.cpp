@@ -29,13 +29,10 @@ bool FirstTickStep(TKSession* session)
 bool DragStep(TKSession* session)
 {
     TKControls& controls = session->controls;
-    if (!controls.undoPending || session->platform->keyboard.mouseButtonDown()) return true;
+    if (!(controls.undoPending || controls.updatePending) || session->platform->keyboard.mouseButtonDown()) return true;
+    if (controls.updatePending) RecomputeAndRefresh(session, true);
+    if (controls.undoPending) TKStoreUndo(session);
     controls.undoPending = false;
-    if (controls.updatePending) {
-        controls.updatePending = false;
-        RecomputeAndRefresh(session, true);
-    }
-    TKStoreUndo(session);
     return true;
 }
 

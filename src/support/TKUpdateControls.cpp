@@ -2,6 +2,7 @@
 #include "src/platform/BPMemory.h"
 #include "src/support/TKSession.h"
 #include "src/support/TKSwatch.h"
+#include "src/support/TKUserDraw.h"
 
 #include <cstring>
 
@@ -29,11 +30,18 @@ bool SwitchesDiffer(const OCSettings* a, const OCSettings* b)
     return false;
 }
 
-void ShowIn(SliderVars* slider, const OCSettings* settings)
+/// The value of a slider's field in another record of the same kind.
+double ValueIn(const SliderVars& slider, const OCSettings* settings)
 {
-    SliderVars reader = *slider; // the same field of another record
+    SliderVars reader = slider;
     reader.dataBase = reinterpret_cast<uint8_t*>(const_cast<OCSettings*>(settings));
-    TKShowSliderValue(slider, GetSliderValue(reader));
+    return GetSliderValue(reader);
+}
+
+/// Without memory for its slots a ring holds nothing.
+bool HoldsSteps(const TKUndoRing* ring)
+{
+    return ring && ring->undoSlotCount != 0;
 }
 
 /// A step of undo or redo; `step` is one of the ring's.
@@ -83,8 +91,7 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
         if (slider->dataBase != reinterpret_cast<uint8_t*>(&session->liveSettings)) continue; // another record's
         if (!TKGroupIsSelected(slider->section, toolMask, curveMask)) continue;
         if (before && !force && FieldIsEqual(*slider, now, before)) continue;
-        ShowIn(slider, settings);
-        TK_UI(session, sliderChanged, slider);
+        (void)SetSliderValue(session, slider, ValueIn(*slider, settings), false);
         ++shown;
     }
     TK_UI(session, updateOtherControls, settings, toolMask, curveMask, previous, force);
@@ -95,13 +102,17 @@ uint32_t UpdateAllControls(TKSession* session, const OCSettings* settings, uint3
 
 void RecomputeAndRefresh(TKSession* session, bool force)
 {
+    session->controls.updatePending = false;
     if (session->platform->keyboard.modifierWord() & bpCapsLock) {
         session->updateSuspended = true;
         RefreshDisplaysOnly(session, force);
         return;
     }
     session->updateSuspended = false;
-    if (session->renderInProgress) return;
+    if (session->renderInProgress) {
+        session->controls.updatePending = true; // the newest value is not to be lost
+        return;
+    }
     TKRenderResult(session);
     RefreshAfterRender(session, force);
 }
@@ -128,6 +139,7 @@ void TKRenderResult(TKSession* session)
     OCUpdateParameters(session->engine, &session->liveSettings);
     TKRenderFrame(session);
     TKRedrawSwatches(session);
+    TKRedrawUserDraws(session);
 }
 
 bool TKGestureUndo(TKSession* session, const void* control)
@@ -136,7 +148,7 @@ bool TKGestureUndo(TKSession* session, const void* control)
     if (controls.lastTouched == control) return false;
     UndoPush(session->undoRing, session->liveSettings);
     controls.lastTouched = control;
-    return session->undoRing && session->undoRing->undoSlotCount != 0;
+    return HoldsSteps(session->undoRing);
 }
 
 void TKStoreUndo(TKSession* session)
@@ -144,11 +156,17 @@ void TKStoreUndo(TKSession* session)
     UndoStore(session->undoRing, session->liveSettings);
 }
 
-void TKCommandUndo(TKSession* session)
+bool TKCommandUndo(TKSession* session)
 {
-    UndoPush(session->undoRing, session->liveSettings);
+    return TKCommandUndoFrom(session, session->liveSettings);
+}
+
+bool TKCommandUndoFrom(TKSession* session, const OCSettings& before)
+{
+    UndoPush(session->undoRing, before);
     session->controls.lastTouched = nullptr;
     session->controls.undoPending = false;
+    return HoldsSteps(session->undoRing);
 }
 
 bool TKUndoStepBack(TKSession* session)

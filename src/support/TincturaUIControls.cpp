@@ -180,6 +180,15 @@ BPStatus TKRegisterSlider(TKSession* session, SliderVars* slider)
     return bpNoErr;
 }
 
+void TKForgetSlider(TKSession* session, SliderVars* slider)
+{
+    TKControls& controls = session->controls;
+    if (controls.openSlider == slider) controls.openSlider = nullptr;
+    if (controls.lastTouched == slider) controls.lastTouched = nullptr;
+    SliderVars** const end = controls.slider + controls.sliderCount;
+    controls.sliderCount = static_cast<uint32_t>(std::remove(controls.slider, end, slider) - controls.slider);
+}
+
 void ResetTabChain(TKTabChain* chain)
 {
     *chain = {};
@@ -214,6 +223,17 @@ void TKShowSliderValue(SliderVars* slider, double value)
     FormatSliderValue(*slider, value, slider->valueText, sizeof slider->valueText);
 }
 
+TKEffect SetSliderValue(TKSession* session, SliderVars* slider, double value, bool repaint)
+{
+    if (!repaint) {
+        TKShowSliderValue(slider, value);
+        TK_UI(session, sliderChanged, slider);
+        return {};
+    }
+    (void)CommitOpenEdit(session, true);
+    return ApplySlider(session, slider, TKTrackUnits(*slider, value), false);
+}
+
 void FormatSliderValue(const SliderVars& slider, double value, char* text, uint32_t length)
 {
     if (length == 0) return;
@@ -242,14 +262,6 @@ int32_t TKThumbPixel(const SliderVars& slider, int32_t length)
     return static_cast<int32_t>((along * length + range / 2) / range);
 }
 
-int32_t TKPositionAtPixel(const SliderVars& slider, int32_t pixel, int32_t length)
-{
-    if (length <= 0) return slider.trackMin;
-    const int64_t range = int64_t{slider.trackMax} - slider.trackMin;
-    const int64_t along = std::clamp(pixel, 0, length);
-    return static_cast<int32_t>(slider.trackMin + (along * range + length / 2) / length);
-}
-
 bool SetFieldFromTrack(const SliderVars& slider, int32_t position)
 {
     if (!slider.dataBase) return false;
@@ -274,6 +286,7 @@ TKEffect TKSliderWheel(TKSession* session, SliderVars* slider, int32_t delta)
 {
     if (delta == 0 || slider->editing) return {}; // a turn to the side is none
     (void)CommitOpenEdit(session, true);
+    if ((delta > 0) != (slider->wheelRest > 0)) slider->wheelRest = 0; // a turn back pays nothing off
     const int64_t turned = int64_t{slider->wheelRest} + delta;
     const int64_t notches = turned / kWheelNotch;
     slider->wheelRest = static_cast<int32_t>(turned - notches * kWheelNotch);
@@ -294,8 +307,7 @@ TKEffect TKSliderValueClick(TKSession* session, SliderVars* slider, uint32_t mod
         OpenEdit(session, slider);
         return {};
     }
-    (void)CommitOpenEdit(session, true);
-    return ApplySlider(session, slider, TKTrackUnits(*slider, static_cast<double>(slider->defaultValue)), false);
+    return SetSliderValue(session, slider, static_cast<double>(slider->defaultValue), true);
 }
 
 // --- Text editing -----------------------------------------------------------------------------------------------------
@@ -380,6 +392,7 @@ void TKCreateCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSecti
     BP_ASSERT(dataOffset != 0, "TincturaUIControlsWin");
     *checkbox = {.dataBase = static_cast<uint8_t*>(base),
                  .dataOffset = offset,
+                 .mask = 0xFFFFFFFF,
                  .section = section,
                  .repaint = true,
                  .label = label,
@@ -388,19 +401,19 @@ void TKCreateCheckbox(TKCheckbox* checkbox, void* base, uint32_t offset, TKSecti
 
 bool TKCheckboxIsOn(const TKCheckbox& checkbox)
 {
-    return checkbox.dataBase && ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) != 0;
+    return checkbox.dataBase && (ReadAt<uint32_t>(checkbox.dataBase + checkbox.dataOffset) & checkbox.mask) != 0;
 }
 
 TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on)
 {
     (void)CommitOpenEdit(session, true);
     if (!checkbox->dataBase || TKCheckboxIsOn(*checkbox) == on) return {};
-    TKCommandUndo(session);
+    const bool opened = TKCommandUndo(session);
     WriteAt<uint32_t>(checkbox->dataBase + checkbox->dataOffset, on ? 1 : 0);
     TK_UI(session, switchesChanged);
     TKShowViews(session);
     Finish(session, checkbox->section, checkbox->repaint);
-    return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = checkbox->repaint};
+    return {.changed = true, .opensUndo = opened, .rerenders = checkbox->repaint};
 }
 
 void TKCreatePopup(TKPopup* popup, void* base, uint32_t dataOffset, TKSectionID section, const char* label,
@@ -446,13 +459,15 @@ TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
     uint8_t* field = popup->dataBase + popup->dataOffset;
     const int32_t oldValue = ReadAt<int32_t>(field);
     int32_t newValue = index + 1;
+    // The step begins before the procedure, which may have linked fields to write.
+    const OCSettings before = session->liveSettings;
     if (popup->changeProc) newValue = popup->changeProc(session, popup, oldValue, newValue, popup->repaint);
-    if (newValue == oldValue) return {};
-    TKCommandUndo(session);
+    if (newValue == oldValue && std::memcmp(&before, &session->liveSettings, sizeof before) == 0) return {};
+    const bool opened = TKCommandUndoFrom(session, before);
     WriteAt(field, newValue);
     TKShowViews(session);
     Finish(session, popup->section, popup->repaint);
-    return {.changed = true, .opensUndo = session->undoRing != nullptr, .rerenders = popup->repaint};
+    return {.changed = true, .opensUndo = opened, .rerenders = popup->repaint};
 }
 
 // --- Views ------------------------------------------------------------------------------------------------------------

@@ -17,6 +17,7 @@
 struct TKSession;
 struct SliderVars;
 struct TKSwatch;
+struct TKUserDraw;
 
 /// What a gesture did.
 struct [[nodiscard]] TKEffect {
@@ -163,6 +164,9 @@ void TKCreateSlider(SliderVars* slider, const TKSliderRow& row, void* base, uint
 /// bpParamErr for an unbound slider (an assertion failure), bpMemFullErr when the table is full.
 BPStatus TKRegisterSlider(TKSession* session, SliderVars* slider);
 
+/// Takes a slider that ends before the session out of everything that knows it. Its open edit is dropped.
+void TKForgetSlider(TKSession* session, SliderVars* slider);
+
 /// Tab order: each slider is linked to the one before; closing links the ends.
 struct TKTabChain {
     SliderVars* first;
@@ -178,6 +182,11 @@ double GetSliderValue(const SliderVars& slider);
 /// Shows a value: pins the thumb to the track and writes the text. The field is not touched.
 void TKShowSliderValue(SliderVars* slider, double value);
 
+/// Sets a slider to a value in engineering units, beyond the track too. With `repaint` the field is written as by a
+/// gesture: an open edit is committed, then undo, store, change procedure, section and picture. Without, thumb and text
+/// alone follow a record that holds the value already, which is how UpdateAllControls does it.
+TKEffect SetSliderValue(TKSession* session, SliderVars* slider, double value, bool repaint);
+
 /// Writes "%1.2f" of a scaled value, otherwise "%d", as in the C locale; always ended.
 void FormatSliderValue(const SliderVars& slider, double value, char* text, uint32_t length);
 
@@ -188,7 +197,6 @@ double TKEngineeringUnits(const SliderVars& slider, int32_t position);
 /// The thumb on a track of `length` pixels: distance of its centre from the track's start, 0 to length, and back. What
 /// lies outside the track counts as its end.
 int32_t TKThumbPixel(const SliderVars& slider, int32_t length);
-int32_t TKPositionAtPixel(const SliderVars& slider, int32_t pixel, int32_t length);
 
 /// Writes the field from a track position: position / 65536 when scaled, otherwise the position. True when the field's
 /// value changed.
@@ -241,7 +249,8 @@ TKEffect CommitOpenEdit(TKSession* session, bool apply);
 
 struct TKCheckbox {
     uint8_t* dataBase;
-    uint32_t dataOffset; ///< of a word, 0 is off
+    uint32_t dataOffset; ///< of a word
+    uint32_t mask;       ///< of the bits that count: on when one of them is set
     TKSectionID section; ///< tkSectionNone for the switch of a tab
     bool repaint;
     const char* label;
@@ -258,7 +267,8 @@ bool TKCheckboxIsOn(const TKCheckbox& checkbox);
 TKEffect TKCheckboxClick(TKSession* session, const TKCheckbox* checkbox, bool on);
 
 struct TKPopup;
-/// Called before the store; its result is what is stored.
+/// Called before the store; its result is what is stored. What else it writes into the grade belongs to the same undo
+/// step, and the controls of those fields are its own to update.
 using TKPopupProc = int32_t (*)(TKSession* session, const TKPopup* popup, int32_t oldValue, int32_t newValue,
                                 bool repaint);
 
@@ -303,7 +313,7 @@ bool TKGroupIsSelected(TKSectionID section, uint32_t toolMask, uint32_t curveMas
 bool TKFieldsDiffer(const OCSettings* a, const OCSettings* b, size_t offset, size_t byteCount);
 
 /// With caps lock on: marks the update as suspended and lets the panes repaint what they hold. Otherwise clears the mark
-/// and, unless a render is in progress, updates the parameters, renders and refreshes.
+/// and updates the parameters, renders and refreshes; while a render is in progress that is put off to a tick.
 void RecomputeAndRefresh(TKSession* session, bool force);
 
 /// Updates parameters, renders the result and carries it into the result surface, whatever caps lock says.
@@ -320,8 +330,10 @@ bool TKGestureUndo(TKSession* session, const void* control);
 /// The live settings are the state after the change.
 void TKStoreUndo(TKSession* session);
 
-/// Opens a step for a command and forgets the control of the last gesture.
-void TKCommandUndo(TKSession* session);
+/// Opens a step for a command and forgets the control of the last gesture. True when there is a ring to hold it. The
+/// second form is for a change that has been made already: `before` is the grade without it.
+bool TKCommandUndo(TKSession* session);
+bool TKCommandUndoFrom(TKSession* session, const OCSettings& before);
 
 /// Undo and redo of the whole grade: commit of nothing, controls, picture. False when there is no step.
 bool TKUndoStepBack(TKSession* session);
@@ -346,6 +358,7 @@ void TKShowViews(TKSession* session);
 inline constexpr uint32_t kTKSliderLimit = 1024;
 inline constexpr uint32_t kTKSwatchLimit = 256;
 inline constexpr uint32_t kTKViewLimit = 512;
+inline constexpr uint32_t kTKUserDrawLimit = 16;
 struct TKControls {
     SliderVars* slider[kTKSliderLimit];
     uint32_t sliderCount;
@@ -353,10 +366,12 @@ struct TKControls {
     uint32_t swatchCount;
     TKView* view[kTKViewLimit];
     uint32_t viewCount;
+    TKUserDraw* userDraw[kTKUserDrawLimit];
+    uint32_t userDrawCount;
     SliderVars* openSlider;   ///< holds the open edit, or null
     const void* lastTouched;  ///< control of the last undo step, or null
     bool undoPending;         ///< a drag waits for its last UndoStore
-    bool updatePending;       ///< a drag put its image update off
+    bool updatePending;       ///< an image update came while another was in progress; the tick makes it up
     ScopeSurface wheelImage;  ///< background that hue wheels share, or none
     uint32_t wheelSaturation; ///< "UI Saturation" that it was made with
 };

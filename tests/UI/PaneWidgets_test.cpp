@@ -99,7 +99,7 @@ TEST_F(UITest, NothingOverlapsOrIsCutOnAnyPageAtEverySize)
             ToolAreaWin* tools = window->tools();
             const std::string where = std::string(path.page->prefix) + " at " + std::to_string(size.width());
             // The parts of the area.
-            std::vector<QWidget*> parts = {tools->shownPage(), tools->sample()};
+            std::vector<QWidget*> parts = {tools->shownPage(), tools->sample(), tools->strip()};
             if (tools->shownMatch()) parts.push_back(tools->shownMatch());
             for (QWidget* child : tools->findChildren<QWidget*>())
                 if (auto* bar = dynamic_cast<UIHorizTabWin*>(child); bar && bar->isVisible()) {

@@ -335,7 +335,21 @@ TEST_F(ImagePane, APickReadsThePixelWithPressMoveAndRelease)
     EXPECT_TRUE(effect.sampled && effect.pickEnded);
     EXPECT_TRUE(IsSampleOf(sample_, 204, 118));
     EXPECT_EQ(pane_.zoom, 1.0f);
+    pane_.pickTarget = nullptr; // it has its colour
     EXPECT_FALSE(TKPaneMove(&pane_, 50, 50, 0).sampled);
+}
+
+TEST_F(ImagePane, WhileAPickWaitsForItsPressEveryMoveOverThePictureReads)
+{
+    pane_.pickTarget = sample_;
+    const TKPaneEffect effect = TKPaneMove(&pane_, 102, 52, 0);
+    EXPECT_TRUE(effect.sampled && !effect.pickEnded);
+    EXPECT_TRUE(IsSampleOf(sample_, 200, 100));
+    EXPECT_FALSE(TKPaneMove(&pane_, 1, 50, 0).sampled); // beside the picture
+    EXPECT_TRUE(IsSampleOf(sample_, 200, 100));
+    EXPECT_FALSE(TKPaneRelease(&pane_, 102, 52, tkButtonLeft, 0).pickEnded); // of a press elsewhere
+    pane_.canSample = false;
+    EXPECT_FALSE(TKPaneMove(&pane_, 110, 60, 0).sampled);
 }
 
 TEST_F(ImagePane, APickOutsideThePictureReadsZeros)

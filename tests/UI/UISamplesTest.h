@@ -9,6 +9,23 @@
 #include <QColorDialog>
 #include <QTimer>
 
+/// Counts the paint events of a widget.
+class UIPaintCounter : public QObject {
+  public:
+    explicit UIPaintCounter(QWidget* widget)
+    {
+        widget->installEventFilter(this);
+        QTest::qWait(50); // what was still to be painted
+        count = 0;
+    }
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+    uint32_t count = 0;
+};
+
 class UISamplesTest : public UITest {
   protected:
     void SetUp() override
@@ -36,7 +53,7 @@ class UISamplesTest : public UITest {
         plainWin_ = new UIColorSampleWin(session_, &plain_, QStringLiteral("color"), panel_.get());
         matchWin_ = new UIMatchColorWin(session_, &match_, QStringLiteral("match"), panel_.get());
         narrowWin_ = new UIMatchColorWin(session_, &match2_, QStringLiteral("match2"), panel_.get());
-        checkboxWin_ = new UICheckboxWin(session_, &checkbox_, QStringLiteral("invert"), panel_.get());
+        checkboxWin_ = UICheckboxWin::create(session_, &checkbox_, QStringLiteral("invert"), panel_.get());
         popupWin_ = new UIPopupWin(session_, &popup_, QStringLiteral("limit"), panel_.get());
         sampleWin_->move(12, 12);
         plainWin_->move(200, 12);

@@ -1,4 +1,5 @@
 // Swatches, eyedroppers, colour samples and colour match with real mouse and key events.
+#include "src/UI/UICurveWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "tests/UI/UISamplesTest.h"
 
@@ -130,12 +131,130 @@ TEST_F(UISamplesTest, AnEyedropperActsAtTheReleaseOnIt)
     EXPECT_FALSE(TKIsPicking(session_)); // released elsewhere
     QTest::mouseClick(eyedropper, Qt::LeftButton);
     EXPECT_TRUE(TKIsPickingFor(session_, &sample_.eyedropper));
-    QTest::keyClick(eyedropper, Qt::Key_Escape);
+    QTest::mouseClick(eyedropper, Qt::LeftButton);
     EXPECT_FALSE(TKIsPicking(session_));
     QTest::keyClick(eyedropper, Qt::Key_Return);
     EXPECT_TRUE(TKIsPicking(session_));
     QTest::keyClick(eyedropper, Qt::Key_Space);
     EXPECT_FALSE(TKIsPicking(session_));
+}
+
+TEST_F(UISamplesTest, EscapeGivesAPickUpWithTheFocusOnAnyControlOfTheWindow)
+{
+    TincturaMainWin* window = windows_->mainWindow();
+    window->activateWindow();
+    QApplication::setActiveWindow(window);
+    for (QWidget* control : {static_cast<QWidget*>(window), static_cast<QWidget*>(Slider("hsl_master_gain")),
+                             Find<QWidget>("sample.format"), Find<QWidget>("picture")}) {
+        ASSERT_NE(control, nullptr);
+        (void)TKEyedropperClick(session_, &sample_.eyedropper, 0);
+        control->setFocus();
+        QTest::keyClick(control, Qt::Key_Escape);
+        EXPECT_FALSE(TKIsPicking(session_)) << control->objectName().toStdString();
+    }
+}
+
+TEST_F(UISamplesTest, AnEyedropperThatGoesTakesItsPickAlong)
+{
+    TKEyedropper record;
+    TKCreateEyedropper(&record, &Live(), kTKColorSampleOffset, tkSectionNone, "Gone", "gone");
+    {
+        UIEyedropperWin window(session_, &record, QStringLiteral("gone"), nullptr);
+        window.click();
+        EXPECT_TRUE(TKIsPickingFor(session_, &record));
+    }
+    EXPECT_FALSE(TKIsPicking(session_));
+}
+
+TEST_F(UISamplesTest, ACheckboxBeyondTheTableIsLoggedAndNotMade)
+{
+    TKControls& controls = session_->controls;
+    const uint32_t count = controls.viewCount;
+    QWidget parent;
+    controls.viewCount = kTKViewLimit; // nothing walks the table meanwhile
+    UICheckboxWin* made = UICheckboxWin::create(session_, &checkbox_, QStringLiteral("full"), &parent);
+    controls.viewCount = count;
+    EXPECT_EQ(made, nullptr);
+    EXPECT_TRUE(parent.children().isEmpty());
+    EXPECT_EQ(TKLogCount("TKCreateCheckbox: failed to register class\n"), 1u);
+    // A page without it goes on; one without its popups is an error.
+    controls.viewCount = kTKViewLimit;
+    const uint32_t sliders = controls.sliderCount;
+    BPStatus error = bpNoErr;
+    const int32_t format = tkColorRGB8;
+    for (const TKPagePath& path : TKToolPages()) {
+        if (std::string(path.page->prefix) != "limiter") continue;
+        ToolPageWin page(session_, *path.page, &format, nullptr, &error);
+        EXPECT_EQ(error, bpMemFullErr);
+        for (size_t i = 0; i < path.page->rows.size(); ++i)
+            EXPECT_EQ(page.control(i) == nullptr, path.page->rows[i].kind == tkRowCheckbox) << i;
+        page.resize(800, 300);
+        page.grab(); // laid out around the gap
+    }
+    controls.viewCount = count;
+    EXPECT_EQ(controls.sliderCount, sliders);
+}
+
+TEST_F(UISamplesTest, APageThatGoesLeavesNothingBehindInTheSession)
+{
+    const TKControls& controls = session_->controls;
+    const uint32_t sliders = controls.sliderCount, views = controls.viewCount, swatches = controls.swatchCount;
+    const int32_t format = tkColorRGB8;
+    for (const TKPagePath& path : TKToolPages()) {
+        BPStatus error = bpNoErr;
+        {
+            ToolPageWin page(session_, *path.page, &format, nullptr, &error);
+            ASSERT_EQ(error, bpNoErr);
+            if (controls.sliderCount > sliders) {
+                OpenEdit(session_, controls.slider[sliders]);
+                session_->controls.lastTouched = controls.slider[sliders];
+            }
+        }
+        EXPECT_EQ(controls.sliderCount, sliders) << path.page->prefix;
+        EXPECT_EQ(controls.viewCount, views) << path.page->prefix;
+        EXPECT_EQ(controls.swatchCount, swatches) << path.page->prefix;
+        EXPECT_EQ(controls.openSlider, nullptr) << path.page->prefix;
+        EXPECT_EQ(controls.lastTouched, nullptr) << path.page->prefix;
+        UpdateAllControls(session_, &Live(), kOCResetAll, kOCResetAll, nullptr, true);
+    }
+}
+
+TEST_F(UISamplesTest, TheToneStripFollowsEverySliderAndEachScale)
+{
+    ToolAreaWin* tools = windows_->mainWindow()->tools();
+    UIUserDrawWin* strip = tools->strip();
+    EXPECT_EQ(strip->accessibleName(), QStringLiteral("Tone Strip"));
+    const auto at = [&](double across, double down) {
+        const QImage shot = strip->grab().toImage();
+        return shot.pixelColor(static_cast<int>(across * (shot.width() - 1)),
+                               static_cast<int>(std::lround(down * (shot.height() - 1))));
+    };
+    EXPECT_EQ(at(0.25, 0.5), at(0.75, 0.5));
+    EXPECT_GT(at(0.25, 0.1).red(), at(0.25, 0.9).red());
+    UIPaintCounter painted(strip);
+    Press(Slider("hsl_master_gain"), 0);
+    QTest::qWait(50);
+    EXPECT_GE(painted.count, 1u);
+    EXPECT_EQ(at(0.75, 0.5), QColor(Qt::black));
+    EXPECT_NEAR(at(0.25, 0.5).red(), 127, 2);
+}
+
+TEST_F(UISamplesTest, EveryColourOfACurveFollowsTheFormatOfTheSample)
+{
+    ShowPageOf("curves_rgb");
+    QCoreApplication::processEvents();
+    auto* curve = Find<UICurveWin>("curves_rgb_red");
+    ASSERT_NE(curve, nullptr);
+    (void)TKCurvePress(session_, curve->vars(), curve->pointAt(0.5, 0.5).x(), curve->pointAt(0.5, 0.5).y());
+    (void)TKCurveRelease(session_, curve->vars());
+    TKCurveLeave(curve->vars());
+    QCoreApplication::processEvents();
+    UIPaintCounter painted(curve);
+    auto* format = Find<QComboBox>("sample.format");
+    format->setCurrentIndex(3);
+    emit format->activated(3);
+    QTest::qWait(50);
+    EXPECT_GE(painted.count, 1u);
 }
 
 TEST_F(UISamplesTest, AnEyedropperLooksDifferentWhileItPicks)

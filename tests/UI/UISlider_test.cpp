@@ -1,9 +1,12 @@
 // Sliders under real mouse, wheel and key events: fine drags, keys, hover, and what assistive tools see.
+#include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/UI/UIValueWin.h"
 #include "tests/UI/UITest.h"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
 #include <cmath>
 
 namespace {
@@ -269,6 +272,75 @@ TEST_F(UISliderTest, AnEditThatAClickClosesLeavesTheFocusWhereTheClickWent)
         QTest::keyClick(EditOf(gain_), key);
         EXPECT_TRUE(windows_->mainWindow()->hasFocus());
     }
+}
+
+TEST_F(UISliderTest, AnEditThatAKeyOpenedGivesTheFocusBackToItsSlider)
+{
+    gain_->setFocus();
+    QTest::keyClick(gain_, Qt::Key_2);
+    ASSERT_TRUE(EditOf(gain_)->hasFocus());
+    QTest::keyClick(EditOf(gain_), Qt::Key_Return);
+    EXPECT_EQ(Gain(), 2.0f);
+    EXPECT_TRUE(gain_->hasFocus());
+    QTest::keyClick(gain_, Qt::Key_Return);
+    QTest::keyClick(EditOf(gain_), Qt::Key_Escape);
+    EXPECT_TRUE(gain_->hasFocus());
+    // From edit to edit it stays so.
+    QTest::keyClick(gain_, Qt::Key_Return);
+    QTest::keyClick(EditOf(gain_), Qt::Key_Tab);
+    UISliderWin* next = windows_->mainWindow()->sliderOf(gain_->slider()->next);
+    ASSERT_TRUE(EditOf(next)->hasFocus());
+    QTest::keyClick(EditOf(next), Qt::Key_Return);
+    EXPECT_TRUE(next->hasFocus());
+    // After a click on the value it goes to the main window.
+    ClickValue(gain_);
+    QTest::keyClick(EditOf(gain_), Qt::Key_Tab);
+    QTest::keyClick(EditOf(next), Qt::Key_Return);
+    EXPECT_TRUE(windows_->mainWindow()->hasFocus());
+}
+
+TEST_F(UISliderTest, APasteBringsInWhatKeysMayType)
+{
+    ClickValue(gain_);
+    QApplication::clipboard()->setText(QStringLiteral("gain = 1e2,5\n"));
+    EditOf(gain_)->paste();
+    EXPECT_EQ(EditOf(gain_)->text(), QStringLiteral("12,5"));
+    EXPECT_STREQ(gain_->slider()->editText, "12,5");
+    EXPECT_EQ(EditOf(gain_)->cursorPosition(), 4);
+    QApplication::clipboard()->setText(QStringLiteral("inf"));
+    EditOf(gain_)->paste();
+    EXPECT_EQ(EditOf(gain_)->text(), QStringLiteral("12,5"));
+    QTest::keyClick(EditOf(gain_), Qt::Key_Return);
+    EXPECT_EQ(Gain(), 12.0f); // up to the comma
+}
+
+TEST_F(UISliderTest, ATurnThatWasBegunEndsWhenThePointerLeaves)
+{
+    Wheel(gain_, At(0.5), 119);
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(gain_, &leave);
+    Wheel(gain_, At(0.5), 1);
+    EXPECT_EQ(Gain(), 1.0f);
+    Wheel(gain_, At(0.5), 119);
+    EXPECT_GT(Gain(), 1.0f);
+}
+
+TEST_F(UISliderTest, TheKeysOfAReadoutsEditAreThoseOfASliders)
+{
+    ShowPageOf("levels_master");
+    QCoreApplication::processEvents();
+    UIValueWin* readout = nullptr;
+    for (QWidget* widget : windows_->mainWindow()->tools()->shownPage()->findChildren<QWidget*>())
+        if (auto* value = dynamic_cast<UIValueWin*>(widget); value && !readout) readout = value;
+    ASSERT_NE(readout, nullptr);
+    OpenEdit(session_, readout->slider());
+    auto* edit = readout->findChild<QLineEdit*>();
+    ASSERT_TRUE(edit && edit->isVisible());
+    EXPECT_EQ(TKFocusOf(edit), tkFocusElsewhere); // Space plays, as with a slider's edit open
+    EXPECT_EQ(TKFocusOf(EditOf(gain_)), tkFocusElsewhere);
+    QLineEdit foreign;
+    EXPECT_EQ(TKFocusOf(&foreign), tkFocusText);
+    (void)CommitOpenEdit(session_, false);
 }
 
 TEST_F(UISliderTest, TabBringsTheNextEditIntoSight)

@@ -206,6 +206,32 @@ TEST_F(UIViews, APickReadsTheFrameUnderThePointer)
     EXPECT_EQ(Picture()->pane().zoom, 1.0f); // the click was no zoom
 }
 
+TEST_F(UIViews, ThePickersCursorComesAndGoesWithoutAMoveOfTheMouse)
+{
+    Hover(Picture(), Picture()->pictureRect().center());
+    const QPixmap idle = Picture()->cursor().pixmap();
+    QTest::keyClick(Find<QWidget>("sample.eyedropper"), Qt::Key_Return);
+    ASSERT_TRUE(TKIsPicking(session_));
+    EXPECT_NE(Picture()->cursor().pixmap().toImage(), idle.toImage());
+    QTest::keyClick(windows_->mainWindow(), Qt::Key_Escape);
+    EXPECT_FALSE(TKIsPicking(session_));
+    EXPECT_EQ(Picture()->cursor().pixmap().toImage(), idle.toImage());
+}
+
+TEST_F(UIViews, TheSwatchFollowsThePointerBeforeThePress)
+{
+    auto* sample = windows_->mainWindow()->tools()->sample();
+    sample->eyedropper()->click();
+    const OCSettings before = Live();
+    Hover(Picture(), Picture()->pictureRect().center());
+    EXPECT_TRUE(session_->pick.sampled);
+    const QString middle = sample->source()->valueText();
+    Hover(Picture(), Picture()->pictureRect().topLeft() + QPoint(2, 2));
+    EXPECT_NE(sample->source()->valueText(), middle);
+    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
+    TKPickCancel(session_);
+}
+
 TEST_F(UIViews, TheComboChoosesADisplayByItsMenuAtOnceAndForGood)
 {
     const QImage before = Scopes()->grab().toImage();

@@ -1,8 +1,9 @@
 // Picking colours from a picture and from the dialog.
 #include "src/support/TKEyedropper.h"
 
+#include "src/support/TKMatchColor.h"
 #include "src/support/TKSwatch.h"
-#include "tests/support/TKTestSession.h"
+#include "tests/support/TKControlsTest.h"
 
 #include <cmath>
 
@@ -24,13 +25,11 @@ struct Dialog {
 Dialog gDialog;
 uint32_t gModeChanges;
 
-class TKEyedropperTest : public TKSessionTest {
+class TKEyedropperTest : public TKControlsTest {
   protected:
     void SetUp() override
     {
-        TKSessionTest::SetUp();
-        Attach();
-        MakeSliders();
+        TKControlsTest::SetUp();
         gDialog = {};
         gModeChanges = 0;
         session_->ui.pickModeChanged = [](void*) { ++gModeChanges; };
@@ -43,16 +42,10 @@ class TKEyedropperTest : public TKSessionTest {
             return gDialog.accept;
         };
         TKCreateEyedropper(&dropper_, &Live(), kSample, tkSectionSecondaryB, "Sample 3", "b_3");
-        before_ = Live();
-        renders_ = session_->renderCount;
     }
 
-    OCSettings& Live() { return session_->liveSettings; }
     const float* Sample() { return &Live().secondary[1].sample[2].red; }
     bool IsColor(const float rgb[3]) { return std::memcmp(Sample(), rgb, 12) == 0; }
-    bool IsUntouched() { return std::memcmp(&before_, &Live(), sizeof before_) == 0; }
-    uint32_t Steps() const { return session_->undoRing->undoHead; }
-    uint32_t Renders() const { return session_->renderCount - renders_; }
     TKEffect Pick(const float rgb[3])
     {
         (void)TKEyedropperClick(session_, &dropper_, 0);
@@ -61,8 +54,6 @@ class TKEyedropperTest : public TKSessionTest {
     }
 
     TKEyedropper dropper_ = {};
-    OCSettings before_ = {};
-    uint32_t renders_ = 0;
 };
 
 TEST_F(TKEyedropperTest, AClickPutsThePanesIntoPickModeAndTouchesNothing)
@@ -185,8 +176,57 @@ TEST_F(TKEyedropperTest, TheProcedureRunsBeforeTheStoreWithTheNewColour)
     EXPECT_TRUE(TKUndoStepForward(session_));
     EXPECT_EQ(Live().rgbOn, 5u);
     const uint32_t steps = Steps();
-    (void)Pick(kColor); // the same colour, but the procedure is called
-    EXPECT_EQ(Steps(), steps + 1);
+    seen[0] = 0;
+    (void)Pick(kColor); // the same colour: the procedure is called, and writes what stands there
+    EXPECT_EQ(seen[0], kColor[0]);
+    EXPECT_EQ(Steps(), steps);
+}
+
+TEST_F(TKEyedropperTest, AProcedureThatWritesNothingLeavesTheNewestStateAlone)
+{
+    // The newest state of the ring is older than the grade, as after a paste.
+    (void)TKSliderDrag(session_, &gain_, 70000);
+    Live().hsl.master.gain = 2;
+    float picked[3] = {};
+    TKCreateEyedropper(&dropper_, picked, 0, tkSectionNone, "Black Point", "black");
+    dropper_.opensUndo = false;
+    dropper_.repaint = false;
+    dropper_.pickProc = [](TKSession*, TKEyedropper*, const float*) {};
+    EXPECT_TRUE(Pick(kColor).changed); // its own field
+    EXPECT_EQ(picked[2], 0.75f);
+    EXPECT_EQ(NewestState().hsl.master.gain, 70000 / 65536.0f);
+    dropper_.pickProc = [](TKSession* session, TKEyedropper*, const float*) { session->liveSettings.rgbOn = 1; };
+    (void)Pick(kColor);
+    EXPECT_EQ(NewestState().hsl.master.gain, 2.0f);
+    EXPECT_EQ(NewestState().rgbOn, 1u);
+}
+
+TEST_F(TKEyedropperTest, EscapeGivesAPickUpWhereverTheFocusIs)
+{
+    EXPECT_FALSE(TKPickKey(session_, kTKKeyEscape)); // nothing is picked
+    (void)TKEyedropperClick(session_, &dropper_, 0);
+    TKPickSample(session_, kColor);
+    EXPECT_FALSE(TKPickKey(session_, kTKKeyReturn));
+    OpenEdit(session_, &gain_);
+    EXPECT_FALSE(TKPickKey(session_, kTKKeyEscape)); // the edit's
+    (void)CommitOpenEdit(session_, false);
+    EXPECT_TRUE(TKIsPicking(session_));
+    EXPECT_TRUE(TKPickKey(session_, kTKKeyEscape));
+    EXPECT_FALSE(TKIsPicking(session_));
+    EXPECT_TRUE(IsUntouched());
+}
+
+TEST_F(TKEyedropperTest, AnEyedropperThatIsForgottenTakesItsPickAlong)
+{
+    TKEyedropper other;
+    TKCreateEyedropper(&other, &Live(), kTKMatchSourceOffset, tkSectionNone, "Other", "other");
+    (void)TKEyedropperClick(session_, &dropper_, 0);
+    TKForgetEyedropper(session_, &other);
+    EXPECT_TRUE(TKIsPicking(session_));
+    TKForgetEyedropper(session_, &dropper_);
+    EXPECT_FALSE(TKIsPicking(session_));
+    EXPECT_EQ(session_->pick.eyedropper, nullptr);
+    EXPECT_EQ(gModeChanges, 2u);
 }
 
 TEST_F(TKEyedropperTest, WithoutRepaintThePictureStays)

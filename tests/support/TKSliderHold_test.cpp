@@ -2,7 +2,7 @@
 #include "src/support/TKSliderHold.h"
 
 #include "src/support/TKKeys.h"
-#include "tests/support/TKTestSession.h"
+#include "tests/support/TKControlsTest.h"
 
 #include <cmath>
 #include <limits>
@@ -11,16 +11,9 @@ namespace {
 
 constexpr int32_t kLength = 300; // of the track: a pixel is 0.01 of gain
 
-class TKSliderHoldTest : public TKSessionTest {
+class TKSliderHoldTest : public TKControlsTest {
   protected:
-    void SetUp() override
-    {
-        TKSessionTest::SetUp();
-        Attach();
-        MakeSliders();
-    }
-    float Gain() const { return session_->liveSettings.hsl.master.gain; }
-    uint32_t Steps() const { return session_->undoRing->undoHead; }
+    float Gain() { return Live().hsl.master.gain; }
     TKEffect Move(double pixel, uint32_t modifiers = 0)
     {
         return TKMoveHeldThumb(session_, &gain_, &hold_, pixel, kLength, modifiers);
