@@ -143,16 +143,22 @@ Stretch StretchOf(const RealIndex& real, double r0, double r1)
             std::max({slope[0], slope[1], slope[2]})};
 }
 
-/// The row, whole or not, at which a rising stretch reaches an index that lies in it, to 0.02 rows squared.
-double RowOf(const RealIndex& real, const Stretch& s, double index, double guess)
+/// A row, whole or not.
+struct Row {
+    double row;
+    bool isExact; ///< to 0.02 rows squared
+};
+
+/// Where a rising stretch reaches an index that lies in it.
+Row RowOf(const RealIndex& real, const Stretch& s, double index, double guess)
 {
     double row = guess;
     for (int i = 0; i < 20; ++i) {
         const double step = (index - IndexAt(real, row)) / SlopeAt(real, row);
         row = std::clamp(row + step, static_cast<double>(s.first), static_cast<double>(s.end));
-        if (std::abs(step) < 0.02) break;
+        if (std::abs(step) < 0.02) return {row, true};
     }
-    return row;
+    return {row, false};
 }
 
 /// Whether the row's x has reached the index, to the bit.
@@ -166,6 +172,7 @@ bool HasReached(const OCBasisPlanes& basis, const double x[4], int32_t row, int3
 int32_t FirstRow(const RealIndex& real, const OCBasisPlanes& basis, const double x[4], const Stretch& s, int32_t low,
                  int32_t guess, int32_t index)
 {
+    low = std::min(low, s.end);
     int32_t row = std::clamp(guess, low, s.end);
     while (row > low && IndexAt(real, row - 1) > index - real.error) --row;
     while (row < s.end && !HasReached(basis, x, row, index)) ++row;
@@ -180,8 +187,9 @@ struct Piece {
 };
 
 /// The cubic with the rows and slopes of x at two indices.
-Piece PieceOf(const RealIndex& real, double index, double step, double from, double to)
+Piece PieceOf(const RealIndex& real, double index, double step, Row first, Row last)
 {
+    const double from = first.row, to = last.row;
     const Stretch s = StretchOf(real, from - 1, to + 1);
     const double rise = step / SlopeAt(real, from), riseTo = step / SlopeAt(real, to);
     const double bend = std::max(std::abs(6 * real.a * from + 2 * real.b), std::abs(6 * real.a * to + 2 * real.b));
@@ -193,7 +201,7 @@ Piece PieceOf(const RealIndex& real, double index, double step, double from, dou
     return {index,
             1 / std::max(step, 1e-9),
             {from, rise, 3 * (to - from) - 2 * rise - riseTo, 2 * (from - to) + rise + riseTo},
-            s.low > 0 ? error : 1};
+            s.low > 0 && first.isExact && last.isExact ? error : 1};
 }
 
 /// Looks for the rows of the indices from `first` to `last`, none of which is below `low`.
@@ -241,11 +249,11 @@ void SolveStretch(const RealIndex& real, const OCBasisPlanes& basis, const doubl
     const double end = std::max(begin, std::min(static_cast<double>(last), IndexAt(real, s.end)));
     const auto pieces = static_cast<int32_t>((end - begin) / 128) + 1;
     const double step = (end - begin) / pieces;
-    double row = RowOf(real, s, begin, s.first);
+    Row row = RowOf(real, s, begin, s.first);
     int32_t next = walk->next;
     for (int32_t i = 0; i < pieces && next <= last; ++i) {
         const double index = begin + i * step;
-        const double to = RowOf(real, s, index + step, row + step / SlopeAt(real, row));
+        const Row to = RowOf(real, s, index + step, row.row + step / SlopeAt(real, row.row));
         const int32_t lastHere = i + 1 < pieces ? static_cast<int32_t>(index + step) : last;
         const int32_t low = walk->hits > before ? walk->row[walk->hits - 1] + 1 : s.first;
         RowsOfPiece(real, PieceOf(real, index, step, row, to), basis, x, s, next, lastHere, low, walk);

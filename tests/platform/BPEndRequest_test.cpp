@@ -46,6 +46,19 @@ TEST(BPEndRequest, TermInterruptAndHangupAreRequestsHoweverOftenTheyCome)
         EXPECT_EXIT(_exit(TakesRequests(number)), testing::ExitedWithCode(0), "") << number;
 }
 
+TEST(BPEndRequest, OneThatComesMuchLaterEndsAProcessThatHangs)
+{
+    const auto hang = [] {
+        (void)BPCatchEndRequests();
+        raise(SIGHUP);
+        raise(SIGTERM); // a session that ends sends both at once
+        for (unsigned left = 7; left > 0;) left = sleep(left);
+        raise(SIGTERM);
+        _exit(0);
+    };
+    EXPECT_EXIT(hang(), testing::KilledBySignal(SIGTERM), "");
+}
+
 TEST(BPEndRequest, WhatIsIgnoredStaysIgnored)
 {
     for (const int number : {SIGTERM, SIGINT, SIGHUP})

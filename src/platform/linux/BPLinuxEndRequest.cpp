@@ -4,20 +4,40 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
-std::atomic<bool> gRequested = false;
-std::atomic<int> gWriteEnd = -1;
-int gReadEnd = -1;                                                                              // main thread
-static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free); // used in a handler
+constexpr int64_t kPatienceSeconds = 5;
 
-void TakeRequest(int)
+std::atomic<bool> gRequested = false;
+std::atomic<int64_t> gFirstAt = 0; ///< seconds, of the first request
+std::atomic<int> gWriteEnd = -1;
+int gReadEnd = -1; // main thread
+// Used in a handler:
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free &&
+              std::atomic<int64_t>::is_always_lock_free);
+
+int64_t Seconds()
+{
+    timespec now = {};
+    (void)clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
+
+void TakeRequest(int number)
 {
     const int kept = errno;
-    gRequested.store(true);
+    if (!gRequested.load()) {
+        gFirstAt.store(Seconds());
+        gRequested.store(true);
+    } else if (Seconds() - gFirstAt.load() > kPatienceSeconds) {
+        // It hangs, and somebody has had enough.
+        (void)std::signal(number, SIG_DFL);
+        (void)std::raise(number); // comes when this returns
+    }
     const char byte = 1;
     // Where it fails, there is no pipe, or it is full and so readable already.
     if (write(gWriteEnd.load(), &byte, 1) < 0) errno = kept;
