@@ -3,6 +3,7 @@
 
 #include "src/OCStages.h"
 #include "src/platform/BPLog.h"
+#include "src/support/TKControlTable.h"
 #include "src/support/TKSession.h"
 
 #include <algorithm>
@@ -85,17 +86,12 @@ void TKCreateSwatch(TKSwatch* swatch, void* base, uint32_t dataOffset, const cha
 BPStatus TKRegisterSwatch(TKSession* session, TKSwatch* swatch)
 {
     if (!HasData(swatch)) return bpParamErr;
-    TKControls& controls = session->controls;
-    if (controls.swatchCount == kTKSwatchLimit) return bpMemFullErr;
-    controls.swatch[controls.swatchCount++] = swatch;
-    return bpNoErr;
+    return TKEnterTable(session->controls.swatch, &session->controls.swatchCount, swatch);
 }
 
 void TKForgetSwatch(TKSession* session, TKSwatch* swatch)
 {
-    TKControls& controls = session->controls;
-    TKSwatch** const end = controls.swatch + controls.swatchCount;
-    controls.swatchCount = static_cast<uint32_t>(std::remove(controls.swatch, end, swatch) - controls.swatch);
+    TKLeaveTable(session->controls.swatch, &session->controls.swatchCount, swatch);
 }
 
 void TKRedrawSwatches(TKSession* session)

@@ -1,6 +1,7 @@
 // The areas and their table.
 #include "src/support/TKUserDraw.h"
 
+#include "src/support/TKControlTable.h"
 #include "src/support/TKSession.h"
 
 #include <algorithm>
@@ -19,17 +20,12 @@ void TKCreateUserDraw(TKUserDraw* control, TKUserDrawProc drawProc, void* refere
 
 BPStatus TKRegisterUserDraw(TKSession* session, TKUserDraw* control)
 {
-    TKControls& controls = session->controls;
-    if (controls.userDrawCount == kTKUserDrawLimit) return bpMemFullErr;
-    controls.userDraw[controls.userDrawCount++] = control;
-    return bpNoErr;
+    return TKEnterTable(session->controls.userDraw, &session->controls.userDrawCount, control);
 }
 
 void TKForgetUserDraw(TKSession* session, TKUserDraw* control)
 {
-    TKControls& controls = session->controls;
-    TKUserDraw** const end = controls.userDraw + controls.userDrawCount;
-    controls.userDrawCount = static_cast<uint32_t>(std::remove(controls.userDraw, end, control) - controls.userDraw);
+    TKLeaveTable(session->controls.userDraw, &session->controls.userDrawCount, control);
 }
 
 void TKRedrawUserDraws(TKSession* session)

@@ -7,6 +7,7 @@
 
 #include "src/platform/BPLog.h"
 #include "src/support/TKCommands.h"
+#include "src/support/TKControlTable.h"
 #include "src/support/TKSession.h"
 
 #include <algorithm>
@@ -81,42 +82,19 @@ void Finish(TKSession* session, TKSectionID section, bool repaint)
     TKStoreUndo(session);
 }
 
-/// The end of every slider gesture. `ownStep` opens an undo step in any case.
-TKEffect ApplySlider(TKSession* session, SliderVars* slider, int32_t position, bool ownStep)
+/// The end of every slider gesture.
+TKEffect ApplySlider(TKSession* session, SliderVars* slider, int32_t position)
 {
     if (!WouldChange(*slider, position)) {
         Show(session, slider);
         return {};
     }
-    if (ownStep) session->controls.lastTouched = nullptr;
     TKEffect effect = {.changed = true, .opensUndo = TKGestureUndo(session, slider), .rerenders = slider->repaint};
     SetFieldFromTrack(*slider, position);
     if (slider->changeProc) slider->changeProc(session, slider, GetSliderValue(*slider), slider->repaint);
     Show(session, slider);
     Finish(session, slider->section, slider->repaint);
     return effect;
-}
-
-/// Reads a number as scanf's " %lf" in the C locale. False when there is none.
-bool ParseNumber(const char* text, double* number)
-{
-    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
-    const bool negative = *text == '-';
-    if (*text == '+' && text[1] != '-') ++text;
-    double value = 0;
-    const std::from_chars_result result = std::from_chars(text, text + std::strlen(text), value);
-    if (result.ec == std::errc::invalid_argument) return false;
-    if (result.ec == std::errc::result_out_of_range) value = negative ? -HUGE_VAL : HUGE_VAL;
-    if (std::isnan(value)) return false;
-    *number = value;
-    return true;
-}
-
-void CopyText(char* destination, size_t capacity, const char* text)
-{
-    const size_t length = std::min(std::strlen(text), capacity - 1);
-    std::memcpy(destination, text, length);
-    destination[length] = 0;
 }
 
 uint8_t* LiveBytes(TKSession* session)
@@ -174,10 +152,7 @@ BPStatus TKRegisterSlider(TKSession* session, SliderVars* slider)
     const uintptr_t dataBase = reinterpret_cast<uintptr_t>(slider->dataBase), dataOffset = slider->dataOffset;
     BP_ASSERT(dataBase + dataOffset != 0, "TincturaUIControlsWin");
     if (dataBase == 0) return bpParamErr;
-    TKControls& controls = session->controls;
-    if (controls.sliderCount == kTKSliderLimit) return bpMemFullErr;
-    controls.slider[controls.sliderCount++] = slider;
-    return bpNoErr;
+    return TKEnterTable(session->controls.slider, &session->controls.sliderCount, slider);
 }
 
 void TKForgetSlider(TKSession* session, SliderVars* slider)
@@ -185,8 +160,7 @@ void TKForgetSlider(TKSession* session, SliderVars* slider)
     TKControls& controls = session->controls;
     if (controls.openSlider == slider) controls.openSlider = nullptr;
     if (controls.lastTouched == slider) controls.lastTouched = nullptr;
-    SliderVars** const end = controls.slider + controls.sliderCount;
-    controls.sliderCount = static_cast<uint32_t>(std::remove(controls.slider, end, slider) - controls.slider);
+    TKLeaveTable(controls.slider, &controls.sliderCount, slider);
 }
 
 void ResetTabChain(TKTabChain* chain)
@@ -231,7 +205,7 @@ TKEffect SetSliderValue(TKSession* session, SliderVars* slider, double value, bo
         return {};
     }
     (void)CommitOpenEdit(session, true);
-    return ApplySlider(session, slider, TKTrackUnits(*slider, value), false);
+    return ApplySlider(session, slider, TKTrackUnits(*slider, value));
 }
 
 void FormatSliderValue(const SliderVars& slider, double value, char* text, uint32_t length)
@@ -276,8 +250,7 @@ bool SetFieldFromTrack(const SliderVars& slider, int32_t position)
 TKEffect TKSliderDrag(TKSession* session, SliderVars* slider, int32_t position)
 {
     (void)CommitOpenEdit(session, true);
-    const TKEffect effect =
-        ApplySlider(session, slider, std::clamp(position, slider->trackMin, slider->trackMax), false);
+    const TKEffect effect = ApplySlider(session, slider, std::clamp(position, slider->trackMin, slider->trackMax));
     if (effect.changed) session->controls.undoPending = true;
     return effect;
 }
@@ -298,7 +271,7 @@ TKEffect TKSliderWheel(TKSession* session, SliderVars* slider, int32_t delta)
         step = static_cast<int64_t>(range / kNotchesPerTrack * static_cast<double>(notches) * kTrackUnit + 0.5);
     }
     const int64_t position = std::clamp<int64_t>(slider->position + step, slider->trackMin, slider->trackMax);
-    return ApplySlider(session, slider, static_cast<int32_t>(position), false);
+    return ApplySlider(session, slider, static_cast<int32_t>(position));
 }
 
 TKEffect TKSliderValueClick(TKSession* session, SliderVars* slider, uint32_t modifiers)
@@ -308,79 +281,6 @@ TKEffect TKSliderValueClick(TKSession* session, SliderVars* slider, uint32_t mod
         return {};
     }
     return SetSliderValue(session, slider, static_cast<double>(slider->defaultValue), true);
-}
-
-// --- Text editing -----------------------------------------------------------------------------------------------------
-
-void OpenEdit(TKSession* session, SliderVars* slider)
-{
-    (void)CommitOpenEdit(session, true);
-    TKShowSliderValue(slider, GetSliderValue(*slider));
-    CopyText(slider->editText, sizeof slider->editText, slider->valueText);
-    CopyText(slider->openedText, sizeof slider->openedText, slider->valueText);
-    slider->editing = true;
-    session->controls.openSlider = slider;
-    TK_UI(session, editOpened, slider);
-}
-
-void TKSetEditText(SliderVars* slider, const char* text)
-{
-    CopyText(slider->editText, sizeof slider->editText, text);
-}
-
-bool TKEditAcceptsCharacter(uint32_t character)
-{
-    return (character >= '0' && character <= '9') || character == '-' || character == '.' || character == ',' ||
-           character == '\b';
-}
-
-TKEditAction TKEditKeyAction(uint32_t virtualKey, uint32_t modifiers)
-{
-    switch (virtualKey) {
-    case kTKKeyReturn: return tkEditCommit;
-    case kTKKeyTab: return modifiers & bpShiftKey ? tkEditPrevious : tkEditNext;
-    case kTKKeyEscape: return tkEditCancel;
-    default: return tkEditPass;
-    }
-}
-
-TKEffect TKEditKey(TKSession* session, SliderVars* slider, uint32_t virtualKey, uint32_t modifiers)
-{
-    if (session->controls.openSlider != slider) return {};
-    switch (TKEditKeyAction(virtualKey, modifiers)) {
-    case tkEditPass: return {};
-    case tkEditCommit: return CommitOpenEdit(session, true);
-    case tkEditCancel: return CommitOpenEdit(session, false);
-    case tkEditNext: {
-        const TKEffect effect = CommitOpenEdit(session, true);
-        if (slider->next) OpenEdit(session, slider->next);
-        return effect;
-    }
-    case tkEditPrevious: {
-        const TKEffect effect = CommitOpenEdit(session, true);
-        if (slider->previous) OpenEdit(session, slider->previous);
-        return effect;
-    }
-    }
-    return {};
-}
-
-TKEffect CommitOpenEdit(TKSession* session, bool apply)
-{
-    SliderVars* slider = session->controls.openSlider;
-    if (!slider) return {};
-    session->controls.openSlider = nullptr;
-    slider->editing = false;
-    TK_UI(session, editClosed, slider);
-
-    double typed = 0;
-    const bool touched = std::strcmp(slider->editText, slider->openedText) != 0;
-    if (!apply || !touched || !ParseNumber(slider->editText, &typed)) {
-        Show(session, slider);
-        return {};
-    }
-    const int32_t position = std::clamp(TKTrackUnits(*slider, typed), slider->typeMin, slider->typeMax);
-    return ApplySlider(session, slider, position, true);
 }
 
 // --- Checkboxes and popups --------------------------------------------------------------------------------------------
@@ -474,17 +374,12 @@ TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
 
 BPStatus TKRegisterView(TKSession* session, TKView* view)
 {
-    TKControls& controls = session->controls;
-    if (controls.viewCount == kTKViewLimit) return bpMemFullErr;
-    controls.view[controls.viewCount++] = view;
-    return bpNoErr;
+    return TKEnterTable(session->controls.view, &session->controls.viewCount, view);
 }
 
 void TKForgetView(TKSession* session, TKView* view)
 {
-    TKControls& controls = session->controls;
-    TKView** const end = controls.view + controls.viewCount;
-    controls.viewCount = static_cast<uint32_t>(std::remove(controls.view, end, view) - controls.view);
+    TKLeaveTable(session->controls.view, &session->controls.viewCount, view);
 }
 
 void TKShowViews(TKSession* session)

@@ -1,22 +1,14 @@
 // Commands: the table, resets, automatic corrections, views, help.
 #include "src/OCAutoCorrections.h"
-#include "tests/support/TKTestSession.h"
+#include "src/UI/TKLevels.h"
+#include "tests/support/TKControlsTest.h"
 
+#include <cmath>
 #include <utility>
 
 namespace {
 
-class TKCommandsTest : public TKSessionTest {
-  protected:
-    void SetUp() override
-    {
-        TKSessionTest::SetUp();
-        Attach();
-        MakeSliders();
-        windows_.calls.clear();
-    }
-    OCSettings& Live() { return session_->liveSettings; }
-};
+using TKCommandsTest = TKControlsTest;
 
 TEST_F(TKCommandsTest, ResetAllIsOneStepAndCommitsAnOpenEditFirst)
 {
@@ -119,6 +111,28 @@ TEST_F(TKCommandsTest, AutoColorBalancesTheThreeChannelsAsOneStep)
     EXPECT_EQ(std::memcmp(&Live(), &expected, sizeof expected), 0);
     EXPECT_EQ(Live().levels[0].on, 0u);
     EXPECT_EQ(session_->undoRing->undoHead, head + 1);
+}
+
+TEST_F(TKCommandsTest, AutoColorOfABlackChannelLeavesAGrayThatIsNoNumberAndADragMendsIt)
+{
+    FBFrame* frame = session_->sourceFrame;
+    std::memset(frame->baseAddr, 0, frame->planeBytes); // red
+    DoMenuCommand(session_, 15, nullptr);
+    OCLevelsBlock& red = Live().levels[1];
+    EXPECT_EQ(red.inblackpt, 0.0f);
+    EXPECT_EQ(red.inwhitept, 0.0f);
+    EXPECT_TRUE(std::isnan(red.ingraypt)); // no distance times an infinite ratio
+    EXPECT_FALSE(std::isnan(Live().levels[2].ingraypt));
+    EXPECT_TRUE(OCParametersOf(session_->engine) != nullptr && session_->renderCount > 0); // it was rendered
+    EXPECT_EQ(TKPixelAt(session_->resultSurface, 0, 3) & 0xFF0000, 0u);
+
+    LevelsVars vars;
+    InitLevels(&vars, &Live(), offsetof(OCSettings, levels[1]), 1, tkSectionLevelsRed, "levels_red");
+    EXPECT_NE(std::strstr(vars.readout[1].slider.valueText, "nan"), nullptr);
+    for (const float value : vars.value) EXPECT_TRUE(value >= 0 && value <= 1);
+    EXPECT_TRUE(MoveLevelsHandle(session_, &vars, 2, 0.5f).changed); // white
+    EXPECT_EQ(red.inwhitept, 0.5f);
+    EXPECT_EQ(red.ingraypt, 0.25f);
 }
 
 TEST_F(TKCommandsTest, AutomaticCorrectionsWithoutMemoryForTheirHistogramChangeNothing)

@@ -35,6 +35,23 @@ class TKControlsTest : public TKSessionTest {
         const float rgb[3] = {r, g, b};
         std::memcpy(reinterpret_cast<uint8_t*>(&Live()) + offset, rgb, sizeof rgb);
     }
+    /// A slider over a word from -10 to 10, typed -20 to 20.
+    static SliderVars WholeNumberSlider(int32_t* field)
+    {
+        SliderVars slider;
+        TKCreateSlider(&slider,
+                       {.label = "Count",
+                        .objectName = "count",
+                        .offset = 0,
+                        .low = -10,
+                        .high = 10,
+                        .entryLow = -20,
+                        .entryHigh = 20,
+                        .neutral = 0,
+                        .flags = 0},
+                       field, 0, nullptr, tkSectionNone);
+        return slider;
+    }
     TKEffect Type(SliderVars* slider, const char* text)
     {
         OpenEdit(session_, slider);

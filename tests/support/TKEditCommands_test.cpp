@@ -1,19 +1,9 @@
 // The clipboard, undo by command, slots and the state of the menus.
-#include "tests/support/TKTestSession.h"
+#include "tests/support/TKControlsTest.h"
 
 namespace {
 
-class TKEditCommands : public TKSessionTest {
-  protected:
-    void SetUp() override
-    {
-        TKSessionTest::SetUp();
-        Attach();
-        MakeSliders();
-        windows_.calls.clear();
-    }
-    OCSettings& Live() { return session_->liveSettings; }
-};
+using TKEditCommands = TKControlsTest;
 
 // The clipboard ---------------------------------------------------------------------------------------------------------
 

@@ -152,18 +152,7 @@ TEST_F(TKSliderHoldTest, DeleteResetsAndReturnOpensTheEdit)
 TEST_F(TKSliderHoldTest, AWholeNumberSliderMovesByOneAtLeast)
 {
     int32_t field = 5;
-    SliderVars slider;
-    TKCreateSlider(&slider,
-                   {.label = "Count",
-                    .objectName = "count",
-                    .offset = 0,
-                    .low = -10,
-                    .high = 10,
-                    .entryLow = -20,
-                    .entryHigh = 20,
-                    .neutral = 0,
-                    .flags = 0},
-                   &field, 0, nullptr, tkSectionNone);
+    SliderVars slider = WholeNumberSlider(&field);
     (void)TKSliderKey(session_, &slider, kTKKeyUp, bpShiftKey);
     EXPECT_EQ(field, 6);
     (void)TKSliderKey(session_, &slider, kTKKeyPageDown, 0);

@@ -281,18 +281,7 @@ TEST_F(TKControlsTest, AThumbStandsAtThePixelThatBroughtItThere)
 TEST_F(TKControlsTest, WholeNumberSlidersHaveNoDecimals)
 {
     int32_t field = 5;
-    SliderVars slider;
-    TKCreateSlider(&slider,
-                   {.label = "Count",
-                    .objectName = "count",
-                    .offset = 0,
-                    .low = -10,
-                    .high = 10,
-                    .entryLow = -20,
-                    .entryHigh = 20,
-                    .neutral = 0,
-                    .flags = 0},
-                   &field, 0, nullptr, tkSectionNone);
+    SliderVars slider = WholeNumberSlider(&field);
     EXPECT_STREQ(slider.valueText, "5");
     EXPECT_EQ(slider.trackMax, 10);
     (void)TKSliderDrag(session_, &slider, 7);
