@@ -1,6 +1,8 @@
 // The displays beside ffmpeg's filters, which are what a user would watch instead: waveform, vectorscope and histogram
 // of the same picture. Candidates take turns; the figures are medians of processor time, in milliseconds, as rows of a Markdown table.
 //
+// Arguments are names of displays; without any, all take part.
+//
 // A filter gets its own pixel formats and makes a picture of its own size; ours draws background, graticule, texts as
 // boxes and trace. Conversion into a filter's format is not counted.
 #include "src/TincturaUIDispCombo.h"
@@ -14,6 +16,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -206,12 +209,21 @@ constexpr Setting kSettings[] = {
     {"Combo of four", 0, false},
 };
 
-void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const ScopeLetters& letters)
+/// Displays asked for by name; none: all.
+bool IsWanted(const Setting& setting, std::span<char*> names)
+{
+    return names.empty() || std::any_of(names.begin(), names.end(),
+                                        [&](const char* name) { return std::strcmp(name, setting.name) == 0; });
+}
+
+void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const ScopeLetters& letters,
+         std::span<char*> names)
 {
     ScopeSurface target;
     if (ScopeSurfaceCreate(pane.width, pane.height, &target) != bpNoErr) return;
     const ScopeRect whole = ScopeBoundsOf(target);
     for (const Setting& setting : kSettings) {
+        if (!IsWanted(setting, names)) continue;
         ScopeContext fast = ScopeDefaultContext();
         fast.settings.videoSystem = 3;
         fast.settings.wfmColor = setting.pictureColor ? 1 : 0;
@@ -247,8 +259,9 @@ void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const 
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    const std::span<char*> names(argv + 1, static_cast<size_t>(std::max(argc, 1) - 1));
     BPSetLogSink([](void*, const char*, size_t) {}, nullptr);
     std::printf("| display | picture | pane | fast, ms | readable, ms | ffmpeg, ms | times ffmpeg |\n"
                 "|---|---|---|---:|---:|---:|---:|\n");
@@ -257,7 +270,7 @@ int main()
         ScopeSurface picture;
         if (ScopeSurfaceCreate(size.width, size.height, &picture) != bpNoErr) return 1;
         FillScene(picture);
-        for (const Size& pane : kPanes) Run(size, pane, picture, letters);
+        for (const Size& pane : kPanes) Run(size, pane, picture, letters, names);
         ScopeSurfaceDispose(&picture);
     }
     return 0;

@@ -37,6 +37,8 @@ void RunCommand(MPTask* task)
                                          task->width, task->height, task->pixelFormat);
         break;
     case mpMedia:
+        if (task->each) task->each(task->eachContext, task->taskIndex);
+        break;
     case mpNothing:
     case mpLeave: break;
     }
@@ -150,6 +152,19 @@ void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks)
 {
     if (!tasks) return;
     RunAll(taskCount, tasks, mpDiagnostic, [=](MPTask* task, uint32_t) { task->argument = argument; });
+}
+
+void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks)
+{
+    if (!tasks || taskCount < 2) {
+        for (uint32_t i = 0; i < taskCount; ++i) each(context, i);
+        return;
+    }
+    RunAll(taskCount, tasks, mpMedia, [=](MPTask* task, uint32_t) {
+        task->each = each;
+        task->eachContext = context;
+    });
+    for (uint32_t i = 0; i < taskCount; ++i) tasks[i].each = nullptr;
 }
 
 void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* destination, const OCSettings* settings,

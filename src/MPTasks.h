@@ -19,7 +19,7 @@ enum MPCommand : uint32_t {
     mpTransferAlpha = 7,
     mpLeave = 8, ///< every unknown code too
     mpApplyLUT = 9,
-    mpMedia = 10,
+    mpMedia = 10, ///< a function that the slot names: whatever is no operation on frames
     mpNothing = 11,
 };
 
@@ -41,6 +41,8 @@ struct MPTask {
     uint32_t pixelRowBytes, pixelPlaneBytes, width, height;
     FBPixelFormat pixelFormat;
     const uint8_t* table;
+    void (*each)(void* context, uint32_t index); ///< command 10; null: nothing to do
+    void* eachContext;
 };
 
 /// Processors of the machine; the number that the splash shows.
@@ -58,6 +60,10 @@ void MPDisposeTasks(uint32_t count, MPTask** tasks);
 
 /// Hands `argument` to every worker, which logs it.
 void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks);
+
+/// Runs `each(context, index)` for every index below taskCount, each on a worker of its own; without workers (tasks
+/// null) one after the other on the calling thread.   Thread: main.
+void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks);
 
 // The dispatchers: the operation's own arguments, then the pool. A frame of at most taskCount rows, or below 8, runs on
 // the calling thread. Thread: main.

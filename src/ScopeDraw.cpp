@@ -41,11 +41,13 @@ void Fill(const ScopePort& port, const ScopeRect& limits, int32_t top, int32_t l
     right = std::min<int32_t>(right, limits.right);
     if (top >= bottom || left >= right) return;
     const uint32_t word = ScopeWordOf(port.color);
-    for (int32_t row = top; row < bottom; ++row) {
-        uint8_t* pixel =
-            port.surface->pixels + static_cast<size_t>(row) * port.surface->rowBytes + static_cast<size_t>(left) * 4;
-        for (int32_t column = left; column < right; ++column, pixel += 4) std::memcpy(pixel, &word, sizeof word);
-    }
+    const auto rowAt = [&](int32_t row) {
+        return port.surface->pixels + static_cast<size_t>(row) * port.surface->rowBytes + static_cast<size_t>(left) * 4;
+    };
+    uint8_t* pixel = rowAt(top);
+    for (int32_t column = left; column < right; ++column, pixel += 4) std::memcpy(pixel, &word, sizeof word);
+    for (int32_t row = top + 1; row < bottom; ++row)
+        std::memcpy(rowAt(row), rowAt(top), static_cast<size_t>(right - left) * 4);
 }
 
 ScopeMark MarkOf(const ScopePort& port, ScopeMarkKind kind, int32_t x0, int32_t y0, int32_t x1, int32_t y1)

@@ -197,7 +197,8 @@ HistogramLayout HistogramLayoutOf(const ScopeRect& rect, bool showStats, const S
 
 /// Counts the samples of a surface: of a picture wider than 720 pixels the left half, of one with more than 576 lines
 /// every second one. Luma by the table last asked for. Adds to what the arrays hold; an unknown bin count adds nothing.
-void AccumulateHistograms(const ScopeSurface& source, const HistogramSet& set);
+/// The lines are shared by the tasks (null: none).   Thread: main.
+void AccumulateHistograms(const ScopeSurface& source, const HistogramSet& set, uint32_t taskCount, MPTask* tasks);
 void AccumulateHistogramsScalar(const ScopeSurface& source, const HistogramSet& set);
 
 /// Pixels for each count: a bin with 2 percent of the samples reaches the top.

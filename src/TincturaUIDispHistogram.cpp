@@ -60,6 +60,48 @@ Sampling SamplingOf(const ScopeSurface& source)
             .lineStep = source.height > kManyLines ? 2u : 1u};
 }
 
+/// How often each level was seen. Neighbours count apart: equal ones do not wait for each other.
+constexpr uint32_t kApart = 4;
+struct Levels {
+    uint32_t count[4][kApart][256]; ///< luma, red, green, blue
+};
+
+/// Levels are counted and then spread over the bins. Workers share the lines and have counts of their own.
+struct Tally {
+    const ScopeSurface& source;
+    Sampling sampling;
+    Levels* levels; ///< of each task
+    uint32_t taskCount;
+};
+
+/// The lines of one task.
+void CountTask(void* context, uint32_t index)
+{
+    const Tally& work = *static_cast<const Tally*>(context);
+    auto& counts = work.levels[index].count;
+    uint8_t luma[kOCLumaTableBytes]; // a copy of our own: no count changes it
+    std::memcpy(luma, GetCurrentLumaTable(), sizeof luma);
+    const uint32_t columns = work.sampling.columns;
+    const uint64_t lines = (uint64_t{work.source.height} + work.sampling.lineStep - 1) / work.sampling.lineStep;
+    const uint64_t end = lines * (index + 1) / work.taskCount;
+    for (uint64_t line = lines * index / work.taskCount; line < end; ++line) {
+        const uint8_t* pixel = work.source.pixels + line * work.sampling.lineStep * work.source.rowBytes;
+        const auto count = [&](uint32_t apart) {
+            uint32_t word;
+            std::memcpy(&word, pixel + 4 * apart, sizeof word);
+            const uint32_t red = word >> 8 & 255, green = word >> 16 & 255, blue = word >> 24;
+            ++counts[0][apart][uint32_t{luma[red]} + luma[256 + green] + luma[512 + blue]];
+            ++counts[1][apart][red];
+            ++counts[2][apart][green];
+            ++counts[3][apart][blue];
+        };
+        uint32_t column = 0;
+        for (; column + kApart <= columns; column += kApart, pixel += 4 * kApart)
+            for (uint32_t apart = 0; apart < kApart; ++apart) count(apart);
+        for (; column < columns; ++column, pixel += 4) count(0);
+    }
+}
+
 void SelectFont(ScopePort* port, int32_t size)
 {
     ScopeSelectFamily(port, "Arial", "Geneva");
@@ -163,38 +205,26 @@ void AccumulateHistogramsScalar(const ScopeSurface& source, const HistogramSet& 
     }
 }
 
-void AccumulateHistograms(const ScopeSurface& source, const HistogramSet& set)
+void AccumulateHistograms(const ScopeSurface& source, const HistogramSet& set, uint32_t taskCount, MPTask* tasks)
 {
     if (!source.pixels || !IsBinCount(set.binCount)) return;
-    // Levels are counted and then spread over the bins. Neighbours count apart: equal ones do not wait for each other.
-    static constexpr uint32_t kApart = 4;
-    uint32_t counts[4][kApart][256] = {};
-    uint8_t luma[kOCLumaTableBytes]; // a copy of our own: no count changes it
-    std::memcpy(luma, GetCurrentLumaTable(), sizeof luma);
-    const Sampling sampling = SamplingOf(source);
-    for (uint32_t row = 0; row < source.height; row += sampling.lineStep) {
-        const uint8_t* pixel = source.pixels + size_t{row} * source.rowBytes;
-        const auto count = [&](uint32_t apart) {
-            uint32_t word;
-            std::memcpy(&word, pixel + 4 * apart, sizeof word);
-            const uint32_t red = word >> 8 & 255, green = word >> 16 & 255, blue = word >> 24;
-            ++counts[0][apart][uint32_t{luma[red]} + luma[256 + green] + luma[512 + blue]];
-            ++counts[1][apart][red];
-            ++counts[2][apart][green];
-            ++counts[3][apart][blue];
-        };
-        uint32_t column = 0;
-        for (; column + kApart <= sampling.columns; column += kApart, pixel += 4 * kApart)
-            for (uint32_t apart = 0; apart < kApart; ++apart) count(apart);
-        for (; column < sampling.columns; ++column, pixel += 4) count(0);
+    const uint32_t count = tasks ? std::max(taskCount, 1u) : 1;
+    Tally work = {.source = source, .sampling = SamplingOf(source), .levels = nullptr, .taskCount = count};
+    work.levels = static_cast<Levels*>(BPAllocate(sizeof(Levels) * count));
+    if (!work.levels) {
+        AccumulateHistogramsScalar(source, set);
+        return;
     }
+    MPRunEach(CountTask, &work, count, tasks);
     uint32_t* const bins[4] = {set.lumaBins, set.redBins, set.greenBins, set.blueBins};
     for (uint32_t i = 0; i < 4; ++i)
         for (uint32_t level = 0; level < 256; ++level) {
             uint32_t sum = 0;
-            for (uint32_t apart = 0; apart < kApart; ++apart) sum += counts[i][apart][level];
+            for (uint32_t task = 0; task < count; ++task)
+                for (uint32_t apart = 0; apart < kApart; ++apart) sum += work.levels[task].count[i][apart][level];
             Add(bins[i], set.binCount, level, sum);
         }
+    BPFree(work.levels);
 }
 
 HistogramStatistics HistogramStatisticsOf(const uint32_t* bins, uint32_t binCount)
@@ -273,7 +303,7 @@ void DrawHistograms(ScopeSurface* target, const ScopeRect* rect, const ScopeSurf
     if (context.readable)
         AccumulateHistogramsScalar(*source, set);
     else
-        AccumulateHistograms(*source, set);
+        AccumulateHistograms(*source, set, context.taskCount, context.tasks);
     const ScopeColor colors[4] = {palette.luma, palette.red, palette.green, palette.blue};
     SelectFont(&port, layout.textSize);
     for (int32_t i = 0; i < 4; ++i) {

@@ -3,8 +3,8 @@
 // Clamped sums do not depend on their order, and a sample's rows depend on its code alone. So samples are counted: a
 // chunk of columns at a time, codes by columns, small enough for the cache. Then each code lights its two rows once,
 // count times the increment. Where a sample carries a colour of its own, or the chroma envelope makes the order matter,
-// the samples go one by one with everything that repeats taken from tables.
-#include "src/TincturaUIDispWaveform.h"
+// the samples go one by one (TincturaUIDispSamples.cpp). Columns know nothing of each other, so workers share them.
+#include "src/TincturaUIDispSamples.h"
 
 #include "src/platform/BPMemory.h"
 
@@ -18,10 +18,7 @@ void WaveformLight(uint8_t* pixels, const uint16_t* counts, size_t count, const 
 namespace {
 
 constexpr int64_t kChunk = 64;        // columns counted together
-constexpr int64_t kTile = 16;         // columns whose rows lie side by side
 constexpr int64_t kMostLines = 65535; // that a count can hold
-constexpr uint8_t kPictureCeiling = 235;
-constexpr uint8_t kEnvelopeBelow = 0x60;
 constexpr int64_t kCbFactor = 0x8FDC, kCrFactor = 0xB699;
 constexpr int64_t kChromaCenter = 127;
 
@@ -83,63 +80,73 @@ uint32_t WordAt(const uint8_t* address)
     return word;
 }
 
-/// Runs `use(column of the chunk, word)` over the samples of some lines, while the line after the next comes into the
+/// Runs `use(words, luma codes)` over the chunk's samples of some lines, while the line after the next comes into the
 /// cache.
-template <class Use>
-void ForSamples(const WaveformTrace& t, const Chunk& chunk, int64_t firstLine, int64_t endLine, Use use)
+template <bool kLuma, class Use>
+void ForLines(const WaveformTrace& t, const Chunk& chunk, const WaveformLumaFactors& factors, int64_t firstLine,
+              int64_t endLine, Use use)
 {
     constexpr int64_t kAhead = 2, kCacheLine = 64;
     const int64_t firstByte = chunk.offset[0], lastByte = chunk.offset[chunk.count - 1];
+    uint32_t words[kChunk] = {}, turned[kChunk] = {};
+    uint16_t luma[kChunk] = {};
     for (int64_t line = firstLine; line < endLine; line += t.lines.step) {
         const uint8_t* pixels = t.source + line * t.sourceRowBytes;
         if (const int64_t next = line + kAhead * t.lines.step; next < endLine) {
             const uint8_t* ahead = t.source + next * t.sourceRowBytes;
             for (int64_t byte = firstByte; byte <= lastByte; byte += kCacheLine) __builtin_prefetch(ahead + byte);
         }
-        for (int64_t c = 0; c < chunk.count; ++c) use(c, WordAt(pixels + chunk.offset[c]));
+        for (int64_t c = 0; c < chunk.count; ++c) words[c] = WordAt(pixels + chunk.offset[c]);
+        if (kLuma && !t.alphaFirst)
+            for (int64_t c = 0; c < chunk.count; ++c) turned[c] = __builtin_bswap32(words[c]);
+        if (kLuma)
+            WaveformLumaOfPixels(reinterpret_cast<const uint8_t*>(t.alphaFirst ? words : turned), kChunk, factors,
+                                 luma);
+        use(words, luma);
     }
 }
 
 /// Counts the samples of lines [firstLine, endLine).
-void Count(const WaveformTrace& t, Chunk* chunk, int64_t firstLine, int64_t endLine)
+void Count(const WaveformTrace& t, Chunk* chunk, const WaveformLumaFactors& factors, int64_t firstLine, int64_t endLine)
 {
     const Bytes at = BytesOf(t);
-    const uint8_t* luma = t.luma;
+    const int64_t columns = chunk->count;
     auto& counts = chunk->counts;
-    const auto lumaOf = [=](uint32_t word) {
-        return uint32_t{luma[word >> at.red & 255]} + luma[256 + (word >> at.green & 255)] +
-               luma[512 + (word >> at.blue & 255)];
+    const auto countChannels = [&](int first, const uint32_t* words) {
+        for (int64_t c = 0; c < columns; ++c) {
+            ++counts[first][(words[c] >> at.red & 255) * kChunk + c];
+            ++counts[first + 1][(words[c] >> at.green & 255) * kChunk + c];
+            ++counts[first + 2][(words[c] >> at.blue & 255) * kChunk + c];
+        }
+    };
+    const auto countLuma = [&](const uint16_t* luma) {
+        for (int64_t c = 0; c < columns; ++c) ++counts[0][luma[c] * kChunk + c];
     };
     switch (t.mode) {
     case waveformSingle:
-        ForSamples(t, *chunk, firstLine, endLine,
-                   [&](int64_t c, uint32_t word) { ++counts[0][lumaOf(word) * kChunk + c]; });
+        ForLines<true>(t, *chunk, factors, firstLine, endLine,
+                       [&](const uint32_t*, const uint16_t* luma) { countLuma(luma); });
         break;
     case waveformYCbCr:
-        ForSamples(t, *chunk, firstLine, endLine, [&](int64_t c, uint32_t word) {
-            const int64_t y = lumaOf(word);
-            const int64_t cb = ((int64_t{word & 255} - y) * kCbFactor >> 16) + kChromaCenter + kChromaShift;
-            const int64_t cr = ((int64_t{word >> 16 & 255} - y) * kCrFactor >> 16) + kChromaCenter + kChromaShift;
-            ++counts[0][y * kChunk + c];
-            ++counts[1][cb * kChunk + c];
-            ++counts[2][cr * kChunk + c];
+        ForLines<true>(t, *chunk, factors, firstLine, endLine, [&](const uint32_t* words, const uint16_t* luma) {
+            countLuma(luma);
+            for (int64_t c = 0; c < columns; ++c) {
+                const int64_t y = luma[c], cb = words[c] & 255, cr = words[c] >> 16 & 255;
+                ++counts[1][(((cb - y) * kCbFactor >> 16) + kChromaCenter + kChromaShift) * kChunk + c];
+                ++counts[2][(((cr - y) * kCrFactor >> 16) + kChromaCenter + kChromaShift) * kChunk + c];
+            }
         });
         break;
     case waveformRGB:
     case waveformGBR:
     case waveformOverlay:
-        ForSamples(t, *chunk, firstLine, endLine, [&](int64_t c, uint32_t word) {
-            ++counts[0][(word >> at.red & 255) * kChunk + c];
-            ++counts[1][(word >> at.green & 255) * kChunk + c];
-            ++counts[2][(word >> at.blue & 255) * kChunk + c];
-        });
+        ForLines<false>(t, *chunk, factors, firstLine, endLine,
+                        [&](const uint32_t* words, const uint16_t*) { countChannels(0, words); });
         break;
     case waveformYRGB:
-        ForSamples(t, *chunk, firstLine, endLine, [&](int64_t c, uint32_t word) {
-            ++counts[0][lumaOf(word) * kChunk + c];
-            ++counts[1][(word >> at.red & 255) * kChunk + c];
-            ++counts[2][(word >> at.green & 255) * kChunk + c];
-            ++counts[3][(word >> at.blue & 255) * kChunk + c];
+        ForLines<true>(t, *chunk, factors, firstLine, endLine, [&](const uint32_t* words, const uint16_t* luma) {
+            countLuma(luma);
+            countChannels(1, words);
         });
         break;
     default: break;
@@ -187,165 +194,6 @@ void Resolve(const WaveformTrace& t, Chunk* chunk, const Plane& plane, uint16_t*
     }
 }
 
-/// The columns of a chunk, turned: each column's rows lie side by side, from the clip's top to its bottom. What goes
-/// sample by sample works here, in the cache.
-struct Tile {
-    uint32_t* words;
-    int64_t height;           ///< rows of the clip
-    int64_t left, first, end; ///< target columns: of the chunk's first, and those inside the clip
-
-    uint32_t* ColumnAt(int64_t x) const { return words + (x - left) * height; }
-};
-
-enum class Way { in, out };
-
-/// Copies the target's part of a tile in or out, a few rows at a time.
-void Move(const WaveformTrace& t, const Tile& tile, Way way)
-{
-    for (int64_t row = 0; row < tile.height; ++row) {
-        uint8_t* pixel = t.target.pixels + (row + t.clip.top) * t.target.rowBytes + tile.first * 4;
-        uint32_t* word = tile.ColumnAt(tile.first) + row;
-        for (int64_t x = tile.first; x < tile.end; ++x, pixel += 4, word += tile.height) {
-            if (way == Way::in)
-                std::memcpy(word, pixel, sizeof *word);
-            else
-                std::memcpy(pixel, word, sizeof *word);
-        }
-    }
-}
-
-/// A pixel's word with light added.
-uint32_t Lit(uint32_t word, const WaveformInk& ink, uint32_t weight)
-{
-    const auto channel = [&](int i, uint32_t shift) {
-        const uint32_t sum = (word >> shift & 255) + (weight * ink.increment[i] >> 16);
-        return std::min<uint32_t>(sum, ink.ceiling[i]) << shift;
-    };
-    return 0xFFu | channel(0, 8) | channel(1, 16) | channel(2, 24);
-}
-
-WaveformInk PictureInk(uint32_t red, uint32_t green, uint32_t blue)
-{
-    return {{static_cast<uint8_t>(red >> 1), static_cast<uint8_t>(green >> 1), static_cast<uint8_t>(blue >> 1)},
-            {kPictureCeiling, kPictureCeiling, kPictureCeiling}};
-}
-
-/// The luma trace in the picture's colours.
-void PlotPicture(const WaveformTrace& t, const Chunk& chunk, const Tile& tile, const Landing landings[256])
-{
-    const Bytes at = BytesOf(t);
-    const int64_t top = t.clip.top;
-    ForSamples(t, chunk, t.lines.first, t.lines.end, [&](int64_t c, uint32_t word) {
-        const int64_t x = tile.left + c;
-        if (x < tile.first || x >= tile.end) return;
-        const uint32_t red = word >> at.red & 255, green = word >> at.green & 255, blue = word >> at.blue & 255;
-        const Landing& landing = landings[t.luma[red] + t.luma[256 + green] + t.luma[512 + blue]];
-        if (landing.row == kNowhere) return;
-        const WaveformInk ink = PictureInk(red, green, blue);
-        uint32_t* pixel = tile.ColumnAt(x) + (landing.row - top);
-        if (landing.row < t.clip.bottom) *pixel = Lit(*pixel, ink, 0x10000 - landing.fraction);
-        if (landing.fraction != 0 && landing.row > top) pixel[-1] = Lit(pixel[-1], ink, landing.fraction);
-    });
-}
-
-/// One column of the Y/C display. Rows [cleanTop, cleanBottom] need no paint: each belongs to the trace or has the
-/// envelope's colour already. So a line paints only what no line before it has, and what it has just plotted. Rows
-/// count from the clip's top.
-struct EnvelopeColumn {
-    uint32_t* rows;
-    int64_t cleanTop, cleanBottom; ///< nothing when top is above bottom
-};
-
-struct EnvelopeTrace {
-    const WaveformTrace& t;
-    Landing landing[256];
-
-    void Paint(const EnvelopeColumn& column, int64_t top, int64_t bottom) const
-    {
-        for (int64_t row = top; row <= bottom; ++row)
-            if ((column.rows[row] >> 8 & 255) < kEnvelopeBelow) column.rows[row] = t.envelopeWord;
-    }
-
-    /// A row was plotted and stays as it is: it is clean no more.
-    static void Soil(EnvelopeColumn* column, int64_t row)
-    {
-        if (row < column->cleanTop || row > column->cleanBottom) return;
-        if (row - column->cleanTop > column->cleanBottom - row)
-            column->cleanBottom = row - 1;
-        else
-            column->cleanTop = row + 1;
-    }
-
-    void Fill(EnvelopeColumn* column, int64_t top, int64_t bottom) const
-    {
-        const bool isEmpty = column->cleanTop > column->cleanBottom;
-        if (isEmpty || bottom < column->cleanTop - 1 || top > column->cleanBottom + 1) {
-            Paint(*column, top, bottom);
-            column->cleanTop = top;
-            column->cleanBottom = bottom;
-            return;
-        }
-        Paint(*column, top, std::min(bottom, column->cleanTop - 1));
-        Paint(*column, std::max(top, column->cleanBottom + 1), bottom);
-        column->cleanTop = std::min(top, column->cleanTop);
-        column->cleanBottom = std::max(bottom, column->cleanBottom);
-    }
-
-    int32_t MagnitudeOf(uint32_t red, uint32_t green, uint32_t blue) const
-    {
-        const int32_t* c = t.chroma;
-        const int32_t by = c[512 + blue] - c[256 + green] - c[red];
-        const int32_t ry = c[768 + red] - c[1280 + blue] - c[1024 + green];
-        const int32_t a = std::min((std::abs(by) + 0x8000) >> 16, kChromaMagnitudeSide - 1);
-        const int32_t b = std::min((std::abs(ry) + 0x8000) >> 16, kChromaMagnitudeSide - 1);
-        return t.magnitude[a * kChromaMagnitudeSide + b];
-    }
-
-    void Plot(EnvelopeColumn* column, uint32_t red, uint32_t green, uint32_t blue) const
-    {
-        const int64_t y = t.luma[red] + t.luma[256 + green] + t.luma[512 + blue];
-        const int32_t magnitude = MagnitudeOf(red, green, blue);
-        const int64_t level = y + t.codeOffset;
-        const int64_t high = std::min(level + magnitude, t.maxCode), low = std::max<int64_t>(level - magnitude, 0);
-        const int64_t last = t.clip.bottom - t.clip.top - 1;
-        const int64_t top = std::max<int64_t>(t.bottomRow - t.clip.top - (high * t.pixelsPerCode >> 16), 0);
-        const int64_t bottom = std::min<int64_t>(t.bottomRow - t.clip.top - (low * t.pixelsPerCode >> 16), last);
-        const bool fills = magnitude != 0 && top <= bottom;
-
-        const WaveformInk ink = t.pictureColor ? PictureInk(red, green, blue) : t.panelInk[0];
-        const Landing& at = landing[y];
-        const int64_t lower = at.row - t.clip.top;
-        const auto light = [&](int64_t row, uint32_t weight) {
-            if (row < 0 || row > last) return;
-            uint32_t word = Lit(column->rows[row], ink, weight);
-            if (fills && row >= top && row <= bottom) {
-                // What this line's envelope would do to it; the other row's light does not reach here.
-                if ((word >> 8 & 255) < kEnvelopeBelow) word = t.envelopeWord;
-            } else {
-                Soil(column, row);
-            }
-            column->rows[row] = word;
-        };
-        light(lower, 0x10000 - at.fraction);
-        if (at.fraction != 0) light(lower - 1, at.fraction);
-        if (fills) Fill(column, top, bottom);
-    }
-};
-
-void PlotEnvelope(const EnvelopeTrace& e, const Chunk& chunk, const Tile& tile)
-{
-    const WaveformTrace& t = e.t;
-    const Bytes at = BytesOf(t);
-    EnvelopeColumn columns[kChunk];
-    for (int64_t c = 0; c < chunk.count; ++c)
-        columns[c] = {.rows = tile.words + c * tile.height, .cleanTop = 1, .cleanBottom = 0};
-    ForSamples(t, chunk, t.lines.first, t.lines.end, [&](int64_t c, uint32_t word) {
-        const int64_t x = tile.left + c;
-        if (x < tile.first || x >= tile.end) return;
-        e.Plot(&columns[c], word >> at.red & 255, word >> at.green & 255, word >> at.blue & 255);
-    });
-}
-
 /// The counted traces of a mode.
 int32_t PlanesOf(const WaveformTrace& t, Plane planes[kWaveformPanelLimit])
 {
@@ -367,13 +215,28 @@ int32_t PlanesOf(const WaveformTrace& t, Plane planes[kWaveformPanelLimit])
     return count;
 }
 
-void CountAndLight(const WaveformTrace& t, Chunk* chunk, const Plane* planes, int32_t planeCount)
+/// What a draw needs; each worker has a chunk and a tile of its own.
+struct Work {
+    const WaveformTrace& t;
+    Plane planes[kWaveformPanelLimit];
+    int32_t planeCount;
+    bool bySamples; ///< the luma panel
+    WaveformLumaFactors factors;
+    WaveformSamples* samples;
+    Chunk* chunks;
+    uint8_t* tiles;
+    size_t tileBytes;
+    uint32_t taskCount;
+};
+
+void CountAndLight(const Work& work, Chunk* chunk)
 {
-    const bool lumaApart = t.pictureColor && (t.mode == waveformSingle || t.mode == waveformYCbCr);
+    const WaveformTrace& t = work.t;
     for (int64_t line = t.lines.first; line < t.lines.end; line += kMostLines * t.lines.step) {
-        Count(t, chunk, line, std::min(t.lines.end, line + kMostLines * t.lines.step));
-        if (lumaApart) std::memset(chunk->counts[0], 0, sizeof chunk->counts[0]);
-        for (int32_t i = lumaApart ? 1 : 0; i < planeCount; ++i) Resolve(t, chunk, planes[i], chunk->counts[i]);
+        Count(t, chunk, work.factors, line, std::min(t.lines.end, line + kMostLines * t.lines.step));
+        if (work.bySamples) std::memset(chunk->counts[0], 0, sizeof chunk->counts[0]);
+        for (int32_t i = work.bySamples ? 1 : 0; i < work.planeCount; ++i)
+            Resolve(t, chunk, work.planes[i], chunk->counts[i]);
     }
 }
 
@@ -397,53 +260,61 @@ void Place(const WaveformTrace& t, Chunk* chunk, int64_t first, int64_t width)
         chunk->offset[c] = static_cast<int32_t>(((first + c) * t.xStep >> 16) * 4);
 }
 
-/// The luma panel where samples go one by one. False without memory for the tile, with nothing drawn.
-bool DrawBySamples(const WaveformTrace& t, Chunk* chunk)
+/// The columns of one task: whole chunks, the last task the rest.
+void RunTask(void* context, uint32_t index)
 {
-    EnvelopeTrace envelope = {.t = t, .landing = {}};
-    for (int64_t code = 0; code < 256; ++code) envelope.landing[code] = LandingOf(t, code + t.codeOffset);
-    const int64_t height = ScopeHeightOf(t.clip);
-    auto* words = static_cast<uint32_t*>(BPAllocate(static_cast<size_t>(kTile * height) * sizeof(uint32_t)));
-    if (!words) return false;
-    for (int64_t first = 0; first < t.columnCount; first += kTile) {
-        Place(t, chunk, first, kTile);
-        const int64_t left = t.panelColumn[0] + first;
-        const Tile tile = {.words = words,
-                           .height = height,
-                           .left = left,
-                           .first = std::max<int64_t>(left, t.clip.left),
-                           .end = std::min<int64_t>(left + chunk->count, t.clip.right)};
-        if (tile.first >= tile.end) continue;
-        Move(t, tile, Way::in);
-        if (t.envelope)
-            PlotEnvelope(envelope, *chunk, tile);
-        else
-            PlotPicture(t, *chunk, tile, envelope.landing);
-        Move(t, tile, Way::out);
+    const Work& work = *static_cast<const Work*>(context);
+    const WaveformTrace& t = work.t;
+    const int64_t chunks = (t.columnCount + kChunk - 1) / kChunk;
+    const int64_t from = chunks * index / work.taskCount * kChunk;
+    const int64_t end = std::min(chunks * (index + 1) / work.taskCount * kChunk, t.columnCount);
+    if (work.bySamples) WaveformPlotSamples(t, *work.samples, from, end, work.tiles + work.tileBytes * index);
+    if (work.bySamples && t.mode == waveformSingle) return;
+    Chunk* chunk = work.chunks + index;
+    for (int64_t first = from; first < end; first += kChunk) {
+        Place(t, chunk, first, kChunk);
+        CountAndLight(work, chunk);
     }
-    BPFree(words);
-    return true;
+}
+
+/// Memory for a draw, from one request. False without it, or where the trace is not for these kernels.
+bool Prepare(Work* work, uint8_t** memory)
+{
+    const WaveformTrace& t = work->t;
+    work->planeCount = PlanesOf(t, work->planes);
+    const bool picture = t.pictureColor && (t.mode == waveformSingle || t.mode == waveformYCbCr);
+    work->bySamples = t.envelope || picture;
+    if (PanelsMeet(t, work->planes, work->planeCount) || !WaveformLumaFactorsOf(t.luma, &work->factors)) return false;
+    const size_t chunkBytes = (sizeof(Chunk) * work->taskCount + 63) / 64 * 64;
+    work->tileBytes = work->bySamples ? WaveformTileBytes(t) : 0;
+    const size_t samplesBytes = work->bySamples ? WaveformSamplesBytes() : 0;
+    *memory = static_cast<uint8_t*>(BPAllocate(chunkBytes + samplesBytes + work->tileBytes * work->taskCount));
+    if (!*memory) return false;
+    work->chunks = reinterpret_cast<Chunk*>(*memory);
+    work->samples = reinterpret_cast<WaveformSamples*>(*memory + chunkBytes);
+    work->tiles = *memory + chunkBytes + samplesBytes;
+    return !work->bySamples || WaveformSamplesOf(t, work->samples);
 }
 
 } // namespace
 
-void DrawWaveformTrace(const WaveformTrace& trace)
+void DrawWaveformTrace(const WaveformTrace& trace, uint32_t taskCount, MPTask* tasks)
 {
     const WaveformTrace t = trace; // a copy of our own: no store to the target changes it
-    const bool picture = t.pictureColor && (t.mode == waveformSingle || t.mode == waveformYCbCr);
-    const bool bySamples = t.envelope || picture;
-    Plane planes[kWaveformPanelLimit];
-    const int32_t planeCount = PlanesOf(t, planes);
-    auto* chunk = PanelsMeet(t, planes, planeCount) ? nullptr : static_cast<Chunk*>(BPAllocate(sizeof(Chunk)));
-    if (!chunk || (bySamples && !DrawBySamples(t, chunk))) {
-        BPFree(chunk);
+    Work work = {.t = t,
+                 .planes = {},
+                 .planeCount = 0,
+                 .bySamples = false,
+                 .factors = {},
+                 .samples = nullptr,
+                 .chunks = nullptr,
+                 .tiles = nullptr,
+                 .tileBytes = 0,
+                 .taskCount = tasks ? std::max(taskCount, 1u) : 1};
+    uint8_t* memory = nullptr;
+    if (Prepare(&work, &memory))
+        MPRunEach(RunTask, &work, work.taskCount, tasks);
+    else
         DrawWaveformTraceScalar(t);
-        return;
-    }
-    if (!bySamples || t.mode != waveformSingle)
-        for (int64_t first = 0; first < t.columnCount; first += kChunk) {
-            Place(t, chunk, first, kChunk);
-            CountAndLight(t, chunk, planes, planeCount);
-        }
-    BPFree(chunk);
+    BPFree(memory);
 }

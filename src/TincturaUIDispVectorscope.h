@@ -26,6 +26,8 @@ struct VectorscopeBar {
 /// The target of a bar, 0 to 5 in the order above, by the matrix of the parameters.
 VectorscopeBar VectorscopeBarOf(const VectorscopeParams& params, const VectorscopeScale& scale, int32_t bar);
 
+inline constexpr int32_t kVectorscopeRungs = 6;
+
 struct VectorscopeTrace {
     ScopeSurface target;
     ScopeRect clip; ///< inside the target and the scope
@@ -38,18 +40,22 @@ struct VectorscopeTrace {
     int64_t zoom, gainX, gainY;
     const uint8_t* gamma;
     const int32_t* chroma;
-    uint32_t rung[6]; ///< pixel words, brightest first
+    uint32_t rung[kVectorscopeRungs]; ///< pixel words, brightest first
 };
 
 /// What the trace of these parameters reads; false when there is none to draw.
 bool VectorscopeTraceOf(const VectorscopeParams& params, const ScopeRect& clip, VectorscopeTrace* trace);
 
 void DrawVectorscopeTraceScalar(const VectorscopeTrace& trace);
-/// The same bytes, faster.
-void DrawVectorscopeTrace(const VectorscopeTrace& trace);
+/// The same bytes, faster; the lines are shared by the tasks (null: none).   Thread: main.
+void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPTask* tasks);
 
-/// The word that replaces a pixel with this blue byte when it is hit.
-uint32_t VectorscopeRung(const VectorscopeTrace& trace, uint8_t blue);
+/// The rung that replaces a pixel with this blue byte when it is hit.
+int32_t VectorscopeRung(uint8_t blue);
+
+/// Spreads equal chroma over neighbouring pixels. Pairs: row, column.
+inline constexpr int64_t kVectorscopeJitter[14] = {0x2D73, 0x840C, 0x15D2, 0xCD96, 0x48AF, 0x133A, 0xD89D,
+                                                   0x386E, 0xACE6, 0xBAA9, 0x2D44, 0x87A8, 0x7996, 0xD0CA};
 
 /// Draws the graticule into the port, whose clip lies inside the scope; (left, top) is the scope's corner.
 void DrawVectorscopeGraticule(ScopePort* port, const VectorscopeParams& params, const VectorscopeScale& scale,

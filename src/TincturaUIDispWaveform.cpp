@@ -305,7 +305,7 @@ void DrawWaveformMonitor(const WaveformParams& params, const ScopeContext& conte
     if (context.readable)
         DrawWaveformTraceScalar(trace);
     else
-        DrawWaveformTrace(trace);
+        DrawWaveformTrace(trace, context.taskCount, context.tasks);
 }
 
 void DrawWaveformDisplay(ScopeSurface* target, const ScopeRect* rect, const ScopeSurface* source, int32_t display,

@@ -70,8 +70,8 @@ bool WaveformTraceOf(const WaveformParams& params, const ScopeRect& clip, Wavefo
 
 /// Sample by sample, as a monitor's beam goes.
 void DrawWaveformTraceScalar(const WaveformTrace& trace);
-/// The same bytes, faster.
-void DrawWaveformTrace(const WaveformTrace& trace);
+/// The same bytes, faster; the columns are shared by the tasks (null: none).   Thread: main.
+void DrawWaveformTrace(const WaveformTrace& trace, uint32_t taskCount, MPTask* tasks);
 
 /// The fast kernel's additive clamp by name of its instruction set, for tests: adds counts[i] times the increment to
 /// pixel i of `count` pixels where counts[i] is not 0, each channel up to its ceiling.

@@ -282,6 +282,26 @@ TEST(MPTasks, LUTsAndLumaRangesInBandsEqualThoseInOne)
     }
 }
 
+TEST(MPTasks, AFunctionRunsOnceForEachTaskAndIsForgotten)
+{
+    struct Seen {
+        uint32_t runs[5] = {};
+    };
+    const auto count = [](void* context, uint32_t index) { ++static_cast<Seen*>(context)->runs[index]; };
+    for (uint32_t tasks = 1; tasks <= 4; ++tasks) {
+        Pool pool(tasks);
+        Seen seen;
+        MPRunEach(count, &seen, pool.count, pool.tasks);
+        MPRunEach(count, &seen, pool.count, pool.tasks);
+        for (uint32_t i = 0; i < 5; ++i) EXPECT_EQ(seen.runs[i], i < pool.count ? 2u : 0u) << tasks << ", " << i;
+        for (uint32_t i = 0; pool.tasks && i < pool.count; ++i) EXPECT_EQ(pool.tasks[i].each, nullptr);
+    }
+    // Without workers every part runs on this thread.
+    Seen seen;
+    MPRunEach(count, &seen, 3, nullptr);
+    EXPECT_EQ(seen.runs[0] + seen.runs[1] + seen.runs[2], 3u);
+}
+
 TEST(MPTasks, CommandsWithoutWorkAreAnsweredAndUnknownOnesEndTheThread)
 {
     Pool pool(2);

@@ -1,5 +1,9 @@
 #include "tests/ScopesTest.h"
 
+#include "tests/ScopeBoxes.h"
+
+#include <hwy/targets.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -57,25 +61,9 @@ testing::AssertionResult SameSurface(const Surface& expected, const Surface& see
 
 Recorder::Recorder()
 {
-    letters = {
-        .context = this,
-        .hasFamily = [](void* context, const char* name) { return static_cast<Recorder*>(context)->family == name; },
-        .metrics =
-            [](void*, const ScopeFont& font) {
-                return ScopeFontMetrics{.ascent = font.size * 3 / 4, .descent = font.size / 4};
-            },
-        .width = [](void*, const ScopeFont& font,
-                    const char* text) { return static_cast<int32_t>(std::strlen(text)) * font.size / 2; },
-        .draw =
-            [](void*, const ScopeSurface& surface, const ScopeRect& clip, const ScopeFont& font, ScopeColor color,
-               int32_t x, int32_t baseline, const char* text) {
-                ScopeSurface copy = surface;
-                ScopePort port = ScopePortOn(&copy, nullptr);
-                port.clip = clip;
-                port.color = color;
-                const int32_t width = static_cast<int32_t>(std::strlen(text)) * font.size / 2;
-                ScopeFrameRect(&port, ScopeRectOf(baseline - font.size * 3 / 4, x, baseline, x + width));
-            }};
+    letters = ScopeBoxes<ScopeFrameRect>();
+    letters.context = this;
+    letters.hasFamily = [](void* context, const char* name) { return static_cast<Recorder*>(context)->family == name; };
     witness = {.context = this, .saw = [](void* context, const ScopeMark& mark) {
                    static_cast<Recorder*>(context)->marks.push_back({mark, mark.text ? mark.text : ""});
                }};
@@ -141,4 +129,54 @@ void FillScene(Surface* surface)
         if (y < height * 3 / 4) return Opaque(byte(ramp + noise), byte(128 + noise - ramp / 4), byte(255 - ramp));
         return Opaque(byte(180 + noise), byte(120 + noise), byte(90 + ramp / 8)); // skin
     });
+}
+
+int32_t Within(Random& random, int32_t low, int32_t high)
+{
+    return low + static_cast<int32_t>(random() % static_cast<uint32_t>(high - low + 1));
+}
+
+void FillAny(Surface* surface, Random& random)
+{
+    switch (random() % 5) {
+    case 0: surface->FillNoise(random); break;
+    case 1: {
+        const Surface::Pixel color = {static_cast<uint8_t>(random()), static_cast<uint8_t>(random()),
+                                      static_cast<uint8_t>(random()), static_cast<uint8_t>(random())};
+        surface->Fill([=](int32_t, int32_t) { return color; });
+        break;
+    }
+    case 2: FillBars(surface, static_cast<uint8_t>(random())); break;
+    case 3: FillScene(surface); break;
+    default:
+        surface->Fill([&](int32_t, int32_t) {
+            const auto grey = static_cast<uint8_t>(random() % 3 * 90);
+            return random() % 4 == 0 ? Opaque(grey, 10, 200) : Opaque(grey, grey, grey);
+        });
+    }
+}
+
+ScopeRect AnyBounds(Random& random, int32_t width, int32_t height)
+{
+    if (random() % 3 == 0) return ScopeRectOf(0, 0, height, width);
+    const int32_t left = Within(random, -40, width - 1), top = Within(random, -40, height - 1);
+    return ScopeRectOf(top, left, Within(random, top, height + 40), Within(random, left, width + 40));
+}
+
+void OnEveryInstructionSet(const std::function<void()>& check)
+{
+    const int64_t all = hwy::SupportedTargets();
+    int sets = 0;
+    for (int64_t bits = all; bits != 0; bits &= bits - 1) { // from the best down
+        SCOPED_TRACE(hwy::TargetName(bits & -bits));
+        hwy::SetSupportedTargetsForTest(bits);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        check();
+        ++sets;
+        if (testing::Test::HasFatalFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    EXPECT_GE(sets, 1);
+    EXPECT_EQ(hwy::SupportedTargets(), all);
 }

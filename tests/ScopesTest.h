@@ -73,3 +73,28 @@ void FillBars(Surface* surface, uint8_t level);
 
 /// A scene with ramps, saturated patches and noise, the same each time.
 void FillScene(Surface* surface);
+
+// Readable and fast kernels --------------------------------------------------------------------------------------------
+
+/// From low to high, both included.
+int32_t Within(Random& random, int32_t low, int32_t high);
+
+/// Noise, flat, bars, a scene, or few colours.
+void FillAny(Surface* surface, Random& random);
+
+/// A rectangle that reaches beyond a target of this size now and then; its top and left lie inside or before it.
+ScopeRect AnyBounds(Random& random, int32_t width, int32_t height);
+
+/// Runs `check` once for every instruction set of this machine, with that one as the best.
+void OnEveryInstructionSet(const std::function<void()>& check);
+
+/// A pool of workers, or one task on the calling thread.
+struct Workers {
+    explicit Workers(uint32_t wanted) { count = MPStartTaskCount(&tasks, wanted); }
+    ~Workers() { MPDisposeTasks(count, &tasks); }
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+
+    uint32_t count = 1;
+    MPTask* tasks = nullptr;
+};

@@ -48,7 +48,7 @@ TEST(HistogramBins, FollowTheirTable)
         for (const bool fast : {false, true}) {
             Counts counts(each.binCount);
             if (fast)
-                AccumulateHistograms(source, counts.set);
+                AccumulateHistograms(source, counts.set, 1, nullptr);
             else
                 AccumulateHistogramsScalar(source, counts.set);
             const auto check = [&](const std::vector<uint32_t>& bins, const std::vector<uint32_t>& hit) {
@@ -68,7 +68,7 @@ TEST(HistogramBins, OfAnUnknownCountStayAsTheyAre)
     Counts counts(1024);
     for (const uint32_t binCount : {0u, 1u, 255u, 1000u, 2048u}) {
         counts.set.binCount = binCount;
-        AccumulateHistograms(source, counts.set);
+        AccumulateHistograms(source, counts.set, 1, nullptr);
         AccumulateHistogramsScalar(source, counts.set);
         EXPECT_EQ(Sum(counts.luma), 0u);
     }
@@ -81,7 +81,7 @@ TEST(HistogramBins, MayBeMissing)
         Counts counts(256);
         counts.set.lumaBins = counts.set.blueBins = nullptr;
         if (fast)
-            AccumulateHistograms(source, counts.set);
+            AccumulateHistograms(source, counts.set, 1, nullptr);
         else
             AccumulateHistogramsScalar(source, counts.set);
         EXPECT_EQ(counts.red[0], 16u);
@@ -97,7 +97,7 @@ TEST(HistogramSampling, OfAPictureWiderThan720ReadsTheLeftHalf)
             return x < static_cast<int32_t>(width / 2) ? Opaque(10, 10, 10) : Opaque(250, 250, 250);
         });
         Counts counts(256);
-        AccumulateHistograms(source, counts.set);
+        AccumulateHistograms(source, counts.set, 1, nullptr);
         EXPECT_EQ(counts.red[10], 720u) << width;
         EXPECT_EQ(counts.red[250], width == 720 ? 720u : 0u);
     }
@@ -109,7 +109,7 @@ TEST(HistogramSampling, OfAPictureHigherThan576ReadsEverySecondLine)
         Surface source(2, height);
         source.Fill([](int32_t, int32_t y) { return y % 2 == 0 ? Opaque(10, 10, 10) : Opaque(250, 250, 250); });
         Counts counts(256);
-        AccumulateHistograms(source, counts.set);
+        AccumulateHistograms(source, counts.set, 1, nullptr);
         EXPECT_EQ(counts.red[10], height == 576 ? 576u : 578u);
         EXPECT_EQ(counts.red[250], height == 576 ? 576u : 0u);
     }
@@ -122,7 +122,7 @@ TEST(HistogramSampling, TakesTheLumaTableLastAskedFor)
     for (const auto& [matrix, luma] : {std::pair{0, 76u}, {1, 54u}, {2, 54u}}) {
         GetLumaTable(matrix);
         Counts counts(256);
-        AccumulateHistograms(source, counts.set);
+        AccumulateHistograms(source, counts.set, 1, nullptr);
         EXPECT_EQ(counts.luma[luma], 1u) << matrix;
     }
 }

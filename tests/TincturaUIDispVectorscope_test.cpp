@@ -70,7 +70,7 @@ Place PlaceOf(Scope* scope, Surface::Pixel color)
     scope->params.flags |= vectorscopeTrace;
     VectorscopeTrace trace;
     EXPECT_TRUE(VectorscopeTraceOf(scope->params, scope->bounds, &trace));
-    DrawVectorscopeTrace(trace);
+    DrawVectorscopeTrace(trace, 1, nullptr);
     const VectorscopeScale s = scope->Scale();
     Place place = {};
     for (int32_t y = 0; y < 480; ++y)
@@ -292,7 +292,7 @@ TEST(VectorscopeTrace, OfGreyHitsTheCentreAloneAndClimbsToTheTop)
         s.params.flags |= vectorscopeTrace;
         VectorscopeTrace trace;
         ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-        DrawVectorscopeTrace(trace);
+        DrawVectorscopeTrace(trace, 1, nullptr);
         int32_t hits = 0;
         for (int32_t y = 0; y < 480; ++y)
             for (int32_t x = 0; x < 640; ++x) {
@@ -325,7 +325,7 @@ TEST(VectorscopeTrace, ClimbsOneRungAHit)
             VectorscopeTrace trace;
             ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
             if (fast)
-                DrawVectorscopeTrace(trace);
+                DrawVectorscopeTrace(trace, 1, nullptr);
             else
                 DrawVectorscopeTraceScalar(trace);
             // Jitter 0x2D73 and 0x840C: down by none, right by one.
@@ -336,19 +336,15 @@ TEST(VectorscopeTrace, ClimbsOneRungAHit)
 
 TEST(VectorscopeTrace, BeginsOnTheGraticuleAsOnBlack)
 {
-    Scope s;
-    s.params.target = nullptr;
-    VectorscopeTrace trace = {};
-    for (uint32_t i = 0; i < 6; ++i) trace.rung[i] = i;
-    EXPECT_EQ(VectorscopeRung(trace, 0), 5u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x18), 5u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x19), 4u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x35), 3u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x4E), 2u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x6A), 1u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x83), 1u);
-    EXPECT_EQ(VectorscopeRung(trace, 0x84), 0u);
-    EXPECT_EQ(VectorscopeRung(trace, 0xFF), 0u);
+    EXPECT_EQ(VectorscopeRung(0), 5);
+    EXPECT_EQ(VectorscopeRung(0x18), 5);
+    EXPECT_EQ(VectorscopeRung(0x19), 4);
+    EXPECT_EQ(VectorscopeRung(0x35), 3);
+    EXPECT_EQ(VectorscopeRung(0x4E), 2);
+    EXPECT_EQ(VectorscopeRung(0x6A), 1);
+    EXPECT_EQ(VectorscopeRung(0x83), 1);
+    EXPECT_EQ(VectorscopeRung(0x84), 0);
+    EXPECT_EQ(VectorscopeRung(0xFF), 0);
 }
 
 TEST(VectorscopeTrace, KeepsTheThresholdsOfTheLadderWhenItIsMuted)
@@ -365,7 +361,7 @@ TEST(VectorscopeTrace, KeepsTheThresholdsOfTheLadderWhenItIsMuted)
     s.params.flags |= vectorscopeTrace;
     VectorscopeTrace trace;
     ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-    DrawVectorscopeTrace(trace);
+    DrawVectorscopeTrace(trace, 1, nullptr);
     const ScopeColor muted = DesaturateColor({0, 0x3232, 0x1919}, 0x6666);
     EXPECT_EQ(target.At(321, 240).blue, muted.blue >> 8);
     EXPECT_EQ(target.At(321, 240).alpha, 0);
