@@ -4,6 +4,7 @@
 #include "src/UI/UICurveWin.h"
 #include "src/UI/UIHorizTabWin.h"
 #include "src/UI/UIHueOffsetWin.h"
+#include "src/UI/UIImagePaneWin.h"
 #include "src/UI/UISliderWin.h"
 #include "src/UI/UITransportWin.h"
 #include "src/platform/BPFiles.h"
@@ -27,7 +28,7 @@ void WriteLine(QTextStream& out, const QWidget* widget, const QString& name, con
         << qRound(rect.width() * ratio) << ' ' << qRound(rect.height() * ratio) << '\n';
 }
 
-void WriteParts(QTextStream& out, const QWidget* widget)
+void WriteParts(QTextStream& out, QWidget* widget)
 {
     if (const auto* slider = dynamic_cast<const UISliderWin*>(widget)) {
         WriteLine(out, widget, widget->objectName() + QStringLiteral(".track"), slider->trackRect());
@@ -42,6 +43,8 @@ void WriteParts(QTextStream& out, const QWidget* widget)
         WriteLine(out, widget, widget->objectName() + QStringLiteral(".wheel"), wheel->wheelRect());
     } else if (const auto* curve = dynamic_cast<const UICurveWin*>(widget)) {
         WriteLine(out, widget, widget->objectName() + QStringLiteral(".plot"), curve->plotRect());
+    } else if (auto* picture = dynamic_cast<UIImagePaneWin*>(widget)) {
+        WriteLine(out, widget, widget->objectName() + QStringLiteral(".image"), picture->pictureRect());
     } else if (const auto* transport = dynamic_cast<const UITransportWin*>(widget)) {
         for (int part = 0; part < UITransportWin::kPartCount; ++part)
             WriteLine(out, widget, UITransportWin::partName(part), transport->partRect(part));
@@ -61,7 +64,7 @@ void UIReportLayout(QWidget* window)
     QString text;
     QTextStream out(&text);
     WriteLine(out, window, window->objectName(), window->rect());
-    for (const QWidget* widget : window->findChildren<QWidget*>()) {
+    for (QWidget* widget : window->findChildren<QWidget*>()) {
         if (!widget->isVisible() || widget->objectName().isEmpty() || widget->objectName().startsWith(u"qt_")) continue;
         WriteLine(out, widget, widget->objectName(), widget->rect());
         WriteParts(out, widget);

@@ -63,6 +63,7 @@ struct TKWindowsCalls {
             // Not the first button: the space bar plays, and would press it too.
             window->setFocus();
             window->showMaximized();
+            if (Self(context).session_->views.window.isOpen != 0) window->openScopeWindow(true, false);
             window->activateWindow();
             // Hidden and shown with no event between, the window never lost the focus in the eyes of the window system,
             // and so it would not become active again: its keys would be dead.
@@ -79,7 +80,7 @@ struct TKWindowsCalls {
     }
     static void HideMainWindow(void* context)
     {
-        if (TincturaMainWin* window = Main(context)) window->hide();
+        if (TincturaMainWin* window = Main(context)) window->hideAll();
     }
     static void CloseMainWindow(void* context)
     {
@@ -175,9 +176,17 @@ struct TKWindowsCalls {
     {
         if (TincturaMainWin* window = Main(context)) window->showAnalysis(force);
     }
-    static void RepaintPanes(void* context, uint32_t mask)
+    static void ScopeWindowOpened(void* context, bool open)
     {
-        if (TincturaMainWin* window = Main(context)) window->repaintPanes(mask);
+        if (TincturaMainWin* window = Main(context)) window->openScopeWindow(open, true);
+    }
+    static void ShowScopeWindow(void* context, bool force)
+    {
+        if (TincturaMainWin* window = Main(context)) window->showScopeWindow(force);
+    }
+    static void RepaintPanes(void* context, uint32_t mask, bool force)
+    {
+        if (TincturaMainWin* window = Main(context)) window->repaintPanes(mask, force);
     }
     static void SelectLeftPane(void* context, int32_t tab)
     {
@@ -339,6 +348,8 @@ TKUserInterface TKWindowsWin::interface()
     ui.refreshDisplays = TKWindowsCalls::RefreshDisplays;
     ui.repaintPicture = TKWindowsCalls::RepaintPicture;
     ui.showAnalysis = TKWindowsCalls::ShowAnalysis;
+    ui.scopeWindowOpened = TKWindowsCalls::ScopeWindowOpened;
+    ui.showScopeWindow = TKWindowsCalls::ShowScopeWindow;
     ui.repaintPanes = TKWindowsCalls::RepaintPanes;
     ui.setPositionText = TKWindowsCalls::SetPositionText;
     ui.playingChanged = TKWindowsCalls::PlayingChanged;

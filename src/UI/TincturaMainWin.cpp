@@ -36,6 +36,8 @@ constexpr int kButtonGap = 7;
 constexpr int kButtonHeight = 24;
 constexpr int kTopBarHeight = 34;
 constexpr int kEdge = 8;
+constexpr int kTransportGap = 4; // between the panes and the transport
+constexpr int kLeastViewHeight = UIHorizTabWin::kHeight + 60;
 
 /// The output whose list of preview tables begins with a command.
 TKPreviewOutput PreviewOutputOf(uint32_t first)
@@ -51,11 +53,12 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
 {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Ochrine"));
-    setMinimumSize(640, 420);
     setFocusPolicy(Qt::ClickFocus);
     menus_ = new QMenuBar(this);
     menus_->setObjectName(QStringLiteral("menus"));
     buildMenus();
+    setMinimumSize(kTKLeastToolWidth, menus_->sizeHint().height() + kTopBarHeight + kLeastViewHeight + kTransportGap +
+                                          UITransportWin::kHeight + kTKLeastToolHeight);
     for (const ButtonRow& row : kButtons) {
         auto* button = new QPushButton(QString::fromLatin1(row.label), this);
         button->setObjectName(QString::fromLatin1(row.label));
@@ -71,6 +74,7 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
     const int32_t wantedTab = session->settingsTab;
     tools_ = new ToolAreaWin(session, this, error);
     tools_->selectPane(wantedTab);
+    tools_->keepSelection();
     tools_->setObjectName(QStringLiteral("tools"));
     layoutTimer_.setSingleShot(true);
     layoutTimer_.setInterval(20);
@@ -165,9 +169,35 @@ void TincturaMainWin::showAnalysis(bool force)
     area_->analysis()->scopes()->showNow(force);
 }
 
-void TincturaMainWin::repaintPanes(uint32_t mask)
+void TincturaMainWin::openScopeWindow(bool open, bool activate)
 {
-    if (mask & tkPaneAnalysisReference) area_->analysis()->reference()->showNow(false);
+    if (!open) {
+        if (scopeWindow_) scopeWindow_->hide();
+        return;
+    }
+    if (!scopeWindow_) {
+        scopeWindow_ = new UIScopeWindowWin(session_, this);
+        scopeWindow_->offerKey = [this](const QKeyEvent& event, const QWidget* focus) {
+            return offerKey(event, focus);
+        };
+    }
+    scopeWindow_->showAgain(activate);
+}
+
+void TincturaMainWin::showScopeWindow(bool force)
+{
+    if (scopeWindow_) scopeWindow_->scopes()->showNow(force);
+}
+
+void TincturaMainWin::hideAll()
+{
+    if (scopeWindow_) scopeWindow_->hide();
+    hide();
+}
+
+void TincturaMainWin::repaintPanes(uint32_t mask, bool force)
+{
+    if (mask & tkPaneAnalysisReference) area_->analysis()->reference()->showNow(force);
 }
 
 void TincturaMainWin::setPositionText(const QString& text)
@@ -215,19 +245,23 @@ void TincturaMainWin::applyPalette()
     update();
 }
 
-bool TincturaMainWin::offerKey(const QKeyEvent& event)
+bool TincturaMainWin::offerKey(const QKeyEvent& event, const QWidget* focusWidget)
 {
     const uint32_t modifiers =
         TKModifiersOf(event.modifiers()) | (session_->platform->keyboard.modifierWord() & bpCapsLock);
-    const TKKeyFocus focus = TKFocusOf(focusWidget());
+    const TKKeyFocus focus = TKFocusOf(focusWidget);
     if (const uint32_t key = TKVirtualKey(event)) {
         if (TKPickKey(session_, key)) return true;
+        // The space bar plays, and must not press as well. Who went to a button by Tab wants to press it; who clicked on
+        // one before has done that already.
+        const bool presses = key == kTKKeySpace && (modifiers & kTKHeldKeys) == 0 && TKTakesSpace(focusWidget);
+        if (presses && !focusedByMouse_) return false;
         if (const uint32_t command = TKAcceleratorCommand(key, modifiers)) {
             // The key of a disabled item is dead, as its item is.
             if (menusEnabled_ && TKCommandIsEnabled(session_, command)) DoMenuCommand(session_, command, nullptr);
             return true;
         }
-        if (TKKeyDown(session_, key, modifiers, focus)) return true;
+        if (TKKeyDown(session_, key, modifiers, focus) || presses) return true;
     }
     const uint32_t character = TKCharacterOf(event);
     return character != 0 && TKShortcutKey(session_, character, modifiers, focus);
@@ -235,8 +269,9 @@ bool TincturaMainWin::offerKey(const QKeyEvent& event)
 
 bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
 {
-    if (UILayoutReportWanted() && (event->type() == QEvent::Show || event->type() == QEvent::Resize))
-        layoutTimer_.start();
+    const bool isPlaced = event->type() == QEvent::Show || event->type() == QEvent::Resize ||
+                          (event->type() == QEvent::Move && watched == scopeWindow_);
+    if (isPlaced && UILayoutReportWanted()) layoutTimer_.start();
     if (event->type() == QEvent::KeyPress && isActiveWindow() && !QApplication::activePopupWidget() &&
         !QApplication::activeModalWidget() && watched->isWidgetType()) {
         // The event climbs from where it starts to the window; it is offered once.
@@ -245,9 +280,11 @@ bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
         offeredKey_ = event;
         offeredTime_ = key.timestamp();
         offeredCode_ = key.key();
-        if (isNew && static_cast<QWidget*>(watched)->window() == this && offerKey(key)) return true;
+        if (isNew && static_cast<QWidget*>(watched)->window() == this && offerKey(key, focusWidget())) return true;
     }
     if (event->type() == QEvent::KeyRelease) offeredKey_ = nullptr;
+    if (event->type() == QEvent::FocusIn)
+        focusedByMouse_ = static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason;
     return QWidget::eventFilter(watched, event);
 }
 
@@ -273,7 +310,7 @@ void TincturaMainWin::resizeEvent(QResizeEvent*)
     tools_->setGeometry(0, height() - toolHeight, width(), toolHeight);
     const int transportTop = height() - toolHeight - UITransportWin::kHeight;
     transport_->setGeometry(0, transportTop, width(), UITransportWin::kHeight);
-    area_->setGeometry(kEdge, top, width() - 2 * kEdge, transportTop - top - 4);
+    area_->setGeometry(kEdge, top, width() - 2 * kEdge, transportTop - top - kTransportGap);
 }
 
 void TincturaMainWin::closeEvent(QCloseEvent* event)

@@ -3,6 +3,7 @@
 
 #include "src/UI/ToolPanesWin.h"
 #include "src/UI/UIMenuWin.h"
+#include "src/UI/UIScopeWindowWin.h"
 #include "src/UI/UITransportWin.h"
 #include "src/UI/UIViewAreaWin.h"
 
@@ -18,7 +19,10 @@ class TincturaMainWin : public QWidget {
     void picturesChanged();          ///< what the panes show has new pixels or surfaces
     void repaintPicture(bool force); ///< with force before it returns; so does the next
     void showAnalysis(bool force);
-    void repaintPanes(uint32_t mask); ///< TKPaneBits
+    void openScopeWindow(bool open, bool activate);
+    void showScopeWindow(bool force);
+    void hideAll();                               ///< with what belongs to it
+    void repaintPanes(uint32_t mask, bool force); ///< TKPaneBits
     void setPositionText(const QString& text);
     void playingChanged();
     void enableMenus(bool enable);
@@ -31,7 +35,8 @@ class TincturaMainWin : public QWidget {
     ToolAreaWin* tools() const { return tools_; }
 
     /// Offers a key press as the message loop does: accelerators, keys of transport and slots, letters. True when it is consumed.
-    bool offerKey(const QKeyEvent& event);
+    /// `focus` is the widget that has the keyboard's focus, in whatever window.
+    bool offerKey(const QKeyEvent& event, const QWidget* focus);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -55,7 +60,9 @@ class TincturaMainWin : public QWidget {
     UIViewAreaWin* area_;
     UITransportWin* transport_;
     ToolAreaWin* tools_;
-    const QEvent* offeredKey_ = nullptr; ///< the key press that was offered last, compared and never read
+    UIScopeWindowWin* scopeWindow_ = nullptr; ///< made when it is opened first
+    bool focusedByMouse_ = false;             ///< what has the focus
+    const QEvent* offeredKey_ = nullptr;      ///< the key press that was offered last, compared and never read
     quint64 offeredTime_ = 0;
     int offeredCode_ = 0;
     QTimer layoutTimer_; ///< gathers changes of the layout for its report

@@ -56,7 +56,7 @@ TKToolAreaLayout Above(int width, int height, int tabsBottom, bool hasMatch)
 int TKToolAreaHeight(int room)
 {
     constexpr int usual = 690; // of a window of 1024 x 768
-    return std::min(kTKLeastToolHeight, room * 55 / 100) + std::max(0, room - usual) / 3;
+    return kTKLeastToolHeight + std::max(0, room - usual) / 3;
 }
 
 TKToolAreaLayout TKLayOutToolArea(int width, int height, int tabsBottom, const TKPageRow& page, bool hasMatch)

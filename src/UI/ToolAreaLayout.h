@@ -17,8 +17,8 @@ struct TKToolAreaLayout {
     bool isBeside; ///< sample and match stand beside the page, otherwise above it
 };
 
-/// The height of the area in a window that has `room` pixels for pictures and tools. Below the screens that we are made
-/// for the two share it; above, the tools take a third of what there is more.
+/// The height of the area in a window that has `room` pixels for pictures and tools: never below its least height; above
+/// the screens that we are made for it takes a third of what there is more.
 int TKToolAreaHeight(int room);
 
 /// Lays out an area whose rows of tabs end at `tabsBottom`. What is always in sight stands beside the page where the page

@@ -3,6 +3,7 @@
 
 #include "src/UI/ToolAreaLayout.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/support/TKStartup.h"
 #include "src/support/TKToneStrip.h"
 
 #include <QPainter>
@@ -137,6 +138,15 @@ void ToolAreaWin::showPath()
 void ToolAreaWin::selectPane(int index)
 {
     top_.bar->select(index);
+}
+
+void ToolAreaWin::keepSelection()
+{
+    top_.bar->onSelect = [this](int index) {
+        showPath();
+        session_->prefs.settingsPaneDefault = static_cast<uint32_t>(index) + 1;
+        TKWritePreferences(session_);
+    };
 }
 
 void ToolAreaWin::selectTabs(int pane, int inner, int innermost)

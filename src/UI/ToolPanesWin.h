@@ -21,6 +21,8 @@ class ToolAreaWin : public QWidget {
 
     UISliderWin* sliderOf(const SliderVars* slider) const; ///< null when it stands elsewhere
     void selectPane(int index);                            ///< a number without a pane changes nothing
+    /// From now on the first row of tabs is kept in the preferences, at once, whenever another tab is selected.
+    void keepSelection();
     /// A tab, the one inside it, the one inside that; -1 and a number without a tab leave one alone.
     void selectTabs(int pane, int inner, int innermost);
     void switchesChanged(); ///< the checkboxes of all tabs follow the live settings

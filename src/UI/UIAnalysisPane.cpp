@@ -2,6 +2,7 @@
 #include "src/UI/UIAnalysisPane.h"
 
 #include "src/platform/BPLog.h"
+#include "src/support/TKKeys.h"
 
 #include <algorithm>
 
@@ -47,6 +48,17 @@ int32_t TKComboQuadrantAt(int32_t width, int32_t height, int32_t x, int32_t y)
     return 2 * (y > height / 2 ? 1 : 0) + (x > width / 2 ? 1 : 0);
 }
 
+int32_t TKQuadrantAfterKey(int32_t quadrant, uint32_t virtualKey)
+{
+    switch (virtualKey) {
+    case kTKKeyLeft: return quadrant & ~1;
+    case kTKKeyRight: return quadrant | 1;
+    case kTKKeyUp: return quadrant & ~2;
+    case kTKKeyDown: return quadrant | 2;
+    default: return -1;
+    }
+}
+
 TKAnalysisMenu TKAnalysisMenuAt(const ScopeSelection& selection, int32_t width, int32_t height, int32_t x, int32_t y)
 {
     TKAnalysisMenu menu = {};
@@ -75,6 +87,12 @@ TKAnalysisEffect TKAnalysisChoose(ScopeSelection* selection, const TKAnalysisMen
         return Set(menu.quadrant < 0 ? &selection->vectorscopeZoom : &selection->comboVectorscopeZoom, item.zoom);
     if (item.display != 0 && menu.quadrant >= 0) return Set(&selection->comboSelection[menu.quadrant], item.display);
     return {};
+}
+
+bool TKHasVectorscopeAt(const ScopeSelection& selection, int32_t width, int32_t height, int32_t x, int32_t y)
+{
+    if (selection.analysisSelection != scopeTabCombo) return selection.analysisSelection == scopeTabVectorscope;
+    return selection.comboSelection[TKComboQuadrantAt(width, height, x, y)] == scopeVectorscope;
 }
 
 TKAnalysisEffect TKAnalysisWheel(ScopeSelection* selection, int32_t width, int32_t height, int32_t x, int32_t y,

@@ -39,11 +39,17 @@ struct TKAnalysisMenu {
 /// The quadrant under a point of a pane: by halves of the pane, whatever the widths of its displays.
 int32_t TKComboQuadrantAt(int32_t width, int32_t height, int32_t x, int32_t y);
 
+/// The quadrant that an arrow key leads to; -1 for another key. At an edge it stays.
+int32_t TKQuadrantAfterKey(int32_t quadrant, uint32_t virtualKey);
+
 /// What the right button opens at a point of a pane of this size; tkMenuNone in other displays.
 TKAnalysisMenu TKAnalysisMenuAt(const ScopeSelection& selection, int32_t width, int32_t height, int32_t x, int32_t y);
 
 /// Carries out item `number`, from 1, of a menu. A number without an item changes nothing.
 TKAnalysisEffect TKAnalysisChoose(ScopeSelection* selection, const TKAnalysisMenu& menu, int32_t number);
+
+/// Whether a vectorscope is under a point of a pane of this size.
+bool TKHasVectorscopeAt(const ScopeSelection& selection, int32_t width, int32_t height, int32_t x, int32_t y);
 
 /// Turns the wheel at a point: above 0 is away from the hand and zooms in by 1, below 0 zooms out by 1. Only where a
 /// vectorscope is; in the combo the place is logged.

@@ -47,7 +47,7 @@ UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWid
     setObjectName(QStringLiteral("analysis"));
     tabs_ = new UIHorizTabWin(session, Tabs(), this);
     tabs_->setObjectName(QStringLiteral("analysis_tabs"));
-    scopes_ = new UIScopeViewWin(session, QStringLiteral("scopes"), this);
+    scopes_ = new UIScopeViewWin(session, tkScopesPane, QStringLiteral("scopes"), this);
     reference_ = new UIImagePaneWin(session, QStringLiteral("reference"), tkImageReference, this);
     gallery_ = new EmptyPage(this);
     gallery_->setObjectName(QStringLiteral("gallery"));
@@ -63,6 +63,12 @@ UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWid
     options_->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     addOption("Probe", "probe", &TKViews::probeOn);
     addOption("Ghost of Reference", "ghost", &TKViews::ghostOn);
+    QAction* window = options_->menu()->addAction(QStringLiteral("Displays in a Window"));
+    window->setObjectName(QStringLiteral("scope_window_option"));
+    window->setCheckable(true);
+    connect(window, &QAction::triggered, this, [this](bool on) { TKOpenScopeWindow(session_, on); });
+    connect(options_->menu(), &QMenu::aboutToShow, this, // it may have been closed by itself
+            [this, window] { window->setChecked(session_->views.window.isOpen != 0); });
     tabs_->select(qBound(0, session->views.analysisTab, kScopeTabCount - 1));
     session->views.analysisTab = tabs_->current();
     tabs_->onSelect = [this](int index) { tabSelected(index); };
@@ -83,6 +89,7 @@ void UIAnalysisPaneWin::tabSelected(int index)
     showPage();
     UpdateAnalysisPane(session_, false);
     if (effect.writesPreferences) TKWritePreferences(session_);
+    if (effect.updatesGallery) TK_UI(session_, updateGallery);
 }
 
 void UIAnalysisPaneWin::showPage()

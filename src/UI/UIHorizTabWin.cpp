@@ -4,6 +4,7 @@
 #include "src/UI/UIHorizTabAccessibleWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/platform/BPLog.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -12,6 +13,7 @@
 
 namespace {
 
+constexpr const char* kModule = "UIHorizTabWin";
 constexpr int kPadding = 12; // left and right of a label
 constexpr int kNarrowPadding = 5;
 constexpr int kSwitchSide = 11;
@@ -30,6 +32,8 @@ void PaintTick(QPainter& painter, const QRect& box)
 UIHorizTabWin::UIHorizTabWin(TKSession* session, std::vector<UITab> tabs, QWidget* parent)
     : QWidget(parent), session_(session), padding_(kPadding), tabs_(std::move(tabs)), shownOn_(tabs_.size())
 {
+    [[maybe_unused]] const TKSession* HTVH = session;
+    BP_ASSERT(HTVH != 0, kModule);
     UIInstallTabAccessibility();
     setFixedHeight(kHeight);
     setMouseTracking(true);
@@ -59,9 +63,34 @@ void UIHorizTabWin::select(int index)
     UITabWasSelected(this, index);
 }
 
+const UITab* UIHorizTabWin::tabOf(int index) const
+{
+    const UITab* buttonRef = index >= 0 && index < tabCount() ? &tabs_[static_cast<size_t>(index)] : nullptr;
+    BP_ASSERT(buttonRef != 0, kModule);
+    return buttonRef;
+}
+
+QString UIHorizTabWin::tabName(int index) const
+{
+    const UITab* tab = tabOf(index);
+    return tab ? tab->name : QString();
+}
+
+QString UIHorizTabWin::tabLabel(int index) const
+{
+    const UITab* tab = tabOf(index);
+    return tab ? tab->label : QString();
+}
+
+bool UIHorizTabWin::hasSwitch(int index) const
+{
+    const UITab* tab = tabOf(index);
+    return tab && tab->switchOffset != kUINoSwitch;
+}
+
 bool UIHorizTabWin::isOn(int index) const
 {
-    if (!hasSwitch(index)) return false;
+    if (!session_ || !hasSwitch(index)) return false;
     uint32_t word = 0;
     const auto* base = reinterpret_cast<const uint8_t*>(&session_->liveSettings);
     std::memcpy(&word, base + tabs_[static_cast<size_t>(index)].switchOffset, sizeof word);
@@ -70,7 +99,10 @@ bool UIHorizTabWin::isOn(int index) const
 
 void UIHorizTabWin::toggle(int index)
 {
-    if (index < 0 || index >= tabCount() || !hasSwitch(index)) return;
+    [[maybe_unused]] const OCSettings* HTBVH =
+        session_ ? &session_->liveSettings : nullptr; // what the switch is bound to
+    BP_ASSERT(HTBVH != 0, kModule);
+    if (!HTBVH || !hasSwitch(index)) return;
     const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
     TKCheckbox checkbox;
     TKCreateCheckbox(&checkbox, &session_->liveSettings, tabs_[static_cast<size_t>(index)].switchOffset, tkSectionNone,
@@ -120,6 +152,7 @@ QSize UIHorizTabWin::minimumSizeHint() const
 
 QRect UIHorizTabWin::tabRect(int index) const
 {
+    if (!tabOf(index)) return {};
     const TKTabSpan span = TKTabSpans(naturalWidths(), width())[static_cast<size_t>(index)];
     return QRect(span.x, 0, span.width, height());
 }

@@ -29,14 +29,15 @@ class UIHorizTabWin : public QWidget {
     /// Shows the full labels where they fit into `room`, otherwise the cut ones, with less space beside them.
     void fitLabels(const std::vector<QString>& full, const std::vector<QString>& cut, int room);
 
+    // A number without a tab is a mistake of the program: it is reported, and answered with nothing.
     int tabCount() const { return static_cast<int>(tabs_.size()); }
-    QString tabName(int index) const { return tabs_[static_cast<size_t>(index)].name; }
-    QString tabLabel(int index) const { return tabs_[static_cast<size_t>(index)].label; }
+    QString tabName(int index) const;
+    QString tabLabel(int index) const;
     QRect tabRect(int index) const;
     QRect switchRect(int index) const; ///< empty without a switch
-    bool hasSwitch(int index) const { return tabs_[static_cast<size_t>(index)].switchOffset != kUINoSwitch; }
-    bool isOn(int index) const;
-    void toggle(int index);               ///< what a click on the switch does
+    bool hasSwitch(int index) const;
+    bool isOn(int index) const;           ///< false without a switch
+    void toggle(int index);               ///< what a click on the switch does; nothing without one
     int tabAt(const QPoint& point) const; ///< -1 beside them
 
     /// The live settings may have other switches now.
@@ -47,7 +48,7 @@ class UIHorizTabWin : public QWidget {
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
-    static constexpr int kHeight = 26;
+    static constexpr int kHeight = 20;
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -60,6 +61,7 @@ class UIHorizTabWin : public QWidget {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
+    const UITab* tabOf(int index) const;
     void paintTab(QPainter& painter, int index) const;
     std::vector<int> naturalWidths() const;
     bool isOnSwitch(int index, const QPoint& point) const;

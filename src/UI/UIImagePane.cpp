@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 
@@ -18,6 +19,7 @@ namespace {
 constexpr int32_t kImageInset = 2;
 constexpr double kGrabReach = 0.02 + 1e-9; // fractions of the picture, rounding aside
 constexpr int32_t kNotch = 120;
+constexpr const char* kZoomWords[kTKZoomStepCount] = {"1x", "1.5x", "2x", "3x", "4x", "6x", "8x", "12x", "16x"};
 
 /// The neighbour of a value in a table; the value itself at its end, or when it is not there.
 float Neighbour(const float (&table)[kTKZoomStepCount], float value)
@@ -367,6 +369,21 @@ TKPaneCursor TKCursorAt(const ImagePaneVars& pane, int32_t x, int32_t y, uint32_
     if (!pane.canZoom || !HasPicture(pane)) return tkCursorPlain;
     const float next = control ? Neighbour(kTKZoomStepsOut, pane.zoom) : Neighbour(kTKZoomSteps, pane.zoom);
     return next == pane.zoom ? tkCursorZoomEnd : control ? tkCursorZoomOut : tkCursorZoomIn;
+}
+
+void TKPaneText(const ImagePaneVars& pane, char* text, uint32_t length)
+{
+    if (length == 0) return;
+    const float* step = std::find(std::begin(kTKZoomSteps), std::end(kTKZoomSteps), pane.zoom);
+    const char* words = step == std::end(kTKZoomSteps) ? "" : kZoomWords[step - std::begin(kTKZoomSteps)];
+    if (!HasPicture(pane))
+        std::snprintf(text, length, "%s", "No picture");
+    else if (pane.dragging && pane.grabbedEnd == 0 && pane.pickTarget)
+        std::snprintf(text, length, "Zoom %s, red %.4f, green %.4f, blue %.4f", words,
+                      static_cast<double>(pane.pickTarget[0]), static_cast<double>(pane.pickTarget[1]),
+                      static_cast<double>(pane.pickTarget[2]));
+    else
+        std::snprintf(text, length, "Zoom %s", words);
 }
 
 void GetSplitLine(const ImagePaneVars& pane, float* x1, float* y1, float* x2, float* y2)

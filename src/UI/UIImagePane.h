@@ -58,7 +58,7 @@ struct ImagePaneVars {
     int32_t grabbedEnd;         ///< 1 or 2 while an end is dragged, or 0
     float* pickTarget;          ///< the triple to fill, or null
     const FBFrame* frameBuffer; ///< to be sampled instead of the surface, or null
-    void* pickData;             ///< of the swatch that asked
+    const void* pickData;       ///< who asked for the pick that is under way, or for the next one
     TKPaneMouseProc mouseProc;  ///< may be null
     int32_t lastX, lastY;       ///< where a pan stands
     int32_t wheelRest;          ///< of a turn below one notch, in 1/120
@@ -123,6 +123,9 @@ void TKPaneLoseGrab(ImagePaneVars* pane);
 
 /// The cursor at a point.
 TKPaneCursor TKCursorAt(const ImagePaneVars& pane, int32_t x, int32_t y, uint32_t modifiers);
+
+/// The pane in words, for a screen reader: its zoom, and while a pick is held the colour that it reads.
+void TKPaneText(const ImagePaneVars& pane, char* text, uint32_t length);
 
 /// The ends of the split line, in fractions of the picture.
 void GetSplitLine(const ImagePaneVars& pane, float* x1, float* y1, float* x2, float* y2);

@@ -7,6 +7,7 @@
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKPreviewLUTs.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
@@ -17,7 +18,8 @@ namespace {
 constexpr const char* kNames[kTKImageModeCount] = {"Result",       "Source",    "Reference",
                                                    "Split Source", "Split Ref", "Luma Ranges"};
 constexpr int kHandleSide = 9;
-constexpr int kKeyPan = 40; // device pixels
+constexpr int kKeyPan = 40;              // device pixels
+constexpr uint32_t kCursorHand = 0xFFFF; // while the picture is held
 
 TKPaneButton ButtonOf(Qt::MouseButton button)
 {
@@ -32,6 +34,26 @@ TKPaneButton ButtonOf(Qt::MouseButton button)
 const FBFrame* FrameOfMode(const TKSession* session, int32_t mode)
 {
     return mode == tkImageResult ? session->resultFrame : mode == tkImageSource ? session->sourceFrame : nullptr;
+}
+
+/// A pane as a screen reader has it: its value tells zoom and pick.
+class PaneAccess : public QAccessibleWidget {
+  public:
+    explicit PaneAccess(UIImagePaneWin* window) : QAccessibleWidget(window, QAccessible::Graphic) {}
+
+    QString text(QAccessible::Text kind) const override
+    {
+        if (kind != QAccessible::Value) return QAccessibleWidget::text(kind);
+        char words[128];
+        TKPaneText(static_cast<UIImagePaneWin*>(widget())->pane(), words, sizeof words);
+        return QString::fromLatin1(words);
+    }
+};
+
+QAccessibleInterface* MakeAccess(const QString&, QObject* object)
+{
+    auto* window = dynamic_cast<UIImagePaneWin*>(object);
+    return window ? new PaneAccess(window) : nullptr;
 }
 
 bool IsSplit(int32_t mode)
@@ -49,9 +71,10 @@ bool IsSame(const TKPaneScale& a, const TKPaneScale& b)
 /// The area around the picture.
 void FillAround(QPainter& painter, const QRect& area, const QRect& picture, const QColor& color)
 {
-    painter.fillRect(QRect(area.left(), area.top(), area.width(), picture.top()), color);
+    const int above = picture.top() - area.top(), before = picture.left() - area.left();
+    painter.fillRect(QRect(area.left(), area.top(), area.width(), above), color);
     painter.fillRect(QRect(area.left(), picture.bottom() + 1, area.width(), area.bottom() - picture.bottom()), color);
-    painter.fillRect(QRect(area.left(), picture.top(), picture.left(), picture.height()), color);
+    painter.fillRect(QRect(area.left(), picture.top(), before, picture.height()), color);
     painter.fillRect(QRect(picture.right() + 1, picture.top(), area.right() - picture.right(), picture.height()),
                      color);
 }
@@ -66,6 +89,7 @@ UIImagePaneWin::UIImagePaneWin(TKSession* session, const QString& objectName, QW
 UIImagePaneWin::UIImagePaneWin(TKSession* session, const QString& objectName, int32_t mode, QWidget* parent)
     : QWidget(parent), session_(session), fixedMode_(mode)
 {
+    QAccessible::installFactory(MakeAccess); // which takes a factory once
     setObjectName(objectName);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
@@ -90,6 +114,7 @@ ImagePaneVars& UIImagePaneWin::ready()
     pane.canSplit = IsSplit(now) && fixedMode_ < 0;
     pane.split = session_->views.split;
     pane.pickTarget = TKIsPicking(session_) ? sample_ : nullptr;
+    if (!pane.dragging) pane.pickData = session_->pick.eyedropper;
     TKSetPaneFrame(&pane, {.x = 0, .y = 0, .width = size.width(), .height = size.height()});
     TKSetPaneSurface(&pane, TKSurfaceOfMode(session_, now), session_->pixelAspect);
     const FBFrame* frame = FrameOfMode(session_, now);
@@ -230,14 +255,20 @@ void UIImagePaneWin::resizeEvent(QResizeEvent*)
 
 void UIImagePaneWin::carryOut(const TKPaneEffect& effect)
 {
-    if (effect.sampled) TKPickSample(session_, sample_);
+    // Another eyedropper may have asked since the press: what is read is not for it.
+    const bool isAskers = panes_[shownMode_].pickData == session_->pick.eyedropper;
+    if (effect.sampled && isAskers) TKPickSample(session_, sample_);
     if (effect.splitChanged) {
         session_->views.split = panes_[shownMode_].split;
         RefreshAfterRender(session_, true);
     } else if (effect.repaints) {
         update();
     }
-    if (effect.pickEnded) (void)TKPickEnd(session_);
+    if ((effect.repaints || effect.sampled) && QAccessible::isActive()) {
+        QAccessibleEvent event(this, QAccessible::ValueChanged);
+        QAccessible::updateAccessibility(&event);
+    }
+    if (effect.pickEnded && isAskers) (void)TKPickEnd(session_);
 }
 
 void UIImagePaneWin::showCursor(Qt::KeyboardModifiers modifiers)
@@ -246,8 +277,12 @@ void UIImagePaneWin::showCursor(Qt::KeyboardModifiers modifiers)
     const uint32_t word = TKModifiersOf(modifiers);
     uint32_t number = TKCursorAt(pane, pointer_.x(), pointer_.y(), word);
     if (pane.pickTarget) number = TKPickCursor(session_, word); // the eyedropper may have one of its own
-    const QCursor wanted = pane.panning ? QCursor(Qt::ClosedHandCursor) : UICursorOf(number, devicePixelRatioF());
-    setCursor(wanted);
+    if (pane.panning) number = kCursorHand;
+    if (number != shownCursor_ || devicePixelRatioF() != shownCursorRatio_) {
+        shownCursor_ = number;
+        shownCursorRatio_ = devicePixelRatioF();
+        setCursor(pane.panning ? QCursor(Qt::ClosedHandCursor) : UICursorOf(number, shownCursorRatio_));
+    }
     const int32_t end = pane.canSplit ? TKSplitEndAt(pane, pointer_.x(), pointer_.y()) : 0;
     if (end == hoveredEnd_) return;
     hoveredEnd_ = end;
@@ -339,6 +374,7 @@ void UIImagePaneWin::leaveEvent(QEvent*)
 void UIImagePaneWin::hideEvent(QHideEvent*)
 {
     qApp->removeEventFilter(this);
+    if (fixedMode_ < 0) TKMoveProbe(session_, false, 0, 0);
     TKPaneLoseGrab(&ready());
 }
 

@@ -54,4 +54,6 @@ class UIImagePaneWin : public QWidget {
     bool stale_ = true; ///< words_ is older than the surface
     QPoint pointer_;    ///< device pixels
     int32_t hoveredEnd_ = 0;
+    int64_t shownCursor_ = -1; ///< its number; a new cursor for each move would be a new picture for the window system
+    qreal shownCursorRatio_ = 0;
 };

@@ -1,8 +1,11 @@
 // Key codes.
 #include "src/UI/UIKeysWin.h"
 
+#include "src/UI/UIHorizTabWin.h"
 #include "src/UI/UISliderWin.h"
 
+#include <QAbstractButton>
+#include <QComboBox>
 #include <QLineEdit>
 
 namespace {
@@ -68,6 +71,13 @@ uint32_t TKCharacterOf(const QKeyEvent& event)
 {
     const QString text = event.text();
     return text.size() == 1 ? text.at(0).unicode() : 0;
+}
+
+bool TKTakesSpace(const QWidget* widget)
+{
+    if (qobject_cast<const QAbstractButton*>(widget) || qobject_cast<const QComboBox*>(widget)) return true;
+    const auto* tabs = dynamic_cast<const UIHorizTabWin*>(widget);
+    return tabs && tabs->tabCount() > 0 && tabs->hasSwitch(tabs->current());
 }
 
 TKKeyFocus TKFocusOf(const QWidget* widget)

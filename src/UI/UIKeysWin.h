@@ -19,5 +19,8 @@ uint32_t TKCharacterOf(const QKeyEvent& event);
 /// A control that moves by arrow keys, Home and End sets this property to true.
 inline constexpr char kUITakesArrows[] = "takesArrowKeys";
 
+/// Whether the space bar presses a widget that has the focus: a button, a checkbox, a popup, a tab with a switch.
+bool TKTakesSpace(const QWidget* widget);
+
 /// What the keys have to know about the widget that has the focus; null is nothing.
 TKKeyFocus TKFocusOf(const QWidget* widget);

@@ -2,6 +2,7 @@
 #include "src/UI/UITransportWin.h"
 
 #include "src/UI/UIStyleWin.h"
+#include "src/UI/UITransportAccessibleWin.h"
 #include "src/support/TKTransport.h"
 
 #include <QMouseEvent>
@@ -58,14 +59,26 @@ QPainterPath Symbol(int part, bool running, QPointF c)
 
 UITransportWin::UITransportWin(TKSession* session, QWidget* parent) : QWidget(parent), session_(session)
 {
+    UIInstallTransportAccessibility();
     setFixedHeight(kHeight);
     setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(QStringLiteral("Transport"));
 }
 
 void UITransportWin::setPosition(const QString& text)
 {
+    if (text == position_) return;
     position_ = text;
     update();
+    UITransportMoved(this);
+}
+
+QString UITransportWin::partTitle(int part)
+{
+    static const char* const titles[] = {"First frame", "Back one frame", "Play or stop", "Forward one frame",
+                                         "Last frame"};
+    return QString::fromLatin1(titles[part]);
 }
 
 QString UITransportWin::partName(int part)
@@ -111,6 +124,11 @@ void UITransportWin::paintEvent(QPaintEvent*)
     painter.drawRoundedRect(QRectF(groove.left(), groove.top(), x - groove.left(), 3), 1.5, 1.5);
     painter.setBrush(shades.text);
     painter.drawRoundedRect(QRectF(x - 2, scrub.center().y() - 7, 4, 15), 2, 2);
+    if (hasFocus()) {
+        painter.setPen(QPen(shades.accent.lighter(140), 1));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(scrub).adjusted(-5.5, 4.5, 4.5, -4.5), 3, 3);
+    }
     painter.setPen(shades.text);
     painter.drawText(QRect(width() - kTextWidth - 6, 0, kTextWidth, height()), Qt::AlignRight | Qt::AlignVCenter,
                      position_);
@@ -186,5 +204,15 @@ void UITransportWin::mouseReleaseEvent(QMouseEvent* event)
 void UITransportWin::leaveEvent(QEvent*)
 {
     hovered_ = -1;
+    update();
+}
+
+void UITransportWin::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void UITransportWin::focusOutEvent(QFocusEvent*)
+{
     update();
 }

@@ -1,4 +1,6 @@
 // The transport bar: to the first frame, back, play, forward, to the last frame, a scrub line and the position.
+//
+// It is one stop of the focus; its keys (Space, arrows, Home, End) are those of the whole window.
 #pragma once
 
 #include "src/support/TKSession.h"
@@ -10,6 +12,9 @@ class UITransportWin : public QWidget {
     UITransportWin(TKSession* session, QWidget* parent);
 
     void setPosition(const QString& text);
+    const QString& position() const { return position_; }
+    void press(int part);               ///< what a click on a part does
+    static QString partTitle(int part); ///< what a part does, in words
     static constexpr int kHeight = 30;
 
     /// The parts, from the left, for painting, clicks and tests.
@@ -24,9 +29,10 @@ class UITransportWin : public QWidget {
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
   private:
-    void press(int part);
     void scrubTo(int x);
 
     TKSession* session_;

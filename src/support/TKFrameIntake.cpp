@@ -9,6 +9,7 @@
 #include "src/support/TincturaCallback.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cmath>
 #include <cstring>
 
@@ -390,9 +391,11 @@ BPStatus TKLoadFrameFromHost(TKSession* session)
     return bpNoErr;
 }
 
-void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount)
+void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount, const char* caller)
 {
     const bool taken = buffer && TakeBuffer(session, buffer, byteCount);
+    if (buffer && caller)
+        BPDebugLog("%s: freeing pixel buffer at 0x%08" PRIXPTR "\n", caller, reinterpret_cast<uintptr_t>(buffer));
     BPFree(buffer);
     if (taken) {
         session->resultIsStale = true;

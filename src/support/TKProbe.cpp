@@ -52,6 +52,7 @@ void TKMoveProbe(TKSession* session, bool hasPixel, int32_t x, int32_t y)
     views.probeY = y;
     if (!views.probeOn || isSame) return;
     TK_UI(session, showAnalysis, false);
+    if (views.window.isOpen != 0) TK_UI(session, showScopeWindow, false);
     TK_UI(session, repaintPicture, false);
 }
 

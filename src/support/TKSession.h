@@ -63,8 +63,11 @@ struct TKUserInterface {
     void (*refreshDisplays)(void* context, bool force);      ///< what is held is to be shown anew
     void (*repaintPicture)(void* context, bool force);       ///< the image pane in use; with force before it returns
     void (*showAnalysis)(void* context, bool force);         ///< likewise the analysis pane
-    void (*repaintPanes)(void* context, uint32_t mask);      ///< TKPaneBits: what else shows one of these pictures
-    void (*feedPreviews)(void* context);                     ///< the pictures outside the window follow
+    void (*scopeWindowOpened)(void* context, bool open);     ///< show or hide the displays' own window
+    void (*showScopeWindow)(void* context, bool force);      ///< as showAnalysis
+    void (*repaintPanes)(void* context, uint32_t mask, bool force); ///< TKPaneBits: what else shows these pictures
+    void (*updateGallery)(void* context); ///< its page comes to the front or leaves it; null so far
+    void (*feedPreviews)(void* context);  ///< the pictures outside the window follow
     void (*setPositionText)(void* context, const char* text);
     void (*playingChanged)(void* context, bool playing);
 

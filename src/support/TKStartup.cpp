@@ -94,6 +94,7 @@ BPStatus BuildMainWindow(TKSession* session)
     session->imagePaneMode = TabOf(session->prefs.rightPaneDefault, tkImageResult, tkImageLumaRanges);
     session->views.analysisTab = TabOf(session->prefs.leftPaneDefault, scopeTabCombo, scopeTabGallery);
     session->transport[kTKTransportLeft].visible = true;
+    if (!session->prefsReset) TKReadScopeWindow(session);
     if (session->ui.buildMainWindow)
         if (BPStatus err = session->ui.buildMainWindow(session->ui.context, session); err != bpNoErr) return err;
     ResetToDefaults(session, &session->liveSettings);

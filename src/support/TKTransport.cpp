@@ -6,7 +6,6 @@
 #include "src/support/TincturaCallback.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstring>
 
 namespace {
@@ -129,10 +128,7 @@ void TKLocateFromPane(TKSession* session, int64_t frameTime)
     uint8_t* buffer = nullptr;
     uint32_t byteCount = 0;
     (void)OCCB_GetClipFrame(session, &buffer, &byteCount);
-    if (buffer)
-        BPDebugLog("ImagePaneWindowProc: freeing pixel buffer at 0x%08" PRIXPTR "\n",
-                   reinterpret_cast<uintptr_t>(buffer));
-    TKTakeFrame(session, buffer, byteCount);
+    TKTakeFrame(session, buffer, byteCount, "ImagePaneWindowProc");
 }
 
 void TKPlaybackStep(TKSession* session)

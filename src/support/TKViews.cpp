@@ -3,8 +3,10 @@
 
 #include "src/OCLumaRangesPreview.h"
 #include "src/support/TKSession.h"
+#include "src/support/TKStartup.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -56,7 +58,8 @@ void ShowPanes(TKSession* session, uint32_t mask, bool force)
     if (session->views.analysisTab == scopeTabReference) mask |= tkPaneAnalysisReference;
     TK_UI(session, repaintPicture, force);
     if (AnalysisIsSeen(session)) UpdateAnalysisPane(session, force);
-    TK_UI(session, repaintPanes, mask);
+    UpdateScopeWindow(session, force);
+    TK_UI(session, repaintPanes, mask, force);
     TK_UI(session, feedPreviews);
 }
 
@@ -68,6 +71,7 @@ void TKInitViews(TKViews* views)
     views->analysisTab = -1;
     views->vectorscopeZoom = views->comboVectorscopeZoom = 1;
     views->split = ScopeDefaultSplitLine();
+    TKInitScopeWindow(&views->window);
 }
 
 void TKDrawSplitMask(TKSession* session)
@@ -80,7 +84,7 @@ bool TKModeShowsResult(int32_t mode)
     return mode != tkImageSource && mode != tkImageLumaRanges;
 }
 
-ScopeSelection TKSelectionOf(const TKSession* session)
+ScopeSelection TKSelectionOf(const TKSession* session, TKScopePlace place)
 {
     const TKPreferences& prefs = session->prefs;
     const ScopeSelection defaults = ScopeDefaultSelection();
@@ -94,11 +98,26 @@ ScopeSelection TKSelectionOf(const TKSession* session)
     selection.vectorscopeZoom = session->views.vectorscopeZoom;
     selection.comboVectorscopeZoom = session->views.comboVectorscopeZoom;
     selection.isPlaying = session->views.previewBuilding || session->views.previewPlaying;
+    if (place == tkScopesWindow) {
+        const TKScopeWindow& window = session->views.window;
+        selection.analysisSelection = window.analysisTab;
+        std::copy_n(window.comboSelection, kScopeQuadrantCount, selection.comboSelection);
+        selection.vectorscopeZoom = window.vectorscopeZoom;
+        selection.comboVectorscopeZoom = window.comboVectorscopeZoom;
+    }
     return selection;
 }
 
-void TKStoreSelection(TKSession* session, const ScopeSelection& selection)
+void TKStoreSelection(TKSession* session, const ScopeSelection& selection, TKScopePlace place)
 {
+    if (place == tkScopesWindow) {
+        TKScopeWindow& window = session->views.window;
+        if (TKScopeWindowNumberOf(selection.analysisSelection) >= 0) window.analysisTab = selection.analysisSelection;
+        std::copy_n(selection.comboSelection, kScopeQuadrantCount, window.comboSelection);
+        window.vectorscopeZoom = selection.vectorscopeZoom;
+        window.comboVectorscopeZoom = selection.comboVectorscopeZoom;
+        return;
+    }
     TKPreferences& prefs = session->prefs;
     session->views.analysisTab = selection.analysisSelection;
     session->views.vectorscopeZoom = selection.vectorscopeZoom;
@@ -164,18 +183,47 @@ void TKDrawDisplays(TKSession* session, ScopeSurface* target, const ScopeSelecti
         DrawScopeGhost(target, selection, pictures.reference, context);
 }
 
-bool TKDrawStaleAnalysis(TKSession* session)
+bool TKDrawStaleAnalysis(TKSession* session, TKScopePlace place)
 {
-    TKViews& views = session->views;
-    if (!views.analysisIsStale || !views.analysisPort || !views.analysisPort->pixels) return false;
-    views.analysisIsStale = false;
-    TKDrawDisplays(session, views.analysisPort, TKSelectionOf(session));
+    TKScopePort& port = session->views.port[place];
+    if (!port.isStale || !port.surface || !port.surface->pixels) return false;
+    port.isStale = false;
+    TKDrawDisplays(session, port.surface, TKSelectionOf(session, place));
     return true;
+}
+
+void TKShowSelection(TKSession* session, TKScopePlace place, const ScopeSelection& selection, bool writes, bool force)
+{
+    TKStoreSelection(session, selection, place);
+    if (place == tkScopesWindow) {
+        if (writes) TKWriteScopeWindow(session);
+        UpdateScopeWindow(session, force);
+    } else {
+        if (writes) TKWritePreferences(session);
+        UpdateAnalysisPane(session, force);
+    }
+}
+
+void TKDisplaysText(const TKSession* session, TKScopePlace place, char* text, uint32_t length)
+{
+    if (length == 0) return;
+    const ScopeSelection selection = TKSelectionOf(session, place);
+    const ScopeTabRow* tab = ScopeTabAt(selection.analysisSelection);
+    const int32_t* four = selection.comboSelection;
+    char probe[192];
+    TKProbeText(TKReadProbe(session), probe, sizeof probe);
+    const char* gap = probe[0] != 0 ? "; " : "";
+    if (selection.analysisSelection == scopeTabCombo)
+        std::snprintf(text, length, "%s, %s, %s, %s%s%s", ScopeDisplayName(four[scopeUpperLeft]),
+                      ScopeDisplayName(four[scopeUpperRight]), ScopeDisplayName(four[scopeLowerLeft]),
+                      ScopeDisplayName(four[scopeLowerRight]), gap, probe);
+    else
+        std::snprintf(text, length, "%s%s%s", tab ? tab->title : "", gap, probe);
 }
 
 void UpdateAnalysisPane(TKSession* session, bool force)
 {
-    session->views.analysisIsStale = true;
+    session->views.port[tkScopesPane].isStale = true;
     if (force) (void)TKDrawStaleAnalysis(session);
     TK_UI(session, showAnalysis, force);
 }
@@ -207,8 +255,7 @@ void SelectImageDisplay(TKSession* session, int32_t value)
     const bool showedNoResult = !TKModeShowsResult(session->imagePaneMode);
     session->imagePaneMode = value;
     session->prefs.rightPaneDefault = static_cast<uint32_t>(value) + 1;
-    // What was rendered while another picture was shown is the result still; only a newer frame needs a render.
-    if (showedNoResult && session->resultIsStale) { // the displays read it in these views too
+    if (showedNoResult) { // frames taken meanwhile were not rendered, and every view has displays that read the result
         TKRenderFrame(session);
         RefreshAfterRender(session, true);
         return;

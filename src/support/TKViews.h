@@ -6,6 +6,7 @@
 
 #include "src/TincturaUIDispProbe.h"
 #include "src/TincturaUIDispSplit.h"
+#include "src/support/TKScopeWindow.h"
 
 struct TKSession;
 
@@ -33,6 +34,15 @@ enum TKPaneBits : uint32_t {
     tkPaneAnalysisReference = 1u << 7, ///< the display "Reference"
 };
 
+/// Where displays are drawn.
+enum TKScopePlace : uint32_t { tkScopesPane, tkScopesWindow };
+inline constexpr uint32_t kTKScopePlaceCount = 2;
+
+struct TKScopePort {
+    ScopeSurface* surface; ///< that is drawn into; null while nobody sees it
+    bool isStale;          ///< it is older than what it should show
+};
+
 /// A part of TKSession. The rest of the selection is in the preferences and in imagePaneMode.
 struct TKViews {
     int32_t analysisTab;                           ///< ScopeTab; -1 before the panes exist
@@ -44,17 +54,17 @@ struct TKViews {
     bool probeHasPixel;                   ///< the pointer is over a picture
     int32_t probeX, probeY;               ///< its pixel
     const ScopeLetters* letters;          ///< of the window system, or null
-    ScopeSurface* analysisPort;           ///< what the analysis pane draws into; null while it is not seen
-    bool analysisIsStale;                 ///< the port is older than what it should show
+    TKScopePort port[kTKScopePlaceCount]; ///< by TKScopePlace
+    TKScopeWindow window;                 ///< the displays' own
 };
 
 /// The state before the panes exist: no tab, zooms of 1, a split down the middle.
 void TKInitViews(TKViews* views);
 
-/// What the analysis pane shows now, and back: combos go into the preferences' record. Numbers out of range become the
-/// nearest, an unknown display of the combo its default.
-ScopeSelection TKSelectionOf(const TKSession* session);
-void TKStoreSelection(TKSession* session, const ScopeSelection& selection);
+/// What the displays of a place show now, and back: the pane's combos go into the preferences' record. Numbers out of
+/// range become the nearest, an unknown display of the combo its default. The picture that is analysed is one for both.
+ScopeSelection TKSelectionOf(const TKSession* session, TKScopePlace place = tkScopesPane);
+void TKStoreSelection(TKSession* session, const ScopeSelection& selection, TKScopePlace place = tkScopesPane);
 
 /// What the displays draw with: preferences, letters, pipeline, pool.
 ScopeContext TKScopeContextOf(const TKSession* session);
@@ -87,8 +97,14 @@ void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length);
 /// window shows it before this returns; otherwise the port is marked, and drawn with the next paint. Panes of their own
 /// draw nothing.
 void UpdateAnalysisPane(TKSession* session, bool force);
-/// For the paint: brings the port up to date. True when it had to be drawn.
-bool TKDrawStaleAnalysis(TKSession* session);
+/// For the paint: brings a port up to date. True when it had to be drawn.
+bool TKDrawStaleAnalysis(TKSession* session, TKScopePlace place = tkScopesPane);
+
+/// Shows another selection: keeps it where the effect says so, and draws it. For both places.
+void TKShowSelection(TKSession* session, TKScopePlace place, const ScopeSelection& selection, bool writes, bool force);
+
+/// What the displays of a place show, in words, for a screen reader: their names, and the probe's reading.
+void TKDisplaysText(const TKSession* session, TKScopePlace place, char* text, uint32_t length);
 
 /// The refresh after ProcessImage: composes what the image pane shows, marks what changed, repaints. The render has made
 /// the result surface already.
@@ -100,8 +116,8 @@ void RefreshDisplaysOnly(TKSession* session, bool force);
 /// The source has new pixels and the result has none: what shows the source follows.
 void TKRefreshSource(TKSession* session);
 
-/// Chooses what the image pane shows. A result that became stale while none was shown is rendered first. A number
-/// without a mode changes nothing.
+/// Chooses what the image pane shows. Leaving the source or the luma ranges renders the result first. A number without a
+/// mode changes nothing.
 void SelectImageDisplay(TKSession* session, int32_t value);
 
 /// Draws the side of the split line that shows the result into the session's mask.

@@ -89,8 +89,8 @@ BPStatus TKPrepareFrameWorlds(TKSession* session);
 BPStatus TKLoadFrameFromHost(TKSession* session);
 
 /// What follows a frame request: the buffer (released here; null leaves the picture as it is) becomes the source frame
-/// and the displays follow.
-void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount);
+/// and the displays follow. With a caller's name the log tells the release, which comes between transfer and render.
+void TKTakeFrame(TKSession* session, uint8_t* buffer, uint32_t byteCount, const char* caller = nullptr);
 
 /// Request and taking in one: for the transport.
 void TKRequestAndTakeFrame(TKSession* session);

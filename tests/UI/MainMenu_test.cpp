@@ -244,7 +244,7 @@ TEST_F(UITest, AResidentWindowHasNoEnabledItem)
 
 TEST_F(UITest, PasteByItsKeyBringsControlsAndPictureUp)
 {
-    Drag(Slider("hsl_master_gain"), 1.0 / 3, 0);
+    Drag(Slider("hsl_master_gain"), 1.0 / 3, -0.1);
     QTest::keyClick(windows_->mainWindow(), Qt::Key_C, Qt::ControlModifier);
     QTest::keyClick(windows_->mainWindow(), Qt::Key_R,
                     Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier); // Reset All

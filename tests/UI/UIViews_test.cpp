@@ -10,6 +10,13 @@ namespace {
 
 class UIViews : public UITest {
   protected:
+    void SetUp() override
+    {
+        UITest::SetUp();
+        windows_->mainWindow()->showNormal();
+        windows_->mainWindow()->resize(1280, 900); // room to zoom and to pan
+        QCoreApplication::processEvents();
+    }
     UIImagePaneWin* Picture() const { return Find<UIImagePaneWin>("picture"); }
     UIScopeViewWin* Scopes() const { return Find<UIScopeViewWin>("scopes"); }
     UIViewAreaWin* Area() const { return Find<UIViewAreaWin>("view_area"); }
@@ -99,11 +106,11 @@ TEST_F(UIViews, LettersSelectDisplaysAndTheViewCommandsTheLayout)
     EXPECT_EQ(session_->viewMode, static_cast<uint32_t>(tkViewSingle));
     EXPECT_FALSE(Find<UIAnalysisPaneWin>("analysis")->isVisible());
     EXPECT_EQ(Picture()->width(), Area()->width());
-    EXPECT_EQ(session_->views.analysisPort, nullptr);
+    EXPECT_EQ(session_->views.port[tkScopesPane].surface, nullptr);
     QTest::keyClick(window, Qt::Key_2, Qt::ControlModifier);
     EXPECT_TRUE(Find<UIAnalysisPaneWin>("analysis")->isVisible());
     EXPECT_LT(Picture()->width(), Area()->width());
-    EXPECT_NE(session_->views.analysisPort, nullptr);
+    EXPECT_NE(session_->views.port[tkScopesPane].surface, nullptr);
 }
 
 TEST_F(UIViews, ThePicturesOfTheViewsAreOnScreen)
@@ -327,7 +334,7 @@ TEST_F(UIViews, PanesAreNeitherCutNorOverlappingAtAnySize)
         EXPECT_TRUE(Area()->rect().contains(left)) << size.width();
         EXPECT_TRUE(Area()->rect().contains(right)) << size.width();
         EXPECT_EQ(Scopes()->surface().width, static_cast<uint32_t>(Scopes()->width()));
-        EXPECT_GT(right.height(), 60);
+        EXPECT_GE(right.height(), 60);
     }
 }
 

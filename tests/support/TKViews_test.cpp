@@ -20,13 +20,15 @@ class TKViewsTest : public ::testing::Test {
         TKUserInterface ui = TKTestInterface(&windows_);
         ui.repaintPicture = [](void* c, bool force) { Say(c, std::string("picture ") + (force ? "now" : "later")); };
         ui.showAnalysis = [](void* c, bool force) { Say(c, std::string("analysis ") + (force ? "now" : "later")); };
-        ui.repaintPanes = [](void* c, uint32_t mask) { Say(c, "panes " + std::to_string(mask)); };
+        ui.repaintPanes = [](void* c, uint32_t mask, bool force) {
+            Say(c, "panes " + std::to_string(mask) + (force ? " now" : " later"));
+        };
         ui.feedPreviews = [](void* c) { Say(c, "previews"); };
         ASSERT_EQ(TKCreateSession(&platform_, &ui, &session_), bpNoErr);
         windows_.session = session_;
         ASSERT_EQ(TKStartUp(session_), tkStartRun);
         ASSERT_EQ(ScopeSurfaceCreate(320, 240, &port_), bpNoErr);
-        session_->views.analysisPort = &port_;
+        session_->views.port[tkScopesPane].surface = &port_;
         windows_.calls.clear();
     }
     void TearDown() override
@@ -85,9 +87,10 @@ class TKViewsTest : public ::testing::Test {
 
 TEST_F(TKViewsTest, ARefreshGoesFromThePictureToTheDisplaysToTheOtherPanesToThePreviews)
 {
-    const std::vector<std::string> now = {"refreshResult", "picture now", "analysis now", "panes 2", "previews"};
+    const std::vector<std::string> now = {"refreshResult", "picture now", "analysis now", "panes 2 now", "previews"};
     EXPECT_EQ(CallsOf(tkImageResult, scopeTabCombo, true), now);
-    const std::vector<std::string> later = {"refreshResult", "picture later", "analysis later", "panes 2", "previews"};
+    const std::vector<std::string> later = {"refreshResult", "picture later", "analysis later", "panes 2 later",
+                                            "previews"};
     EXPECT_EQ(CallsOf(tkImageResult, scopeTabCombo, false), later);
 }
 
@@ -102,7 +105,7 @@ TEST_F(TKViewsTest, TheMaskTellsWhichPanesHaveOtherPixels)
                  {tkImageResult, scopeTabReference, 0x82},     {tkImageSplitReference, scopeTabReference, 0x92}};
     for (const auto& c : cases) {
         const std::vector<std::string> calls = CallsOf(c.mode, c.tab, true);
-        EXPECT_EQ(std::count(calls.begin(), calls.end(), "panes " + std::to_string(c.mask)), 1)
+        EXPECT_EQ(std::count(calls.begin(), calls.end(), "panes " + std::to_string(c.mask) + " now"), 1)
             << c.mode << ", " << c.tab;
     }
 }
@@ -122,7 +125,8 @@ TEST_F(TKViewsTest, ARefreshOfDisplaysOnlyComposesNothing)
     windows_.calls.clear();
     RefreshDisplaysOnly(session_, true);
     EXPECT_EQ(session_->splitSurface.pixels[1], 0x33);
-    const std::vector<std::string> expected = {"refreshDisplays", "picture now", "analysis now", "panes 0", "previews"};
+    const std::vector<std::string> expected = {"refreshDisplays", "picture now", "analysis now", "panes 0 now",
+                                               "previews"};
     EXPECT_EQ(windows_.calls, expected);
 }
 
@@ -224,9 +228,9 @@ TEST_F(TKViewsTest, ADisplayIsDrawnAtOnceWithForceAndWithTheNextPaintWithout)
     EXPECT_EQ(port_.pixels[0], 0); // not yet
     EXPECT_TRUE(TKDrawStaleAnalysis(session_));
     EXPECT_FALSE(PortIsErased());
-    session_->views.analysisPort = nullptr; // nobody sees it
+    session_->views.port[tkScopesPane].surface = nullptr; // nobody sees it
     UpdateAnalysisPane(session_, true);
-    EXPECT_TRUE(session_->views.analysisIsStale);
+    EXPECT_TRUE(session_->views.port[tkScopesPane].isStale);
 }
 
 TEST_F(TKViewsTest, PanesOfTheirOwnLeaveThePortErased)
@@ -304,10 +308,7 @@ TEST_F(TKViewsTest, AFrameTakenInTheSourceViewComesUpThereAndInTheDisplays)
     EXPECT_EQ(windows_.Count("refreshSource"), 1u);
     EXPECT_EQ(windows_.Count("picture now"), 1u);
     EXPECT_EQ(windows_.Count("analysis now"), 1u);
-    SelectImageDisplay(session_, tkImageResult); // the newer frame is rendered now, once
-    EXPECT_EQ(session_->renderCount, renders + 1);
-    SelectImageDisplay(session_, tkImageSource);
-    SelectImageDisplay(session_, tkImageResult);
+    SelectImageDisplay(session_, tkImageResult); // the newer frame is rendered now
     EXPECT_EQ(session_->renderCount, renders + 1);
     // The displays beside the luma ranges read the result as well.
     SelectImageDisplay(session_, tkImageSource);
@@ -316,13 +317,25 @@ TEST_F(TKViewsTest, AFrameTakenInTheSourceViewComesUpThereAndInTheDisplays)
     EXPECT_EQ(session_->renderCount, renders + 2);
 }
 
+TEST_F(TKViewsTest, LeavingTheSourceAndTheLumaRangesRendersAndLeavingAnotherViewDoesNot)
+{
+    for (int32_t from = 0; from < kTKImageModeCount; ++from)
+        for (int32_t to = 0; to < kTKImageModeCount; ++to) {
+            SelectImageDisplay(session_, from);
+            const uint32_t renders = session_->renderCount;
+            SelectImageDisplay(session_, to);
+            const bool rendered = from == tkImageSource || from == tkImageLumaRanges;
+            EXPECT_EQ(session_->renderCount - renders, rendered ? 1u : 0u) << from << " to " << to;
+        }
+}
+
 TEST_F(TKViewsTest, ThePositionControlLogsItsRequestAndItsBuffer)
 {
     gBPFake.hookContext = &host_;
     gBPFake.onSleep = [](void* context, uint32_t) { static_cast<TKTestHost*>(context)->SendFrames(); };
     TKLocateFromPane(session_, 300);
     EXPECT_EQ(host_.Block()->frameTime, 300);
-    EXPECT_TRUE(TKLogHas(
-        {"ImagePaneWindowProc: doing OCCB_GetClipFrame\n", "ImagePaneWindowProc: freeing pixel buffer at 0x"}));
+    EXPECT_TRUE(TKLogHas({"ImagePaneWindowProc: doing OCCB_GetClipFrame\n",
+                          "ImagePaneWindowProc: freeing pixel buffer at 0x", "ProcessImage"}));
     EXPECT_EQ(PixelOf(session_->sourceSurface, 0, 0) >> 16 & 0xFF, 40u); // the host counts its frames from 1
 }

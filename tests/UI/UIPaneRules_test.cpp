@@ -1,0 +1,217 @@
+// What holds for panes, tabs and transport alike: least sizes, the kept tab, keys and names for everybody, and what a
+// mistake of the program gives.
+#include "tests/UI/UITest.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QCheckBox>
+#include <QMouseEvent>
+
+namespace {
+
+class UIPaneRules : public UITest {
+  protected:
+    UIImagePaneWin* Picture() const { return Find<UIImagePaneWin>("picture"); }
+    UITransportWin* Transport() const { return Find<UITransportWin>("transport"); }
+    static QAccessibleInterface* Access(QWidget* widget) { return QAccessible::queryAccessibleInterface(widget); }
+    static void Hover(QWidget* widget, QPoint point)
+    {
+        QMouseEvent event(QEvent::MouseMove, point, widget->mapToGlobal(point), Qt::NoButton, Qt::NoButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(widget, &event);
+    }
+};
+
+} // namespace
+
+TEST_F(UIPaneRules, TheToolAreaIsNeverSmallerThan855By366)
+{
+    TincturaMainWin* window = windows_->mainWindow();
+    window->showNormal();
+    for (const QSize size : {QSize(1, 1), QSize(900, 300), QSize(300, 900), QSize(1024, 748)}) {
+        window->resize(size);
+        QCoreApplication::processEvents();
+        EXPECT_GE(window->tools()->width(), 855) << size.width();
+        EXPECT_GE(window->tools()->height(), 366) << size.height();
+        EXPECT_GT(Picture()->height(), 50);
+        EXPECT_GT(Picture()->width(), 200);
+    }
+    EXPECT_LE(window->minimumWidth(), 1024);
+    EXPECT_LE(window->minimumHeight(), 700);
+}
+
+TEST_F(UIPaneRules, ABarOfTabsIsTwentyHigh)
+{
+    for (const char* name : {"analysis_tabs", "views", "panes"}) EXPECT_EQ(Find<UIHorizTabWin>(name)->height(), 20);
+}
+
+TEST_F(UIPaneRules, TheSettingsTabIsKeptAtOnce)
+{
+    EXPECT_EQ(session_->prefs.settingsPaneDefault, 1u); // the start itself keeps what was there
+    auto* panes = Find<UIHorizTabWin>("panes");
+    QTest::mouseClick(panes, Qt::LeftButton, Qt::NoModifier,
+                      panes->tabRect(5).center() + QPoint(panes->tabRect(5).width() / 4, 0));
+    ASSERT_EQ(panes->current(), 5);
+    TKPreferences stored = {};
+    ASSERT_EQ(PrefsRead(&stored, platform_), bpNoErr);
+    EXPECT_EQ(stored.settingsPaneDefault, 6u);
+    QTest::keyClick(windows_->mainWindow(), 'l');
+    ASSERT_EQ(PrefsRead(&stored, platform_), bpNoErr);
+    EXPECT_EQ(stored.settingsPaneDefault, 9u);
+}
+
+TEST_F(UIPaneRules, ATabThatIsNotThereIsReportedAndAnsweredWithNothing)
+{
+    auto* panes = Find<UIHorizTabWin>("panes");
+    for (const int index : {-1, 9, 1000}) {
+        BPFakeCaptureLog();
+        EXPECT_EQ(panes->tabName(index), QString());
+        EXPECT_EQ(panes->tabLabel(index), QString());
+        EXPECT_EQ(panes->tabRect(index), QRect());
+        EXPECT_EQ(panes->switchRect(index), QRect());
+        EXPECT_FALSE(panes->isOn(index));
+        const OCSettings before = Live();
+        panes->toggle(index);
+        EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
+        EXPECT_GE(TKLogCount("Assert (buttonRef != 0) failed. [UIHorizTabWin: "), 6u) << index;
+    }
+}
+
+TEST_F(UIPaneRules, ABarWithoutASessionIsReportedAndItsSwitchesAreOff)
+{
+    BPFakeCaptureLog();
+    UIHorizTabWin bar(nullptr, {{QStringLiteral("One"), QStringLiteral("one"), 4}}, nullptr);
+    EXPECT_EQ(TKLogCount("Assert (HTVH != 0) failed. [UIHorizTabWin: "), 1u);
+    EXPECT_FALSE(bar.isOn(0));
+    bar.toggle(0);
+    EXPECT_EQ(TKLogCount("Assert (HTBVH != 0) failed. [UIHorizTabWin: "), 1u);
+}
+
+TEST_F(UIPaneRules, ACursorIsMadeOnceAndNotWithEachMove)
+{
+    const QPoint middle = Picture()->pictureRect().center();
+    Hover(Picture(), middle);
+    const qint64 key = Picture()->cursor().pixmap().cacheKey();
+    ASSERT_FALSE(Picture()->cursor().pixmap().isNull());
+    for (int i = 1; i < 5; ++i) {
+        Hover(Picture(), middle + QPoint(i, i));
+        EXPECT_EQ(Picture()->cursor().pixmap().cacheKey(), key);
+    }
+    Wheel(Picture(), middle, 120 * 8); // 16x: another cursor
+    EXPECT_NE(Picture()->cursor().pixmap().cacheKey(), key);
+}
+
+TEST_F(UIPaneRules, EveryPixelAroundThePictureIsPaintedAtEveryShapeOfThePane)
+{
+    TincturaMainWin* window = windows_->mainWindow();
+    window->showNormal();
+    for (const QSize size : {QSize(1024, 748), QSize(1001, 901), QSize(1700, 700)})
+        for (const int32_t view : {tkImageSplitSource, tkImageResult}) {
+            window->resize(size);
+            window->selectView(view);
+            QCoreApplication::processEvents();
+            QImage shot(Picture()->size(), QImage::Format_RGB32);
+            shot.fill(QColor(255, 0, 255));
+            Picture()->render(&shot, QPoint(), QRegion(), QWidget::RenderFlags());
+            int left = 0;
+            for (int y = 0; y < shot.height(); ++y)
+                for (int x = 0; x < shot.width(); ++x)
+                    if (shot.pixelColor(x, y) == QColor(255, 0, 255)) ++left;
+            EXPECT_EQ(left, 0) << size.width() << ", view " << view;
+        }
+}
+
+TEST_F(UIPaneRules, APickThatAnotherEyedropperTookOverIsNotStoredForIt)
+{
+    static float first[3], second[3];
+    TKEyedropper droppers[2] = {};
+    TKInitEyedropper(&droppers[0], first, 0, tkSectionNone, "First", "first");
+    TKInitEyedropper(&droppers[1], second, 0, tkSectionNone, "Second", "second");
+    for (TKEyedropper& dropper : droppers) dropper.repaint = dropper.opensUndo = false;
+    const QPoint middle = Picture()->pictureRect().center();
+    (void)TKEyedropperClick(session_, &droppers[0], 0);
+    QTest::mousePress(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
+    TKPickCancel(session_);
+    (void)TKEyedropperClick(session_, &droppers[1], 0); // by a key, while the button is held
+    QTest::mouseRelease(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
+    EXPECT_TRUE(TKIsPickingFor(session_, &droppers[1])); // it waits for a press of its own
+    EXPECT_EQ(first[2], 0);
+    EXPECT_EQ(second[2], 0);
+    QTest::mouseClick(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
+    EXPECT_NEAR(second[2], 200.0f / 255.0f, 0.002f);
+}
+
+TEST_F(UIPaneRules, TheSpaceBarPressesWhatTabLedToAndOtherwisePlays)
+{
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    auto* panes = Find<UIHorizTabWin>("panes");
+    panes->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(panes, Qt::Key_Space);
+    EXPECT_EQ(Live().primaryOn, 1u);
+    EXPECT_FALSE(TKIsPlaying(session_));
+    ShowPageOf("limiter");
+    auto* checkbox = windows_->mainWindow()->findChild<QCheckBox*>(QStringLiteral("limiter_softclip_enable"));
+    if (!checkbox)
+        for (QCheckBox* box : windows_->mainWindow()->findChildren<QCheckBox*>())
+            if (box->isVisible()) checkbox = box;
+    ASSERT_NE(checkbox, nullptr);
+    QTest::mouseClick(checkbox, Qt::LeftButton, Qt::NoModifier, QPoint(8, checkbox->height() / 2));
+    const bool clicked = checkbox->isChecked();
+    ASSERT_EQ(windows_->mainWindow()->focusWidget(), checkbox);
+    QTest::keyClick(checkbox, Qt::Key_Space); // it was clicked on: done
+    EXPECT_EQ(checkbox->isChecked(), clicked);
+    EXPECT_TRUE(TKIsPlaying(session_));
+    QTest::keyClick(checkbox, Qt::Key_Space);
+    EXPECT_FALSE(TKIsPlaying(session_));
+    windows_->mainWindow()->setFocus();
+    checkbox->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(checkbox, Qt::Key_Space);
+    EXPECT_NE(checkbox->isChecked(), clicked);
+    EXPECT_FALSE(TKIsPlaying(session_));
+}
+
+TEST_F(UIPaneRules, TheTransportIsToldToAScreenReader)
+{
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    QAccessibleInterface* bar = Access(Transport());
+    ASSERT_NE(bar, nullptr);
+    EXPECT_EQ(bar->role(), QAccessible::ToolBar);
+    EXPECT_EQ(bar->text(QAccessible::Name), QStringLiteral("Transport"));
+    EXPECT_EQ(bar->text(QAccessible::Value), QString::fromLatin1(session_->transport[0].positionText));
+    ASSERT_EQ(bar->childCount(), 5);
+    const char* names[] = {"First frame", "Back one frame", "Play or stop", "Forward one frame", "Last frame"};
+    for (int i = 0; i < 5; ++i) {
+        QAccessibleInterface* part = bar->child(i);
+        EXPECT_EQ(part->role(), QAccessible::Button);
+        EXPECT_EQ(part->text(QAccessible::Name), QString::fromLatin1(names[i]));
+        EXPECT_EQ(bar->indexOfChild(part), i);
+        EXPECT_EQ(bar->childAt(part->rect().center().x(), part->rect().center().y()), part);
+    }
+    bar->child(4)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(host_.Block()->frameTime, 900);
+    EXPECT_EQ(bar->text(QAccessible::Value), QString::fromLatin1(session_->transport[0].positionText));
+    EXPECT_EQ(bar->child(5), nullptr);
+    EXPECT_EQ(bar->child(-1), nullptr);
+    Transport()->setFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(Transport()->hasFocus());
+    QTest::keyClick(Transport(), Qt::Key_Home);
+    EXPECT_EQ(host_.Block()->frameTime, 0);
+}
+
+TEST_F(UIPaneRules, ThePictureTellsItsZoomAndThePickedColour)
+{
+    EXPECT_EQ(Picture()->accessibleName(), QStringLiteral("Result picture"));
+    EXPECT_EQ(Access(Picture())->text(QAccessible::Value), QStringLiteral("Zoom 1x"));
+    const QPoint middle = Picture()->pictureRect().center();
+    Wheel(Picture(), middle, 120);
+    EXPECT_EQ(Access(Picture())->text(QAccessible::Value), QStringLiteral("Zoom 1.5x"));
+    static float triple[3];
+    TKEyedropper dropper = {};
+    TKInitEyedropper(&dropper, triple, 0, tkSectionNone, "Test", "test");
+    dropper.repaint = dropper.opensUndo = false;
+    (void)TKEyedropperClick(session_, &dropper, 0);
+    QTest::mousePress(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
+    EXPECT_TRUE(Access(Picture())->text(QAccessible::Value).endsWith(QStringLiteral("blue 0.7843"))); // 200 / 255
+    QTest::mouseRelease(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
+    EXPECT_EQ(Access(Picture())->text(QAccessible::Value), QStringLiteral("Zoom 1.5x"));
+}

@@ -1,0 +1,195 @@
+// The probe: which pixel it reads, and its readings against numbers worked out by hand.
+#include "tests/support/TKTestSession.h"
+
+namespace {
+
+class TKProbeTest : public TKSessionTest {
+  protected:
+    void SetUp() override
+    {
+        TKSessionTest::SetUp();
+        ASSERT_EQ(StartUp(), tkStartRun);
+        session_->views.probeOn = true;
+        session_->prefs.videoSystem = 3; // 709
+        session_->prefs.videoBlackLevel = 0;
+        session_->prefs.videoWhiteLevel = 255;
+        session_->prefs.videoBlackSetupPresent = 0;
+        session_->prefs.wfmUnitsMV = 0;
+    }
+    /// The reading of a pixel of these 8-bit values in the result's surface.
+    TKProbeReading Read(uint8_t red, uint8_t green, uint8_t blue, int32_t x = 3, int32_t y = 2)
+    {
+        const ScopeSurface& surface = session_->resultSurface;
+        uint8_t* pixel =
+            surface.pixels + static_cast<size_t>(y) * surface.rowBytes + static_cast<size_t>(x) * 4; // alpha first
+        pixel[1] = red;
+        pixel[2] = green;
+        pixel[3] = blue;
+        TKMoveProbe(session_, true, x, y);
+        return TKReadProbe(session_);
+    }
+    double Level(uint8_t red, uint8_t green, uint8_t blue) { return Read(red, green, blue).level; }
+    double Grey(uint8_t grey) { return Level(grey, grey, grey); }
+    void SetRange(int32_t black, int32_t white, uint32_t setup)
+    {
+        session_->prefs.videoBlackLevel = black;
+        session_->prefs.videoWhiteLevel = white;
+        session_->prefs.videoBlackSetupPresent = setup;
+    }
+    static std::string Text(const TKProbeReading& reading)
+    {
+        char text[192];
+        TKProbeText(reading, text, sizeof text);
+        return text;
+    }
+};
+
+} // namespace
+
+TEST_F(TKProbeTest, LumaInIREGoesByTheWeightsOfTheVideoSystem)
+{
+    // 0.2126 x 128 + 0.7152 x 64 + 0.0722 x 32 = 75.296; of 255: 29.5278 %.
+    EXPECT_NEAR(Level(128, 64, 32), 29.5278, 1e-4);
+    EXPECT_NEAR(Level(255, 0, 0), 21.26, 1e-9);
+    EXPECT_NEAR(Level(0, 255, 0), 71.52, 1e-9);
+    EXPECT_NEAR(Level(0, 0, 255), 7.22, 1e-9);
+    for (const uint32_t system : {1u, 2u}) { // NTSC and PAL: ITU.R BT.601
+        session_->prefs.videoSystem = system;
+        EXPECT_NEAR(Level(255, 0, 0), 29.9, 1e-9);
+        EXPECT_NEAR(Level(0, 255, 0), 58.7, 1e-9);
+        EXPECT_NEAR(Level(0, 0, 255), 11.4, 1e-9);
+    }
+    session_->prefs.videoSystem = 4; // SMPTE 240M
+    EXPECT_NEAR(Level(255, 0, 0), 21.2, 1e-9);
+    EXPECT_NEAR(Level(0, 255, 0), 70.1, 1e-9);
+    EXPECT_NEAR(Level(0, 0, 255), 8.7, 1e-9);
+}
+
+TEST_F(TKProbeTest, BlackAndWhiteLevelsAreZeroAndAHundredIRE)
+{
+    SetRange(16, 235, 0);
+    EXPECT_NEAR(Grey(16), 0, 1e-9);
+    EXPECT_NEAR(Grey(235), 100, 1e-9);
+    EXPECT_NEAR(Grey(126), 50.2283, 1e-4);  // 110 of 219
+    EXPECT_NEAR(Grey(255), 109.1324, 1e-4); // 239 of 219
+    EXPECT_NEAR(Grey(0), -7.3059, 1e-4);    // -16 of 219
+}
+
+TEST_F(TKProbeTest, WithSetupBlackIsSevenAndAHalfIRE)
+{
+    SetRange(0, 255, 1);
+    EXPECT_NEAR(Grey(0), 7.5, 1e-9);
+    EXPECT_NEAR(Grey(255), 100, 1e-9);
+    EXPECT_NEAR(Grey(51), 26, 1e-9); // a fifth of the way: 7.5 + 92.5 / 5
+}
+
+TEST_F(TKProbeTest, MillivoltsOfNTSCAreOneHundredAndFortyIREInAVoltOthersSevenHundredInAHundred)
+{
+    session_->prefs.wfmUnitsMV = 1;
+    for (const uint32_t system : {2u, 3u, 4u}) {
+        session_->prefs.videoSystem = system;
+        EXPECT_NEAR(Grey(255), 700, 1e-6) << system;
+        EXPECT_NEAR(Grey(51), 140, 1e-6) << system;
+    }
+    session_->prefs.videoSystem = 1;
+    EXPECT_NEAR(Grey(255), 714.2857, 1e-4);
+    SetRange(0, 255, 1);
+    EXPECT_NEAR(Grey(0), 53.5714, 1e-4); // 7.5 IRE
+    EXPECT_TRUE(Read(0, 0, 0).inMillivolts);
+}
+
+TEST_F(TKProbeTest, ARangeThatCannotBeScaledReadsZero)
+{
+    for (const int32_t white : {0, -5}) {
+        SetRange(0, white, 0);
+        EXPECT_EQ(Grey(128), 0);
+    }
+}
+
+TEST_F(TKProbeTest, TheTextTellsPlaceEightBitsTenBitsFloatAndLevel)
+{
+    session_->imagePaneMode = tkImageReference; // a surface without a frame: the floats are those of the 8 bits
+    ASSERT_EQ(ScopeSurfaceCreate(8, 6, &session_->views.referenceSurface), bpNoErr);
+    const ScopeSurface& surface = session_->views.referenceSurface;
+    uint8_t* pixel = surface.pixels + 2 * size_t{surface.rowBytes} + 3 * 4;
+    pixel[1] = 128;
+    pixel[2] = 64;
+    pixel[3] = 32;
+    TKMoveProbe(session_, true, 3, 2);
+    // Ten bits: 128 x 1023 / 255 = 513.5, 64: 256.8, 32: 128.4, the nearest each. 128 / 255 = 0.50196.
+    EXPECT_EQ(Text(TKReadProbe(session_)),
+              "3, 2   8-bit 128 64 32   10-bit 514 257 128   0.5020 0.2510 0.1255   29.5 IRE");
+    session_->prefs.wfmUnitsMV = 1;
+    const std::string inMillivolts = Text(TKReadProbe(session_));
+    EXPECT_EQ(inMillivolts.substr(inMillivolts.size() - 8), "206.7 mV"); // 29.5278 x 7 = 206.69
+}
+
+TEST_F(TKProbeTest, BlackAndWhiteAreZeroAndTheWholeRangeInTenBits)
+{
+    EXPECT_NE(Text(Read(0, 255, 1)).find("10-bit 0 1023 4"), std::string::npos);     // 1 x 1023 / 255 = 4.01
+    EXPECT_NE(Text(Read(254, 127, 2)).find("10-bit 1019 509 8"), std::string::npos); // 1018.99, 509.49, 8.02
+}
+
+TEST_F(TKProbeTest, TheFloatIsTheFramesOwnAboveWhiteToo)
+{
+    auto* row = reinterpret_cast<float*>(session_->resultFrame->baseAddr + 2 * session_->resultFrame->rowBytes);
+    row[3] = 1.25f; // of the first plane, red
+    const TKProbeReading reading = Read(255, 0, 0);
+    EXPECT_EQ(reading.rgb[0], 1.25f);
+    EXPECT_EQ(reading.pixel.red, 255);
+    EXPECT_NE(Text(reading).find("1.2500"), std::string::npos);
+}
+
+TEST_F(TKProbeTest, ThePictureInViewIsRead)
+{
+    (void)Read(10, 10, 10);
+    EXPECT_EQ(TKReadProbe(session_).pixel.red, 10);
+    session_->imagePaneMode = tkImageSource;
+    EXPECT_EQ(TKReadProbe(session_).pixel.blue, 200); // what the host painted
+    session_->imagePaneMode = tkImageReference;       // there is none
+    EXPECT_FALSE(TKReadProbe(session_).valid);
+    session_->imagePaneMode = tkImageResult;
+    session_->views.previewPlaying = true;
+    EXPECT_FALSE(TKReadProbe(session_).valid);
+}
+
+TEST_F(TKProbeTest, OutsideThePictureAndWhileItIsOffThereIsNoReadingAndNoText)
+{
+    const int32_t width = static_cast<int32_t>(session_->resultSurface.width);
+    const int32_t height = static_cast<int32_t>(session_->resultSurface.height);
+    const struct {
+        int32_t x, y;
+    } outside[] = {{-1, 0}, {0, -1}, {width, 0}, {0, height}, {INT32_MAX, INT32_MIN}};
+    for (const auto& place : outside) {
+        TKMoveProbe(session_, true, place.x, place.y);
+        EXPECT_FALSE(TKReadProbe(session_).valid) << place.x << ", " << place.y;
+        EXPECT_EQ(Text(TKReadProbe(session_)), "");
+    }
+    TKMoveProbe(session_, true, width - 1, height - 1);
+    EXPECT_TRUE(TKReadProbe(session_).valid);
+    TKMoveProbe(session_, false, width - 1, height - 1);
+    EXPECT_FALSE(TKReadProbe(session_).valid);
+    session_->views.probeOn = false;
+    TKMoveProbe(session_, true, 1, 1);
+    EXPECT_FALSE(TKReadProbe(session_).valid);
+    session_->views.probeOn = true; // it begins where the pointer is
+    EXPECT_TRUE(TKReadProbe(session_).valid);
+}
+
+TEST_F(TKProbeTest, APlaceWithinThePictureIsTheMiddleOfItsPixel)
+{
+    const double width = session_->resultSurface.width;
+    EXPECT_DOUBLE_EQ(Read(1, 2, 3, 0, 0).pixel.across, 0.5 / width);
+    EXPECT_DOUBLE_EQ(Read(1, 2, 3, 7, 0).pixel.across, 7.5 / width);
+}
+
+TEST_F(TKProbeTest, AShortTextIsCutAndEnds)
+{
+    const TKProbeReading reading = Read(1, 2, 3);
+    char text[8] = "xxxxxxx";
+    TKProbeText(reading, text, 5);
+    EXPECT_STREQ(text, "3, 2");
+    EXPECT_EQ(text[5], 'x');
+    TKProbeText(reading, text, 0);
+    EXPECT_STREQ(text, "3, 2");
+}
