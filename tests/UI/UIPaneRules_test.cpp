@@ -125,8 +125,8 @@ TEST_F(UIPaneRules, APickThatAnotherEyedropperTookOverIsNotStoredForIt)
 {
     static float first[3], second[3];
     TKEyedropper droppers[2] = {};
-    TKInitEyedropper(&droppers[0], first, 0, tkSectionNone, "First", "first");
-    TKInitEyedropper(&droppers[1], second, 0, tkSectionNone, "Second", "second");
+    TKCreateEyedropper(&droppers[0], first, 0, tkSectionNone, "First", "first");
+    TKCreateEyedropper(&droppers[1], second, 0, tkSectionNone, "Second", "second");
     for (TKEyedropper& dropper : droppers) dropper.repaint = dropper.opensUndo = false;
     const QPoint middle = Picture()->pictureRect().center();
     (void)TKEyedropperClick(session_, &droppers[0], 0);
@@ -207,7 +207,7 @@ TEST_F(UIPaneRules, ThePictureTellsItsZoomAndThePickedColour)
     EXPECT_EQ(Access(Picture())->text(QAccessible::Value), QStringLiteral("Zoom 1.5x"));
     static float triple[3];
     TKEyedropper dropper = {};
-    TKInitEyedropper(&dropper, triple, 0, tkSectionNone, "Test", "test");
+    TKCreateEyedropper(&dropper, triple, 0, tkSectionNone, "Test", "test");
     dropper.repaint = dropper.opensUndo = false;
     (void)TKEyedropperClick(session_, &dropper, 0);
     QTest::mousePress(Picture(), Qt::LeftButton, Qt::NoModifier, middle);
