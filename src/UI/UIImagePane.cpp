@@ -95,8 +95,8 @@ void Fit(ImagePaneVars* pane)
 void SourceOf(const ImagePaneVars& pane, int32_t x, int32_t y, double* sourceX, double* sourceY)
 {
     const double zoom = static_cast<double>(pane.zoom);
-    *sourceX = (x - Across(pane).origin) * pane.scaleX * zoom + pane.panX;
-    *sourceY = (y - Down(pane).origin) * pane.scaleY * zoom + pane.panY;
+    *sourceX = (x - Across(pane).origin) * (pane.scaleX * zoom) + pane.panX;
+    *sourceY = (y - Down(pane).origin) * (pane.scaleY * zoom) + pane.panY;
 }
 
 /// The same in fractions of the picture.
@@ -378,7 +378,7 @@ void TKPaneText(const ImagePaneVars& pane, char* text, uint32_t length)
     const char* words = step == std::end(kTKZoomSteps) ? "" : kZoomWords[step - std::begin(kTKZoomSteps)];
     if (!HasPicture(pane))
         std::snprintf(text, length, "%s", "No picture");
-    else if (pane.dragging && pane.grabbedEnd == 0 && pane.pickTarget)
+    else if (pane.pickTarget && pane.canSample)
         std::snprintf(text, length, "Zoom %s, red %.4f, green %.4f, blue %.4f", words,
                       static_cast<double>(pane.pickTarget[0]), static_cast<double>(pane.pickTarget[1]),
                       static_cast<double>(pane.pickTarget[2]));

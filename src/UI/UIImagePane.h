@@ -124,7 +124,7 @@ void TKPaneLoseGrab(ImagePaneVars* pane);
 /// The cursor at a point.
 TKPaneCursor TKCursorAt(const ImagePaneVars& pane, int32_t x, int32_t y, uint32_t modifiers);
 
-/// The pane in words, for a screen reader: its zoom, and while a pick is held the colour that it reads.
+/// The pane in words, for a screen reader: its zoom, and during a pick the colour that it reads.
 void TKPaneText(const ImagePaneVars& pane, char* text, uint32_t length);
 
 /// The ends of the split line, in fractions of the picture.

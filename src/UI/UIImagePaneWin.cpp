@@ -65,7 +65,7 @@ bool IsSame(const TKPaneScale& a, const TKPaneScale& b)
 {
     return a.kind == b.kind && a.across.start == b.across.start && a.across.step == b.across.step &&
            a.across.count == b.across.count && a.down.start == b.down.start && a.down.step == b.down.step &&
-           a.down.count == b.down.count;
+           a.down.count == b.down.count && a.across.divisor == b.across.divisor;
 }
 
 /// The area around the picture.

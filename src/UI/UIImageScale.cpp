@@ -52,12 +52,16 @@ void AddTaps(Plan* plan, double from, double to, uint32_t sides)
     plan->taps.push_back(taps);
 }
 
+double PlaceOf(const TKScaleAxis& axis, int32_t i)
+{
+    return (axis.start + i * axis.step) / axis.divisor;
+}
+
 Plan PlanOf(const TKScaleAxis& axis, uint32_t sides, int32_t firstShown, int32_t endShown)
 {
     Plan plan;
     plan.taps.reserve(static_cast<size_t>(std::max(endShown - firstShown, 0)));
-    for (int32_t i = firstShown; i < endShown; ++i)
-        AddTaps(&plan, axis.start + i * axis.step, axis.start + (i + 1) * axis.step, sides);
+    for (int32_t i = firstShown; i < endShown; ++i) AddTaps(&plan, PlaceOf(axis, i), PlaceOf(axis, i + 1), sides);
     plan.first = plan.taps.empty() ? 0 : plan.taps.front().first;
     plan.end = plan.taps.empty() ? 0 : plan.taps.back().first + plan.taps.back().count;
     return plan;
@@ -99,7 +103,7 @@ const uint8_t* RowOf(const ScopeSurface& surface, uint32_t row)
 
 uint32_t NearestOf(const TKScaleAxis& axis, int32_t i, uint32_t sides)
 {
-    return static_cast<uint32_t>(std::clamp(axis.start + i * axis.step, 0.0, static_cast<double>(sides - 1)));
+    return static_cast<uint32_t>(std::clamp(PlaceOf(axis, i), 0.0, static_cast<double>(sides - 1)));
 }
 
 void ScaleNearest(const ScopeSurface& surface, const TKScaleAxis& across, const TKScaleAxis& down, int32_t firstRow,
@@ -183,10 +187,10 @@ TKPaneScale TKScaleOfPane(const ImagePaneVars& pane)
     const TKImageRect shown = TKShownRect(pane);
     const double zoom = static_cast<double>(pane.zoom), aspect = static_cast<double>(pane.aspect);
     TKPaneScale scale = {
-        .across = {.start = pane.panX / aspect, .step = pane.scaleX * zoom / aspect, .count = shown.width},
+        .across = {.start = pane.panX, .step = pane.scaleX * zoom, .count = shown.width, .divisor = aspect},
         .down = {.start = pane.panY, .step = pane.scaleY * zoom, .count = shown.height},
         .kind = tkScaleSmooth};
-    const bool isWhole = std::fabs(scale.across.step - 1) < 1e-9 && std::fabs(scale.down.step - 1) < 1e-9;
+    const bool isWhole = std::fabs(scale.across.step / aspect - 1) < 1e-9 && std::fabs(scale.down.step - 1) < 1e-9;
     const bool isCloser = pane.zoom < kTKZoomSteps[0] && scale.down.step < 1;
     if (isWhole || isCloser) scale.kind = tkScaleNearest;
     return scale;

@@ -9,11 +9,13 @@
 /// Thread: any, own rows.
 void TKSurfaceToWords(const ScopeSurface& surface, uint32_t* words, size_t rowWords);
 
-/// How a run of source pixels becomes a run of shown ones: shown pixel i covers the source from start + i * step to
-/// start + (i + 1) * step, in pixels of the source.
+/// How a run of source pixels becomes a run of shown ones: shown pixel i covers the source from (start + i * step) /
+/// divisor to (start + (i + 1) * step) / divisor, in pixels of the source. A pick computes its place in the same way, so
+/// that it reads what is shown, to the bit.
 struct TKScaleAxis {
     double start, step;
     int32_t count;
+    double divisor = 1; ///< width of a pixel over its height
 };
 
 enum TKScaleKind : uint32_t {

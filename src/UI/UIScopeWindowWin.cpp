@@ -78,7 +78,10 @@ void UIScopeWindowWin::place()
         if (screen != home && chosen == home) chosen = screen;
     const QRect area = chosen->availableGeometry();
     QRect rect(QPoint(0, 0), kUsualSize.boundedTo(area.size()));
+    if (chosen == home) // not over the picture: the analysis pane shows the like
+        rect.setSize(kUsualSize.boundedTo(QSize(area.width() / 2, area.height() * 3 / 5)));
     rect.moveCenter(area.center());
+    if (chosen == home) rect.moveLeft(area.left());
     setGeometry(rect);
 }
 

@@ -153,3 +153,41 @@ TEST_F(ImageScale, NothingIsWrittenWithoutAPictureOrWithoutRows)
     TKScaleSurface(picture_, {0, 1, 1}, {0, 1, 1}, tkScaleNearest, 1, 1, &word, 1);
     EXPECT_EQ(word, 7u);
 }
+
+TEST(UIImageScale, ACloserViewShowsInEachPlaceThePixelThatAPickThereReadsAtEveryAspect)
+{
+    ScopeSurface surface = {};
+    ASSERT_EQ(ScopeSurfaceCreate(720, 486, &surface), bpNoErr);
+    for (uint32_t y = 0; y < surface.height; ++y)
+        for (uint32_t x = 0; x < surface.width; ++x) {
+            uint8_t* pixel = surface.pixels + size_t{y} * surface.rowBytes + size_t{x} * 4; // alpha, red, green, blue
+            pixel[1] = static_cast<uint8_t>(x & 255);
+            pixel[2] = static_cast<uint8_t>((x >> 8) | (y >> 8) << 4);
+            pixel[3] = static_cast<uint8_t>(y & 255);
+        }
+    int32_t compared = 0;
+    for (const float aspect : {1.0f, 0.9f, 0.9091f, 1.0667f, 1.2121f, 1.4587f, 2.0f})
+        for (int32_t step = 1; step < kTKZoomStepCount; ++step)
+            for (const double pan : {0.0, 17.0, 100.1, 1e9}) {
+                ImagePaneVars pane;
+                TKInitImagePane(&pane);
+                TKSetPaneSurface(&pane, &surface, aspect);
+                pane.zoom = kTKZoomSteps[step];
+                pane.panX = pane.panY = pan;
+                TKSetPaneFrame(&pane, {.x = 0, .y = 0, .width = 644, .height = 484});
+                const TKPaneScale scale = TKScaleOfPane(pane);
+                if (scale.kind != tkScaleNearest) continue;
+                const TKImageRect shown = TKShownRect(pane);
+                const Words words = Scaled(surface, scale.across, scale.down, scale.kind);
+                for (int32_t i = 0; i < shown.width * shown.height; i += shown.width + 1) {
+                    const TKPicturePoint point =
+                        TKPicturePointQuietly(pane, shown.x + i % shown.width, shown.y + i / shown.width);
+                    const uint32_t word = words[static_cast<size_t>(i)];
+                    ASSERT_EQ(Component(word, 0) | (Component(word, 1) & 15) << 8, point.x) << aspect << ", " << i;
+                    ASSERT_EQ(Component(word, 2) | Component(word, 1) >> 4 << 8, point.y) << aspect << ", " << i;
+                    ++compared;
+                }
+            }
+    EXPECT_GT(compared, 50000);
+    ScopeSurfaceDispose(&surface);
+}
