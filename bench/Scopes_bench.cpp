@@ -1,5 +1,6 @@
 // The displays beside ffmpeg's filters, which are what a user would watch instead: waveform, vectorscope and histogram
-// of the same picture. Candidates take turns; the figures are medians of processor time, in milliseconds, as rows of a Markdown table.
+// of the same picture. Candidates take turns; the figures are milliseconds, as rows of a Markdown table: medians of
+// processor time for one thread, and the shortest times of the clock for two.
 //
 // Arguments are names of displays; without any, all take part.
 //
@@ -33,6 +34,7 @@ extern "C" {
 namespace {
 
 constexpr int kRounds = 15;
+constexpr int kTwo = 2; // threads and tasks of the second columns
 
 struct Size {
     uint32_t width, height;
@@ -43,33 +45,41 @@ constexpr Size kPanes[] = {{640, 480, "640 x 480"}, {1280, 960, "1280 x 960"}};
 
 using Work = std::function<void()>;
 
-/// Of this thread's processor, so that other programs matter less. All candidates work on this thread alone.
-double Milliseconds(const Work& work)
+/// Processor time of this thread, which other programs disturb less, and of the clock.
+struct Times {
+    double processor, clock;
+};
+
+Times Now()
 {
-    const auto now = [] {
+    const auto of = [](clockid_t id) {
         timespec time;
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        clock_gettime(id, &time);
         return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
     };
-    const double start = now();
-    work();
-    return now() - start;
+    return {.processor = of(CLOCK_THREAD_CPUTIME_ID), .clock = of(CLOCK_MONOTONIC)};
 }
 
-std::vector<double> Medians(const std::vector<Work>& candidates)
+/// The median of the processor time and the shortest of the clock, for each candidate.
+std::vector<Times> Measure(const std::vector<Work>& candidates)
 {
-    std::vector<std::vector<double>> times(candidates.size());
+    std::vector<std::vector<double>> processor(candidates.size()), clock(candidates.size());
     for (int round = -2; round < kRounds; ++round)
         for (size_t i = 0; i < candidates.size(); ++i) {
-            const double time = Milliseconds(candidates[i]);
-            if (round >= 0) times[i].push_back(time);
+            const Times start = Now();
+            candidates[i]();
+            const Times end = Now();
+            if (round < 0) continue;
+            processor[i].push_back(end.processor - start.processor);
+            clock[i].push_back(end.clock - start.clock);
         }
-    std::vector<double> medians;
-    for (std::vector<double>& list : times) {
-        std::sort(list.begin(), list.end());
-        medians.push_back(list[list.size() / 2]);
+    std::vector<Times> result;
+    for (size_t i = 0; i < candidates.size(); ++i) {
+        std::sort(processor[i].begin(), processor[i].end());
+        result.push_back(
+            {.processor = processor[i][kRounds / 2], .clock = *std::min_element(clock[i].begin(), clock[i].end())});
     }
-    return medians;
+    return result;
 }
 
 /// Ramps, patches and noise, as a graded frame has them.
@@ -94,11 +104,11 @@ void FillScene(const ScopeSurface& surface)
 /// One filter between a source and a sink, fed with one frame again and again.
 class Filter {
   public:
-    Filter(const char* name, const char* options, AVPixelFormat format, const ScopeSurface& surface)
+    Filter(const char* name, const char* options, AVPixelFormat format, const ScopeSurface& surface, int threads)
     {
         graph_ = avfilter_graph_alloc();
         avfilter_graph_set_auto_convert(graph_, AVFILTER_AUTO_CONVERT_NONE);
-        graph_->nb_threads = 1;
+        graph_->nb_threads = threads;
         char arguments[160];
         std::snprintf(arguments, sizeof arguments, "video_size=%ux%u:pix_fmt=%d:time_base=1/25", surface.width,
                       surface.height, static_cast<int>(format));
@@ -170,24 +180,32 @@ class Filter {
 
 struct Peer {
     int32_t display;
+    bool pictureColor;
     const char* filter;
     const char* options;
     AVPixelFormat format;
 };
 // What comes nearest: the traces that the display shows, with a graticule.
 constexpr Peer kPeers[] = {
-    {scopeLumaWFM, "waveform", "graticule=green:components=1", AV_PIX_FMT_YUV444P},
-    {scopeYCWFM, "waveform", "filter=flat:graticule=green:components=1", AV_PIX_FMT_YUV444P},
-    {scopeRGBWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
-    {scopeGBRWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
-    {scopeYRGBWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
-    {scopeYCbCrWFM, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_YUV444P},
-    {scopeOverlayWFM, "waveform", "display=overlay:graticule=green:components=7", AV_PIX_FMT_GBRP},
-    {scopeVectorscope, "vectorscope", "mode=color2:graticule=color", AV_PIX_FMT_YUV444P},
-    {scopeHistograms, "histogram", "display_mode=stack", AV_PIX_FMT_GBRP},
+    {scopeLumaWFM, false, "waveform", "graticule=green:components=1", AV_PIX_FMT_YUV444P},
+    {scopeLumaWFM, true, "waveform", "filter=acolor:graticule=green:components=1", AV_PIX_FMT_YUV444P},
+    {scopeYCWFM, false, "waveform", "filter=flat:graticule=green:components=1", AV_PIX_FMT_YUV444P},
+    {scopeRGBWFM, false, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeGBRWFM, false, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeYRGBWFM, false, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeYCbCrWFM, false, "waveform", "display=parade:graticule=green:components=7", AV_PIX_FMT_YUV444P},
+    {scopeOverlayWFM, false, "waveform", "display=overlay:graticule=green:components=7", AV_PIX_FMT_GBRP},
+    {scopeVectorscope, false, "vectorscope", "mode=color2:graticule=color", AV_PIX_FMT_YUV444P},
+    {scopeHistograms, false, "histogram", "display_mode=stack", AV_PIX_FMT_GBRP},
 };
 
 #endif
+
+/// Workers for the column of two tasks.
+struct Pool {
+    MPTask* tasks = nullptr;
+    uint32_t count = 1;
+};
 
 struct Setting {
     const char* name;
@@ -217,7 +235,7 @@ bool IsWanted(const Setting& setting, std::span<char*> names)
 }
 
 void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const ScopeLetters& letters,
-         std::span<char*> names)
+         std::span<char*> names, const Pool& pool)
 {
     ScopeSurface target;
     if (ScopeSurfaceCreate(pane.width, pane.height, &target) != bpNoErr) return;
@@ -237,21 +255,28 @@ void Run(const Size& size, const Size& pane, const ScopeSurface& picture, const 
             else
                 DrawComboQuadrant(&target, whole, &picture, setting.display, context);
         };
-        std::vector<Work> candidates = {[&] { draw(fast); }, [&] { draw(readable); }};
+        ScopeContext shared = fast;
+        shared.taskCount = pool.count;
+        shared.tasks = pool.tasks;
+        std::vector<Work> candidates = {[&] { draw(fast); }, [&] { draw(shared); }, [&] { draw(readable); }};
 #ifdef OC_HAVE_AVFILTER
         std::vector<std::unique_ptr<Filter>> filters;
         for (const Peer& peer : kPeers) {
-            if (peer.display != setting.display) continue;
-            filters.push_back(std::make_unique<Filter>(peer.filter, peer.options, peer.format, picture));
-            candidates.push_back([filter = filters.back().get()] { filter->Run(); });
+            if (peer.display != setting.display || peer.pictureColor != setting.pictureColor) continue;
+            for (const int threads : {1, kTwo}) {
+                filters.push_back(std::make_unique<Filter>(peer.filter, peer.options, peer.format, picture, threads));
+                candidates.push_back([filter = filters.back().get()] { filter->Run(); });
+            }
         }
 #endif
-        const std::vector<double> medians = Medians(candidates);
-        std::printf("| %s | %s | %s | %.2f | %.2f |", setting.name, size.name, pane.name, medians[0], medians[1]);
-        if (medians.size() > 2)
-            std::printf(" %.2f | %.1f |\n", medians[2], medians[2] / medians[0]);
+        const std::vector<Times> times = Measure(candidates);
+        std::printf("| %s | %s | %s | %.2f | %.2f | %.2f |", setting.name, size.name, pane.name, times[0].processor,
+                    times[2].processor, times[1].clock);
+        if (times.size() > 4)
+            std::printf(" %.2f | %.2f | %.1f | %.1f |\n", times[3].processor, times[4].clock,
+                        times[3].processor / times[0].processor, times[4].clock / times[1].clock);
         else
-            std::printf(" | |\n");
+            std::printf(" | | | |\n");
         std::fflush(stdout);
     }
     ScopeSurfaceDispose(&target);
@@ -263,15 +288,19 @@ int main(int argc, char** argv)
 {
     const std::span<char*> names(argv + 1, static_cast<size_t>(std::max(argc, 1) - 1));
     BPSetLogSink([](void*, const char*, size_t) {}, nullptr);
-    std::printf("| display | picture | pane | fast, ms | readable, ms | ffmpeg, ms | times ffmpeg |\n"
-                "|---|---|---|---:|---:|---:|---:|\n");
+    std::printf(
+        "| display | picture | pane | 1 thread | readable | 2 tasks | ffmpeg, 1 | ffmpeg, 2 | times, 1 | times, 2 |\n"
+        "|---|---|---|---:|---:|---:|---:|---:|---:|---:|\n");
+    Pool pool;
+    pool.count = MPStartTaskCount(&pool.tasks, kTwo);
     const ScopeLetters letters = ScopeBoxes<ScopePaintRect>();
     for (const Size& size : kPictures) {
         ScopeSurface picture;
         if (ScopeSurfaceCreate(size.width, size.height, &picture) != bpNoErr) return 1;
         FillScene(picture);
-        for (const Size& pane : kPanes) Run(size, pane, picture, letters, names);
+        for (const Size& pane : kPanes) Run(size, pane, picture, letters, names, pool);
         ScopeSurfaceDispose(&picture);
     }
+    MPDisposeTasks(pool.count, &pool.tasks);
     return 0;
 }

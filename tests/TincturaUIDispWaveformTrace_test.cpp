@@ -339,3 +339,71 @@ TEST(ColourBars, OnTheParadesStandAtTheirChannelsLevels)
             }
     }
 }
+
+TEST(ColourBars, OnTheYCMonitorSwingAsAnEngineerKnowsThem)
+{
+    // Bars of 75% in 601 without setup: yellow and cyan peak at 100 IRE, red and blue dip to -25.
+    const struct {
+        int bar;
+        double high, low;
+    } swings[] = {{1, 100.0, 32.8}, {2, 100.0, 5.2},  {3, 88.3, -0.3},
+                  {4, 75.2, -13.3}, {5, 69.9, -25.0}, {6, 42.1, -25.0}};
+    Surface target(1280, 960), source(800, 20);
+    FillBars(&source, 191);
+    Monitor m;
+    m.bounds = ScopeBoundsOf(target);
+    m.params.flags |= waveformYC;
+    m.Draw(&target, &source, ScopeDefaultContext());
+    const WaveformScale s = m.Scale(960);
+    const WaveformLayout l = m.Layout(1280);
+    const auto ireOf = [&](int32_t row) {
+        const double codes = static_cast<double>(960 - s.marginY - row) * 65536 / static_cast<double>(s.pixelsPerCode);
+        return (codes - static_cast<double>(s.codeOffset)) / 2.55;
+    };
+    for (const auto& swing : swings) {
+        const int32_t x = l.margin + (2 * swing.bar + 1) * l.panelWidth / 16;
+        int32_t top = -1, bottom = -1;
+        for (int32_t y = 0; y < 960; ++y) {
+            if (target.At(x, y) != Opaque(0, 0x7F, 0x3F)) continue;
+            if (top < 0) top = y;
+            bottom = y;
+        }
+        ASSERT_GE(top, 0) << swing.bar;
+        EXPECT_NEAR(ireOf(top), swing.high, 0.8) << swing.bar;
+        EXPECT_NEAR(ireOf(bottom), swing.low, 0.8) << swing.bar;
+    }
+    // White and black have no chroma.
+    for (const int bar : {0, 7})
+        for (int32_t y = 0; y < 960; ++y)
+            ASSERT_NE(target.At(l.margin + (2 * bar + 1) * l.panelWidth / 16, y), Opaque(0, 0x7F, 0x3F)) << bar;
+}
+
+TEST(ColourBars, OnTheCentredPanelsRestOnAlphaAndGreen)
+{
+    // The second panel sees alpha less luma, the third green less luma.
+    Surface target(1280, 960), source(800, 20);
+    FillBars(&source, 255);
+    Monitor m;
+    m.bounds = ScopeBoundsOf(target);
+    m.params.mode = waveformYCbCr;
+    m.Draw(&target, &source, ScopeDefaultContext());
+    const WaveformLayout l = m.Layout(1280);
+    const int luma[8] = {255, 226, 179, 150, 105, 76, 29, 0}; // sums of the rounded entries
+    for (int bar = 0; bar < 8; ++bar) {
+        const auto brightest = [&](int panel) {
+            const int32_t x = l.margin + l.panelLeft[panel] + (2 * bar + 1) * l.panelWidth / 16;
+            int32_t best = 0;
+            for (int32_t y = 1; y < 960; ++y)
+                if (target.At(x, y).blue > target.At(x, best).blue) best = y;
+            return best;
+        };
+        const int green = BarColor(bar, 255).green;
+        const int64_t second = ((int64_t{255 - luma[bar]} * 0x8FDC) >> 16) + 127;
+        const int64_t third = ((int64_t{green - luma[bar]} * 0xB699) >> 16) + 127;
+        // Alpha over black lies above the plot, and here above the pane: nothing is left to see.
+        const int64_t row = std::max<int64_t>(m.RowOf(second), 0);
+        EXPECT_EQ(row == 0, bar == 7);
+        EXPECT_NEAR(static_cast<double>(brightest(1)), static_cast<double>(row), 1) << bar;
+        EXPECT_NEAR(static_cast<double>(brightest(2)), static_cast<double>(m.RowOf(third)), 1) << bar;
+    }
+}
