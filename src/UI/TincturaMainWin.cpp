@@ -72,7 +72,7 @@ TincturaMainWin::TincturaMainWin(TKSession* session, BPStatus* error) : QWidget(
     transport_->setObjectName(QStringLiteral("transport"));
     session->transport[kTKTransportLeft].visible = true;
     const int32_t wantedTab = session->settingsTab;
-    tools_ = new ToolAreaWin(session, this, error);
+    tools_ = BuildToolPanes(this, QRect(0, 0, kTKLeastToolWidth, kTKLeastToolHeight), session, error);
     tools_->selectPane(wantedTab);
     tools_->keepSelection();
     tools_->setObjectName(QStringLiteral("tools"));

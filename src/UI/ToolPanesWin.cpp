@@ -43,6 +43,13 @@ static_assert(kTKMatchWideWidth == UIMatchColorWin::kOneLineWidth &&
 static_assert(kTKMatchNarrowWidth == UIMatchColorWin::kLeastWidth &&
               kTKMatchHighHeight == UIMatchColorWin::kTwoLineHeight);
 
+ToolAreaWin* BuildToolPanes(QWidget* mainWindow, const QRect& rectangle, TKSession* session, BPStatus* error)
+{
+    auto* made = new ToolAreaWin(session, mainWindow, error);
+    made->setGeometry(rectangle);
+    return made;
+}
+
 ToolAreaWin::ToolAreaWin(TKSession* session, QWidget* parent, BPStatus* error) : QWidget(parent), session_(session)
 {
     const BPStatus err = TKCreateColorSample(&sample_, &session->liveSettings, kTKColorSampleOffset, kTKNoOffset,

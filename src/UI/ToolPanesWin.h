@@ -12,6 +12,13 @@
 #include <memory>
 #include <vector>
 
+class ToolAreaWin;
+
+/// Builds all tool panes once, inside `rectangle` of the main window: controls are bound to the live settings of the
+/// session and registered with it, their defaults are those of its record of defaults. `error` receives the first
+/// failure. The main window owns what is made.
+ToolAreaWin* BuildToolPanes(QWidget* mainWindow, const QRect& rectangle, TKSession* session, BPStatus* error);
+
 class ToolAreaWin : public QWidget {
   public:
     /// Builds every page, hidden but for the first; controls are registered with the session. `error` receives the first

@@ -67,8 +67,8 @@ void UISwatchWin::paintEvent(QPaintEvent*)
     const uint32_t joined = swatch_->joinedEdges;
     const bool isDark = shades.text.lightness() > shades.window.lightness();
     const QColor frame = isDark ? shades.line : shades.hover; // the darker one of either palette
-    if (!(joined & kTKEdgeTop)) painter.fillRect(0, 0, width(), 1, frame);
-    if (!(joined & kTKEdgeBottom)) painter.fillRect(0, height() - 1, width(), 1, frame);
+    painter.fillRect(0, 0, width(), 1, frame);
+    painter.fillRect(0, height() - 1, width(), 1, frame);
     if (!(joined & kTKEdgeLeft)) painter.fillRect(0, 0, 1, height(), frame);
     if (!(joined & kTKEdgeRight)) painter.fillRect(width() - 1, 0, 1, height(), frame);
 

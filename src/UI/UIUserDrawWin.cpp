@@ -45,6 +45,9 @@ void UIUserDrawWin::paintEvent(QPaintEvent*)
         if (ScopeSurfaceCreate(width, height, &surface_) != bpNoErr) return;
     }
     TKPaintUserDraw(session_, *control_, shades.window.rgb() & 0xFFFFFF, &surface_);
+    char told[128];
+    TKUserDrawText(session_, *control_, told, sizeof told);
+    if (const QString text = QString::fromUtf8(told); accessibleDescription() != text) setAccessibleDescription(text);
     QImage image(static_cast<int>(width), static_cast<int>(height), QImage::Format_RGB32);
     if (image.isNull()) return;
     TKSurfaceToWords(surface_, reinterpret_cast<uint32_t*>(image.bits()),

@@ -21,8 +21,8 @@ enum TKColorFormat : int32_t {
 /// The entries, separated by "|".
 const char* TKColorFormatList();
 
-/// Edges of a swatch.
-enum : uint32_t { kTKEdgeTop = 1, kTKEdgeBottom = 2, kTKEdgeLeft = 4, kTKEdgeRight = 8 };
+/// Edges of a swatch that a neighbour may stand at.
+enum : uint32_t { kTKEdgeLeft = 1, kTKEdgeRight = 2 };
 
 struct TKSwatch {
     uint8_t* dataBase;   ///< start of the record that it shows

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace {
 
@@ -30,11 +31,25 @@ void DrawToneStrip(TKSession* session, const TKUserDraw*, ScopeSurface* surface)
     }
 }
 
+/// Black, middle grey and white as the grade makes them, in 8 bits.
+void TellTones(TKSession* session, const TKUserDraw*, char* text, uint32_t length)
+{
+    uint8_t tone[3][3];
+    for (uint32_t i = 0; i < 3; ++i) {
+        float grey, result[3];
+        TKToneAt(session, 2 - i, 3, &grey, result);
+        TKSwatchFill(result, tone[i]);
+    }
+    std::snprintf(text, length, "black %d %d %d, gray %d %d %d, white %d %d %d", tone[0][0], tone[0][1], tone[0][2],
+                  tone[1][0], tone[1][1], tone[1][2], tone[2][0], tone[2][1], tone[2][2]);
+}
+
 } // namespace
 
 void TKCreateToneStrip(TKUserDraw* control, const char* objectName)
 {
     TKCreateUserDraw(control, DrawToneStrip, nullptr, "Tone Strip", objectName);
+    control->textProc = TellTones;
     control->paintsBackground = true;
 }
 

@@ -10,6 +10,7 @@ void TKCreateUserDraw(TKUserDraw* control, TKUserDrawProc drawProc, void* refere
                       const char* objectName)
 {
     *control = {.drawProc = drawProc,
+                .textProc = nullptr,
                 .reference = reference,
                 .paintsBackground = false,
                 .label = label,
@@ -47,4 +48,10 @@ void TKPaintUserDraw(TKSession* session, const TKUserDraw& control, uint32_t bac
         }
     }
     if (control.drawProc) control.drawProc(session, &control, surface);
+}
+
+void TKUserDrawText(TKSession* session, const TKUserDraw& control, char* text, uint32_t length)
+{
+    text[0] = 0;
+    if (control.textProc) control.textProc(session, &control, text, length);
 }

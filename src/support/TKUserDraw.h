@@ -12,10 +12,14 @@ struct TKUserDraw;
 /// background itself: then every pixel is the procedure's to set.
 using TKUserDrawProc = void (*)(TKSession* session, const TKUserDraw* control, ScopeSurface* surface);
 
+/// Tells in words what is drawn, always ended.
+using TKUserDrawTextProc = void (*)(TKSession* session, const TKUserDraw* control, char* text, uint32_t length);
+
 struct TKUserDraw {
-    TKUserDrawProc drawProc; ///< may be null: the area is empty
-    void* reference;         ///< for the procedure
-    bool paintsBackground;   ///< the procedure sets every pixel
+    TKUserDrawProc drawProc;     ///< may be null: the area is empty
+    TKUserDrawTextProc textProc; ///< for those who do not see it; may be null
+    void* reference;             ///< for the procedure
+    bool paintsBackground;       ///< the procedure sets every pixel
     const char* label;
     const char* objectName;
     void (*redraw)(void* window); ///< set by its window, may be null
@@ -36,3 +40,6 @@ void TKRedrawUserDraws(TKSession* session);
 /// Makes the pixels of an area: the background 0xRRGGBB, then what the procedure draws. A surface without pixels is left
 /// alone.
 void TKPaintUserDraw(TKSession* session, const TKUserDraw& control, uint32_t background, ScopeSurface* surface);
+
+/// What the area says of itself in words; empty without a procedure. `length` is at least 1.
+void TKUserDrawText(TKSession* session, const TKUserDraw& control, char* text, uint32_t length);

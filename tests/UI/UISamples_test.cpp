@@ -237,6 +237,7 @@ TEST_F(UISamplesTest, TheToneStripFollowsEverySliderAndEachScale)
     EXPECT_GE(painted.count, 1u);
     EXPECT_EQ(at(0.75, 0.5), QColor(Qt::black));
     EXPECT_NEAR(at(0.25, 0.5).red(), 127, 2);
+    EXPECT_EQ(strip->accessibleDescription(), QStringLiteral("black 0 0 0, gray 0 0 0, white 0 0 0"));
 }
 
 TEST_F(UISamplesTest, EveryColourOfACurveFollowsTheFormatOfTheSample)

@@ -215,4 +215,20 @@ TEST_F(TKUpdateControlsTest, ASliderOfAnotherRecordIsNotTouched)
     EXPECT_STREQ(other.valueText, "7.00");
 }
 
+TEST_F(TKUpdateControlsTest, ShowingARecordCallsNoChangeProcedureOpensNoStepAndRendersNothing)
+{
+    for (SliderVars* slider : {&gain_, &saturation_, &redGain_})
+        slider->changeProc = [](TKSession*, SliderVars* self, double, bool) { ADD_FAILURE() << self->label; };
+    OCSettings other = Live();
+    other.hsl.master.gain = 2;
+    other.hsl.master.saturation = 10;
+    const OCSettings before = Live();
+    EXPECT_EQ(UpdateAllControls(session_, &other, kOCResetAll, kOCResetAll, nullptr, true), 3u);
+    EXPECT_STREQ(gain_.valueText, "2.00"); // of the record that was given
+    EXPECT_STREQ(saturation_.valueText, "10.00");
+    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
+    EXPECT_EQ(Steps(), 0u);
+    EXPECT_EQ(Renders(), 0u);
+}
+
 } // namespace

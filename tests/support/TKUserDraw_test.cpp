@@ -100,6 +100,23 @@ TEST_F(TKUserDrawTest, TheStripShowsEveryGreyBesideWhatTheGradeMakesOfIt)
     EXPECT_EQ(TKPixelAt(surface_, 3, 2), 0xFF000000u);
 }
 
+TEST_F(TKUserDrawTest, TheStripTellsItsTonesInWords)
+{
+    TKUserDraw strip;
+    TKCreateToneStrip(&strip, "tone_strip");
+    char text[128];
+    TKUserDrawText(session_, strip, text, sizeof text);
+    EXPECT_STREQ(text, "black 0 0 0, gray 127 127 127, white 255 255 255");
+    (void)TKSliderDrag(session_, &gain_, 32768);
+    TKUserDrawText(session_, strip, text, sizeof text);
+    EXPECT_STREQ(text, "black 0 0 0, gray 64 64 64, white 127 127 127");
+    TKUserDrawText(session_, strip, text, 6);
+    EXPECT_STREQ(text, "black");
+    strip.textProc = nullptr;
+    TKUserDrawText(session_, strip, text, sizeof text);
+    EXPECT_STREQ(text, "");
+}
+
 TEST_F(TKUserDrawTest, TonesAreNotClampedAndNoNumberIsBlack)
 {
     (void)SetSliderValue(session_, &gain_, 4, true);
