@@ -258,7 +258,7 @@ void UIHorizTabWin::mouseMoveEvent(QMouseEvent* event)
 
 void UIHorizTabWin::keyPressEvent(QKeyEvent* event)
 {
-    if (event->modifiers() == Qt::NoModifier && event->key() == Qt::Key_Space) {
+    if (event->modifiers() == Qt::NoModifier && event->key() == Qt::Key_Space && hasSwitch(current_)) {
         toggle(current_);
         return;
     }

@@ -172,7 +172,7 @@ TKImageRect TKFitPicture(uint32_t pictureWidth, uint32_t pictureHeight, float pi
     return rect;
 }
 
-void TKInitImagePane(ImagePaneVars* pane)
+void TKCreateImagePane(ImagePaneVars* pane)
 {
     *pane = {};
     pane->zoom = kTKZoomSteps[0];

@@ -79,7 +79,7 @@ struct [[nodiscard]] TKPaneEffect {
 };
 
 /// No surface, fit size, square pixels, a line down the middle, nothing allowed.
-void TKInitImagePane(ImagePaneVars* pane);
+void TKCreateImagePane(ImagePaneVars* pane);
 
 /// Place and size of the pane; zoom stays, the pan is clamped.
 void TKSetPaneFrame(ImagePaneVars* pane, const TKImageRect& frame);

@@ -95,7 +95,7 @@ UIImagePaneWin::UIImagePaneWin(TKSession* session, const QString& objectName, in
     setMouseTracking(true);
     setFocusPolicy(Qt::TabFocus);
     for (ImagePaneVars& pane : panes_) {
-        TKInitImagePane(&pane);
+        TKCreateImagePane(&pane);
         pane.control = this;
         pane.canZoom = pane.canSample = true;
     }

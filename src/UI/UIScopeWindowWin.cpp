@@ -46,6 +46,7 @@ UIScopeWindowWin::UIScopeWindowWin(TKSession* session, QWidget* mainWindow)
     setWindowTitle(QStringLiteral("Ochrine Displays"));
     setAccessibleName(QStringLiteral("Displays"));
     setMinimumSize(kLeastSize);
+    setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
     tabs_ = new UIHorizTabWin(session, Tabs(), this);
     tabs_->setObjectName(QStringLiteral("window_tabs"));
@@ -91,6 +92,7 @@ void UIScopeWindowWin::showAgain(bool activate)
         place();
         setAttribute(Qt::WA_ShowWithoutActivating, !activate);
         setVisible(true);
+        setFocus(); // not the tabs: space bar and arrows are the transport's
     }
     if (!activate) return;
     raise();

@@ -20,7 +20,7 @@ class ImagePane : public ::testing::Test {
             return Opaque(static_cast<uint8_t>(x), static_cast<uint8_t>(y),
                           static_cast<uint8_t>(x / 256 + 16 * (y / 256)));
         });
-        TKInitImagePane(&pane_);
+        TKCreateImagePane(&pane_);
         pane_.canZoom = pane_.canSample = true;
         TKSetPaneFrame(&pane_, {.x = 0, .y = 0, .width = 404, .height = 304});
         TKSetPaneSurface(&pane_, &picture_, 1);
@@ -309,7 +309,7 @@ TEST_F(ImagePane, AViewIsTakenOverByAnotherPane)
 {
     ZoomTo(3, 300, 200);
     ImagePaneVars other = {};
-    TKInitImagePane(&other);
+    TKCreateImagePane(&other);
     TKSetPaneFrame(&other, pane_.frame);
     TKSetPaneSurface(&other, &picture_, 1);
     TKCopyPaneView(&other, pane_);

@@ -86,7 +86,7 @@ TEST_F(ImageScale, AUniformPictureStaysUniformAtEveryScale)
 TEST_F(ImageScale, NearestShowsThePixelThatAPickThereReads)
 {
     ImagePaneVars pane = {};
-    TKInitImagePane(&pane);
+    TKCreateImagePane(&pane);
     TKSetPaneFrame(&pane, {.x = 0, .y = 0, .width = 133, .height = 101});
     TKSetPaneSurface(&pane, &picture_, 1.1f);
     for (int step = 1; step < kTKZoomStepCount; ++step) {
@@ -108,7 +108,7 @@ TEST_F(ImageScale, NearestShowsThePixelThatAPickThereReads)
 TEST_F(ImageScale, TheFitSizeIsSmoothACloserViewShowsPixels)
 {
     ImagePaneVars pane = {};
-    TKInitImagePane(&pane);
+    TKCreateImagePane(&pane);
     TKSetPaneFrame(&pane, {.x = 0, .y = 0, .width = 30, .height = 30});
     TKSetPaneSurface(&pane, &picture_, 1);
     EXPECT_EQ(TKScaleOfPane(pane).kind, tkScaleSmooth);
@@ -170,7 +170,7 @@ TEST(UIImageScale, ACloserViewShowsInEachPlaceThePixelThatAPickThereReadsAtEvery
         for (int32_t step = 1; step < kTKZoomStepCount; ++step)
             for (const double pan : {0.0, 17.0, 100.1, 1e9}) {
                 ImagePaneVars pane;
-                TKInitImagePane(&pane);
+                TKCreateImagePane(&pane);
                 TKSetPaneSurface(&pane, &surface, aspect);
                 pane.zoom = kTKZoomSteps[step];
                 pane.panX = pane.panY = pan;

@@ -126,9 +126,14 @@ TEST_F(UIScopeWindow, LettersSelectItsDisplaysAndOtherKeysReachTheMainWindow)
     QTest::keyClick(Window(), Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(Live().hsl.master.gain, 1.0f);
     host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    EXPECT_EQ(Window()->focusWidget(), Window());
     QTest::keyClick(Window(), Qt::Key_Space);
     EXPECT_TRUE(TKIsPlaying(session_));
-    TKStopPlayback(session_);
+    Window()->tabs()->setFocus(Qt::TabFocusReason); // which have no switches
+    QTest::keyClick(Window()->tabs(), Qt::Key_Space);
+    EXPECT_FALSE(TKIsPlaying(session_));
+    QTest::keyClick(Window()->tabs(), Qt::Key_Right);
+    EXPECT_EQ(session_->views.window.analysisTab, scopeTabHistograms);
 }
 
 TEST_F(UIScopeWindow, EscapeControlWAndItsFrameCloseItForTheNextSessionToo)
