@@ -173,9 +173,9 @@ void UIImagePaneWin::makeWords(const ImagePaneVars& pane)
     if (!stale_ && words_.size() == size && IsSame(scale, wordsScale_)) return;
     if (words_.size() != size) words_ = QImage(size, QImage::Format_RGB32);
     if (words_.isNull()) return;
-    TKScaleSurface(*pane.surface, scale.across, scale.down, scale.kind, 0, scale.down.count,
-                   reinterpret_cast<uint32_t*>(words_.bits()),
-                   static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t));
+    TKScaleSurfaceShared(
+        *pane.surface, scale.across, scale.down, scale.kind, reinterpret_cast<uint32_t*>(words_.bits()),
+        static_cast<size_t>(words_.bytesPerLine()) / sizeof(uint32_t), session_->taskCount, session_->tasks);
     TKApplyPreviewLUT(session_, tkPreviewPrimary, words_.bits(), static_cast<uint32_t>(size.width()),
                       static_cast<uint32_t>(size.height()), static_cast<uint32_t>(words_.bytesPerLine()),
                       pixFormatARGB8);

@@ -182,6 +182,20 @@ void TKScaleSurface(const ScopeSurface& surface, const TKScaleAxis& across, cons
         ScaleSmooth(surface, across, down, firstRow, endRow, words, rowWords);
 }
 
+void TKScaleSurfaceShared(const ScopeSurface& surface, const TKScaleAxis& across, const TKScaleAxis& down,
+                          TKScaleKind kind, uint32_t* words, size_t rowWords, uint32_t taskCount, MPTask* tasks)
+{
+    const uint32_t count = tasks ? std::max(taskCount, 1u) : 1;
+    const auto firstRowOf = [&down, count](uint32_t index) {
+        return static_cast<int32_t>(int64_t{std::max(down.count, 0)} * index / count);
+    };
+    auto band = [&](uint32_t index) {
+        TKScaleSurface(surface, across, down, kind, firstRowOf(index), firstRowOf(index + 1), words, rowWords);
+    };
+    const auto run = [](void* context, uint32_t index) { (*static_cast<decltype(band)*>(context))(index); };
+    MPRunEach(run, &band, count, tasks);
+}
+
 TKPaneScale TKScaleOfPane(const ImagePaneVars& pane)
 {
     const TKImageRect shown = TKShownRect(pane);

@@ -2,6 +2,7 @@
 // as words of the window system. Only visible pixels are made.
 #pragma once
 
+#include "src/MPTasks.h"
 #include "src/ScopeSurface.h"
 #include "src/UI/UIImagePane.h"
 
@@ -27,6 +28,10 @@ enum TKScaleKind : uint32_t {
 /// its border.   Thread: any, own rows.
 void TKScaleSurface(const ScopeSurface& surface, const TKScaleAxis& across, const TKScaleAxis& down, TKScaleKind kind,
                     int32_t firstRow, int32_t endRow, uint32_t* words, size_t rowWords);
+
+/// The whole picture, its rows shared by the tasks (null: none); the same words for any number of them.   Thread: main.
+void TKScaleSurfaceShared(const ScopeSurface& surface, const TKScaleAxis& across, const TKScaleAxis& down,
+                          TKScaleKind kind, uint32_t* words, size_t rowWords, uint32_t taskCount, MPTask* tasks);
 
 /// The axes of what a pane shows, and how it is scaled: at the fit size and where the picture is made smaller smoothly,
 /// in a closer view pixel by pixel.

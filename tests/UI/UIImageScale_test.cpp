@@ -134,6 +134,21 @@ TEST_F(ImageScale, BandsOfRowsMakeTheWholePicture)
     }
 }
 
+TEST_F(ImageScale, AnyNumberOfTasksMakesTheWholePicture)
+{
+    const TKScaleAxis across = {1.5, 1.7, 33};
+    for (const int32_t rows : {0, 1, 2, 5, 35})
+        for (const TKScaleKind kind : {tkScaleNearest, tkScaleSmooth})
+            for (const uint32_t wanted : {1u, 2u, 3u, 7u}) {
+                const TKScaleAxis down = {0.25, 1.3, rows};
+                const Words whole = Scaled(picture_, across, down, kind);
+                const Workers pool(wanted);
+                Words shared(whole.size());
+                TKScaleSurfaceShared(picture_, across, down, kind, shared.data(), 33, pool.count, pool.tasks);
+                EXPECT_EQ(whole, shared) << rows << " rows, " << wanted << " tasks";
+            }
+}
+
 TEST_F(ImageScale, WhatLiesOutsideCountsAsTheBorder)
 {
     const TKScaleAxis across = {-10, 1, 81}, down = {-10, 1, 67};
