@@ -23,3 +23,16 @@ inline bool ScopeLinesOf(int32_t lineCount, int32_t singleLine, int32_t height, 
     }
     return true;
 }
+
+/// The number of lines that these are.
+inline int64_t ScopeLineCount(const ScopeLines& lines)
+{
+    return (lines.end - lines.first + lines.step - 1) / lines.step;
+}
+
+/// How many tasks share a trace: what is laid in less than half a millisecond is laid before workers have woken.
+inline uint32_t ScopeTasksFor(int64_t samples, uint32_t taskCount)
+{
+    constexpr int64_t kWorthSharing = 1 << 18;
+    return samples < kWorthSharing ? 1 : taskCount;
+}

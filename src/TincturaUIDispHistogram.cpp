@@ -1,4 +1,5 @@
 // Histograms: four distributions of the picture in view, with statistics where there is room.
+#include "src/ScopeLines.h"
 #include "src/TincturaUIDisp.h"
 
 #include "src/platform/BPMemory.h"
@@ -300,10 +301,12 @@ void DrawHistograms(ScopeSurface* target, const ScopeRect* rect, const ScopeSurf
                               .redBins = memory + layout.binCount,
                               .greenBins = memory + 2 * layout.binCount,
                               .blueBins = memory + 3 * layout.binCount};
+    const Sampling sampling = SamplingOf(*source);
+    const int64_t samples = int64_t{sampling.columns} * (source->height / sampling.lineStep);
     if (context.readable)
         AccumulateHistogramsScalar(*source, set);
     else
-        AccumulateHistograms(*source, set, context.taskCount, context.tasks);
+        AccumulateHistograms(*source, set, ScopeTasksFor(samples, context.taskCount), context.tasks);
     const ScopeColor colors[4] = {palette.luma, palette.red, palette.green, palette.blue};
     SelectFont(&port, layout.textSize);
     for (int32_t i = 0; i < 4; ++i) {

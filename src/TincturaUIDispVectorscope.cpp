@@ -95,10 +95,12 @@ void DrawVectorscope(const VectorscopeParams& params, const ScopeContext& contex
     DrawVectorscopeGraticule(&port, params, scale, b.left, b.top);
     VectorscopeTrace trace;
     if (!VectorscopeTraceOf(params, port.clip, &trace)) return;
-    if (context.readable)
+    if (context.readable) {
         DrawVectorscopeTraceScalar(trace);
-    else
-        DrawVectorscopeTrace(trace, context.taskCount, context.tasks);
+        return;
+    }
+    const int64_t samples = ScopeLineCount(trace.lines) * (trace.sourceWidth / trace.columnStep);
+    DrawVectorscopeTrace(trace, ScopeTasksFor(samples, context.taskCount), context.tasks);
 }
 
 void DrawVectorscopeDisplay(ScopeSurface* target, const ScopeRect* rect, const ScopeSurface* source,

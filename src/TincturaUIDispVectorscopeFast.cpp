@@ -237,7 +237,7 @@ void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPT
                         .height = static_cast<uint32_t>(height),
                         .counts = counts,
                         .planeBytes = planeBytes,
-                        .lineCount = (t.lines.end - t.lines.first + t.lines.step - 1) / t.lines.step,
+                        .lineCount = ScopeLineCount(t.lines),
                         .samples = (t.sourceWidth + t.columnStep - 1) / t.columnStep,
                         .taskCount = count};
         FillPlaces(work);

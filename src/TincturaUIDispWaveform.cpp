@@ -302,10 +302,13 @@ void DrawWaveformMonitor(const WaveformParams& params, const ScopeContext& conte
 
     WaveformTrace trace;
     if (!WaveformTraceOf(params, port.clip, &trace)) return;
-    if (context.readable)
+    if (context.readable) {
         DrawWaveformTraceScalar(trace);
-    else
-        DrawWaveformTrace(trace, context.taskCount, context.tasks);
+        return;
+    }
+    const int64_t weight = trace.envelope ? 4 : layout.panelCount; // about what a sample costs
+    const int64_t samples = ScopeLineCount(trace.lines) * trace.columnCount * weight;
+    DrawWaveformTrace(trace, ScopeTasksFor(samples, context.taskCount), context.tasks);
 }
 
 void DrawWaveformDisplay(ScopeSurface* target, const ScopeRect* rect, const ScopeSurface* source, int32_t display,

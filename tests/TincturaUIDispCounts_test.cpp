@@ -146,3 +146,29 @@ TEST(Histograms, OfTheFastKernelHaveTheReadableOnesCounts)
         }
     }
 }
+
+TEST(ScopeTasks, AreAskedOnlyWhereATraceIsLongEnough)
+{
+    EXPECT_EQ(ScopeTasksFor(0, 2), 1u);
+    EXPECT_EQ(ScopeTasksFor((1 << 18) - 1, 2), 1u);
+    EXPECT_EQ(ScopeTasksFor(1 << 18, 2), 2u);
+    EXPECT_EQ(ScopeTasksFor(1 << 30, 1), 1u);
+}
+
+TEST(ScopeTasks, DrawEveryDisplayWithTheSameBytes)
+{
+    // Large enough for every trace to be shared.
+    Surface source(1600, 1300), alone(900, 700), shared(900, 700);
+    FillScene(&source);
+    Workers pool(3);
+    for (int32_t display = 1; display <= kScopeDisplayCount; ++display)
+        for (const uint32_t pictureColor : {0u, 1u}) {
+            ScopeContext context = ScopeDefaultContext();
+            context.settings.wfmColor = pictureColor;
+            DrawComboQuadrant(&alone, ScopeBoundsOf(alone), &source, display, context);
+            context.taskCount = pool.count;
+            context.tasks = pool.tasks;
+            DrawComboQuadrant(&shared, ScopeBoundsOf(shared), &source, display, context);
+            EXPECT_TRUE(SameSurface(alone, shared)) << ScopeDisplayName(display);
+        }
+}

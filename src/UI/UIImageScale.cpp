@@ -79,11 +79,6 @@ uint32_t WordOf(uint32_t pixel)
     return __builtin_bswap32(pixel) | 0xFF000000u;
 }
 
-uint64_t Spread(uint32_t pixel)
-{
-    return (pixel & 0x00FF00FFu) | (uint64_t{pixel & 0xFF00FF00u} << 24);
-}
-
 /// Lanes of 8.8 fixed point back to bytes, rounded.
 uint64_t Rounded(uint64_t lanes)
 {
@@ -93,7 +88,19 @@ uint64_t Rounded(uint64_t lanes)
 
 uint32_t Gathered(uint64_t lanes)
 {
-    return static_cast<uint32_t>(lanes) | static_cast<uint32_t>(lanes >> 24);
+    const uint64_t pairs = (lanes | lanes >> 8) & 0x0000FFFF0000FFFFu;
+    return static_cast<uint32_t>(pairs | pairs >> 16);
+}
+
+/// Two pixels, and their components as lanes.
+using Bytes = uint8_t __attribute__((vector_size(8)));
+using Lanes = uint16_t __attribute__((vector_size(16)));
+
+Lanes LanesAt(const uint8_t* pixels)
+{
+    Bytes bytes;
+    std::memcpy(&bytes, pixels, sizeof bytes);
+    return __builtin_convertvector(bytes, Lanes);
 }
 
 const uint8_t* RowOf(const ScopeSurface& surface, uint32_t row)
@@ -125,20 +132,23 @@ void ScaleNearest(const ScopeSurface& surface, const TKScaleAxis& across, const 
     }
 }
 
-/// The rows of one shown row, weighted: one word of lanes for each source column from plan.first on.
-void BlendRows(const ScopeSurface& surface, const Plan& rows, const Taps& taps, uint32_t firstColumn,
-               uint32_t endColumn, uint64_t* lanes)
+/// The rows of one shown row, weighted: one word of lanes for each of `count` source columns from firstColumn on, an
+/// even number of them.
+void BlendRows(const ScopeSurface& surface, const Plan& rows, const Taps& taps, uint32_t firstColumn, size_t count,
+               uint64_t* lanes)
 {
-    const size_t count = endColumn - firstColumn;
-    for (uint32_t tap = 0; tap < taps.count; ++tap) {
-        const uint8_t* in = RowOf(surface, taps.first + tap) + size_t{firstColumn} * 4;
-        const uint64_t weight = rows.weights[taps.weightsAt + tap];
-        if (tap == 0)
-            for (size_t i = 0; i < count; ++i) lanes[i] = Spread(PixelAt(in, i)) * weight;
-        else if (weight != 0)
-            for (size_t i = 0; i < count; ++i) lanes[i] += Spread(PixelAt(in, i)) * weight;
+    const uint8_t* in = RowOf(surface, taps.first) + size_t{firstColumn} * 4;
+    const uint16_t* weights = rows.weights.data() + taps.weightsAt;
+    for (size_t i = 0; i < count; i += 2) {
+        const uint8_t* pixels = in + i * 4;
+        Lanes sum = LanesAt(pixels) * weights[0];
+        for (uint32_t tap = 1; tap < taps.count; ++tap) {
+            pixels += surface.rowBytes;
+            sum += LanesAt(pixels) * weights[tap];
+        }
+        sum = (sum + 128) >> 8; // 255 * 256 + 128 still fits a lane
+        std::memcpy(lanes + i, &sum, sizeof sum);
     }
-    for (size_t i = 0; i < count; ++i) lanes[i] = Rounded(lanes[i]);
 }
 
 void ScaleSmooth(const ScopeSurface& surface, const TKScaleAxis& across, const TKScaleAxis& down, int32_t firstRow,
@@ -146,13 +156,15 @@ void ScaleSmooth(const ScopeSurface& surface, const TKScaleAxis& across, const T
 {
     const Plan columns = PlanOf(across, surface.width, 0, across.count);
     const Plan rows = PlanOf(down, surface.height, firstRow, endRow);
-    std::vector<uint64_t> lanes(columns.end - columns.first);
+    // Rows of a surface are whole groups of four pixels, so that an odd last one has a neighbour.
+    const size_t laneCount = (size_t{columns.end} - columns.first + 1) / 2 * 2;
+    const uint32_t firstColumn = columns.first - (columns.first + laneCount > size_t{surface.rowBytes} / 4 ? 1 : 0);
+    std::vector<uint64_t> lanes(laneCount);
     for (int32_t row = firstRow; row < endRow; ++row) {
-        BlendRows(surface, rows, rows.taps[static_cast<size_t>(row - firstRow)], columns.first, columns.end,
-                  lanes.data());
+        BlendRows(surface, rows, rows.taps[static_cast<size_t>(row - firstRow)], firstColumn, laneCount, lanes.data());
         uint32_t* out = words + static_cast<size_t>(row) * rowWords;
         for (const Taps& taps : columns.taps) {
-            const uint64_t* in = lanes.data() + (taps.first - columns.first);
+            const uint64_t* in = lanes.data() + (taps.first - firstColumn);
             const uint16_t* weights = columns.weights.data() + taps.weightsAt;
             uint64_t sum = 0;
             for (uint32_t tap = 0; tap < taps.count; ++tap) sum += in[tap] * weights[tap];
