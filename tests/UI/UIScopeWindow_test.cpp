@@ -82,9 +82,12 @@ TEST_F(UIScopeWindow, ADragDrawsItBeforeTheNextMove)
     QTest::mousePress(gain, Qt::LeftButton, Qt::NoModifier, gain->trackRect().center());
     for (int step = 1; step <= 4; ++step) {
         const uint32_t renders = session_->renderCount;
+        const ScopeSurface& port = Scopes()->surface();
+        const std::vector<uint8_t> before(port.pixels, port.pixels + size_t{port.rowBytes} * port.height);
         QTest::mouseMove(gain, gain->trackRect().center() + QPoint(9 * step, 0));
         EXPECT_EQ(session_->renderCount, renders + 1);
         EXPECT_FALSE(session_->views.port[tkScopesWindow].isStale) << step; // drawn with the render, not later
+        EXPECT_NE(std::memcmp(before.data(), port.pixels, before.size()), 0) << step;
     }
     QTest::mouseRelease(gain, Qt::LeftButton, Qt::NoModifier, gain->trackRect().center());
     gBPFake.mouseButtonDown = false;
