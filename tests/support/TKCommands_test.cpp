@@ -113,7 +113,19 @@ TEST_F(TKCommandsTest, AutoColorBalancesTheThreeChannelsAsOneStep)
     EXPECT_EQ(session_->undoRing->undoHead, head + 1);
 }
 
-TEST_F(TKCommandsTest, AutoColorOfABlackChannelLeavesAGrayThatIsNoNumberAndADragMendsIt)
+/// With enough pixels that some of them are trimmed.
+class TKLargeFrameTest : public TKControlsTest {
+  protected:
+    void SetUp() override
+    {
+        host_.width = 64;
+        host_.height = 48;
+        host_.rowBytes = 64 * 4;
+        TKControlsTest::SetUp();
+    }
+};
+
+TEST_F(TKLargeFrameTest, AutoColorOfABlackChannelLeavesAGrayThatIsNoNumberAndADragMendsIt)
 {
     FBFrame* frame = session_->sourceFrame;
     std::memset(frame->baseAddr, 0, frame->planeBytes); // red
@@ -123,8 +135,7 @@ TEST_F(TKCommandsTest, AutoColorOfABlackChannelLeavesAGrayThatIsNoNumberAndADrag
     EXPECT_EQ(red.inwhitept, 0.0f);
     EXPECT_TRUE(std::isnan(red.ingraypt)); // no distance times an infinite ratio
     EXPECT_FALSE(std::isnan(Live().levels[2].ingraypt));
-    EXPECT_TRUE(OCParametersOf(session_->engine) != nullptr && session_->renderCount > 0); // it was rendered
-    EXPECT_EQ(TKPixelAt(session_->resultSurface, 0, 3) & 0xFF0000, 0u);
+    EXPECT_EQ(Renders(), 1u);
 
     LevelsVars vars;
     InitLevels(&vars, &Live(), offsetof(OCSettings, levels[1]), 1, tkSectionLevelsRed, "levels_red");
@@ -133,6 +144,16 @@ TEST_F(TKCommandsTest, AutoColorOfABlackChannelLeavesAGrayThatIsNoNumberAndADrag
     EXPECT_TRUE(MoveLevelsHandle(session_, &vars, 2, 0.5f).changed); // white
     EXPECT_EQ(red.inwhitept, 0.5f);
     EXPECT_EQ(red.ingraypt, 0.25f);
+}
+
+TEST_F(TKCommandsTest, AutoColorOfABlackChannelWithoutATrimLeavesAnInfiniteGray)
+{
+    FBFrame* frame = session_->sourceFrame;
+    std::memset(frame->baseAddr, 0, frame->planeBytes); // red
+    DoMenuCommand(session_, 15, nullptr);
+    EXPECT_EQ(Live().levels[1].inblackpt, 0.0f);
+    EXPECT_EQ(Live().levels[1].inwhitept, 1.0f); // too few pixels to give one up
+    EXPECT_TRUE(std::isinf(Live().levels[1].ingraypt));
 }
 
 TEST_F(TKCommandsTest, AutomaticCorrectionsWithoutMemoryForTheirHistogramChangeNothing)
