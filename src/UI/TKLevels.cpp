@@ -65,9 +65,20 @@ struct Trio {
     float value[3];
 };
 
-Trio ShownTrio(const LevelsVars& vars, uint32_t bar)
+/// Where the handles of a bar stand, and the fields behind them, which may lie beyond the scale.
+struct Bar {
+    Trio shown, field;
+};
+
+Bar BarIn(const LevelsVars& vars, uint32_t bar)
 {
-    return {{vars.value[bar], vars.value[bar + 1], vars.value[bar + 2]}};
+    Bar result = {};
+    for (uint32_t part = 0; part < 3; ++part) {
+        const float field = FieldIn(vars, vars.dataBase, bar + part);
+        result.shown.value[part] = vars.value[bar + part];
+        result.field.value[part] = std::isfinite(field) ? field : vars.value[bar + part];
+    }
+    return result;
 }
 
 /// Where gray lies between black and white. Handles on each other, and fields that are no numbers, count as the middle.
@@ -87,20 +98,22 @@ float GrayAt(float first, float last, float ratio)
     return ratio >= 0 && ratio <= 1 ? std::clamp(value, std::min(first, last), std::max(first, last)) : value;
 }
 
-/// What the bar becomes when one handle is wanted somewhere.
-Trio Moved(Trio trio, Part part, float wanted, float ratio)
+/// What the bar becomes when one handle is wanted somewhere. Handles stop where the others are seen; gray keeps its ratio
+/// between the fields, which is what the engine makes its curve of.
+Trio Moved(const Bar& bar, Part part, float wanted, float ratio)
 {
+    Trio trio = bar.shown;
     float(&v)[3] = trio.value;
     wanted = std::clamp(wanted, 0.0f, 1.0f);
     switch (part) {
     case black:
         v[black] = std::min(wanted, v[white]);
-        v[gray] = GrayAt(v[black], v[white], ratio);
+        v[gray] = GrayAt(v[black], bar.field.value[white], ratio);
         break;
     case gray: v[gray] = std::clamp(wanted, std::min(v[black], v[white]), std::max(v[black], v[white])); break;
     case white:
         v[white] = std::max(wanted, v[black]);
-        v[gray] = GrayAt(v[black], v[white], ratio);
+        v[gray] = GrayAt(bar.field.value[black], v[white], ratio);
         break;
     }
     return trio;
@@ -152,22 +165,30 @@ void Apply(LevelsVars* vars, uint32_t handle, const Trio& trio)
     ShowLimits(vars);
 }
 
+/// Whether the newest step of undo is one of this control.
+bool OwnsStep(const TKSession* session, const LevelsVars& vars)
+{
+    const auto isLast = [&](const void* control) { return session->controls.lastTouched == control; };
+    return isLast(&vars) || std::any_of(std::begin(vars.readout), std::end(vars.readout),
+                                        [&](const LevelsReadout& readout) { return isLast(&readout); });
+}
+
 void Render(TKSession* session, LevelsVars* vars)
 {
     MarkSectionActive(session, vars->section, true, true);
     RecomputeAndRefresh(session, true);
-    TKStoreUndo(session);
+    if (OwnsStep(session, *vars)) TKStoreUndo(session);
 }
 
-/// A value was typed or reset: it stands in the field already, while `value` still has the one before.
+/// A value was typed or reset: it stands in the field already, while the record still has the one before.
 void ReadoutChanged(TKSession*, SliderVars* slider, double typed, bool)
 {
     auto* readout = reinterpret_cast<LevelsReadout*>(slider);
     LevelsVars* vars = readout->owner;
     const uint32_t handle = readout->handle, bar = BarOf(handle);
-    WriteField(*vars, handle, vars->value[handle]);
+    WriteField(*vars, handle, vars->field[handle]);
     const float ratio = RatioOf(*vars, bar);
-    Apply(vars, handle, Moved(ShownTrio(*vars, bar), PartOf(handle), static_cast<float>(typed), ratio));
+    Apply(vars, handle, Moved(BarIn(*vars, bar), PartOf(handle), static_cast<float>(typed), ratio));
     vars->deferral = {}; // the slider renders
 }
 
@@ -243,7 +264,6 @@ bool UpdateLevels(LevelsVars* vars, const void* settings)
     ShowLimits(vars);
     if (changed) {
         vars->tracking = 0;
-        vars->stepOpen = false;
         vars->deferral = {};
     }
     return changed;
@@ -288,7 +308,7 @@ uint32_t PressLevels(TKSession* session, LevelsVars* vars, double x, double y)
     vars->travelled = 0;
     vars->pressedValue = vars->value[handle];
     vars->pressedRatio = RatioOf(*vars, BarOf(handle));
-    vars->stepOpen = false;
+    session->controls.lastTouched = nullptr; // each drag is a step of its own
     if (code == kLevelsHitInBlack) BPDebugLog(">>>> tracking black part\n");
     return code;
 }
@@ -301,14 +321,10 @@ TKEffect TrackLevelsHandle(TKSession* session, LevelsVars* vars, double x, uint3
     vars->mouseX = x;
     const auto change = static_cast<float>(vars->travelled / static_cast<double>(vars->pixelsPerUnit));
     const Trio trio =
-        Moved(ShownTrio(*vars, BarOf(handle)), PartOf(handle), vars->pressedValue + change, vars->pressedRatio);
+        Moved(BarIn(*vars, BarOf(handle)), PartOf(handle), vars->pressedValue + change, vars->pressedRatio);
     if (!WouldChange(*vars, handle, trio)) return {};
-    TKEffect effect = {.changed = true, .opensUndo = false, .rerenders = true};
-    if (!vars->stepOpen) {
-        TKCommandUndo(session); // each drag is a step of its own
-        effect.opensUndo = session->undoRing && session->undoRing->undoSlotCount != 0;
-        vars->stepOpen = true;
-    }
+    // An undo in the middle of a drag took the step away; what follows is a new one.
+    const TKEffect effect = {.changed = true, .opensUndo = TKGestureUndo(session, vars), .rerenders = true};
     Apply(vars, handle, trio);
     session->controls.undoPending = true;
     TKDefer(&vars->deferral, kLevelsDeferTicks);
@@ -319,12 +335,11 @@ TKEffect ReleaseLevels(TKSession* session, LevelsVars* vars)
 {
     if (vars->tracking == 0) return {};
     vars->tracking = 0;
-    TKEffect effect = {.changed = false, .opensUndo = false, .rerenders = FlushLevels(session, vars)};
-    if (vars->stepOpen) {
+    const TKEffect effect = {.changed = false, .opensUndo = false, .rerenders = FlushLevels(session, vars)};
+    if (session->controls.lastTouched == vars) {
         session->controls.undoPending = false;
         TKStoreUndo(session);
     }
-    vars->stepOpen = false;
     return effect;
 }
 
@@ -334,7 +349,7 @@ TKEffect MoveLevelsHandle(TKSession* session, LevelsVars* vars, uint32_t handle,
     (void)CommitOpenEdit(session, true);
     (void)ReleaseLevels(session, vars);
     const uint32_t bar = BarOf(handle);
-    const Trio trio = Moved(ShownTrio(*vars, bar), PartOf(handle), wanted, RatioOf(*vars, bar));
+    const Trio trio = Moved(BarIn(*vars, bar), PartOf(handle), wanted, RatioOf(*vars, bar));
     if (!WouldChange(*vars, handle, trio)) return {};
     const TKEffect effect = {
         .changed = true, .opensUndo = TKGestureUndo(session, &vars->readout[handle]), .rerenders = true};

@@ -106,7 +106,6 @@ struct LevelsVars {
     double travelled;   ///< pixels since the press
     float pressedValue; ///< of the dragged handle at the press
     float pressedRatio; ///< (gray - black) / (white - black) of its bar at the press
-    bool stepOpen;      ///< the drag has its undo step
     TKDeferral deferral;
 };
 
@@ -165,7 +164,7 @@ bool LevelsTick(TKSession* session, LevelsVars* vars);
 /// Whether the timer has anything to do.
 bool LevelsNeedTick(const LevelsVars& vars);
 
-/// Renders at once what is held back: a key was let go, or the focus goes. True when it rendered.
+/// Renders at once what is held back: a key was let go, the focus goes, or TKSettleControls asks. True when it rendered.
 bool FlushLevels(TKSession* session, LevelsVars* vars);
 
 /// Gives the open edit of a readout three decimals instead of two.

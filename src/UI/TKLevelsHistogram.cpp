@@ -165,7 +165,11 @@ void LevelsPixelCallback(uint8_t* pixel, const FBFrame* frame, void* histogram)
 void BuildLevelsHistogram(const FBFrame* frame, LevelsHistogram* histogram)
 {
     std::fill_n(histogram->bin, kLevelsMostBins, 0u);
-    if (!frame || !frame->baseAddr || !IsCounted(frame->pixelFormat)) return;
+    if (!frame || !frame->baseAddr) return;
+    if (!IsCounted(frame->pixelFormat)) {
+        FBIterateFrame(frame, LevelsPixelCallback, histogram); // says what it thinks of the format
+        return;
+    }
     Tally tally = {};
     if (frame->pixelFormat == pixFormatRGBYPlanar_Float)
         CountPlanes(*frame, histogram->key, &tally);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -49,10 +50,11 @@ bool ShowBlock(LumaRangeVars* vars, const OCLumaRangeBlock& block)
     for (uint32_t row = 0; row < 2 * kLumaRangeHandleCount; ++row) {
         const uint32_t handle = row / 2;
         const bool isSoftness = row % 2 != 0;
-        float& shown = isSoftness ? vars->value[handle].y : vars->value[handle].x;
-        const float value = Shown(FieldOf(&copy, handle, isSoftness), row);
-        changed = changed || value != shown;
-        shown = value;
+        const float now = FieldOf(&copy, handle, isSoftness);
+        float& kept = isSoftness ? vars->field[handle].y : vars->field[handle].x;
+        changed = changed || std::memcmp(&now, &kept, sizeof now) != 0;
+        kept = now;
+        (isSoftness ? vars->value[handle].y : vars->value[handle].x) = Shown(now, row);
     }
     // The typing range is the handle's way, widened to whole track units.
     const auto units = [](float value) { return static_cast<double>(value) * 65536.0; };
@@ -62,8 +64,8 @@ bool ShowBlock(LumaRangeVars* vars, const OCLumaRangeBlock& block)
         SliderVars* slider = &vars->readout[row].slider;
         slider->trackMin = slider->typeMin;
         slider->trackMax = slider->typeMax;
-        const LumaRangePoint value = vars->value[row / 2];
-        TKShowSliderValue(slider, static_cast<double>(row % 2 != 0 ? value.y : value.x));
+        const LumaRangePoint field = vars->field[row / 2];
+        TKShowSliderValue(slider, static_cast<double>(row % 2 != 0 ? field.y : field.x));
     }
     BuildLumaRangeCurves(block, &vars->curves);
     return changed;
@@ -98,11 +100,19 @@ void Apply(LumaRangeVars* vars, const OCLumaRangeBlock& block)
     (void)ShowBlock(vars, block);
 }
 
+/// Whether the newest step of undo is one of this editor.
+bool OwnsStep(const TKSession* session, const LumaRangeVars& vars)
+{
+    const auto isLast = [&](const void* control) { return session->controls.lastTouched == control; };
+    return isLast(&vars) || std::any_of(std::begin(vars.readout), std::end(vars.readout),
+                                        [&](const LumaRangeReadout& readout) { return isLast(&readout); });
+}
+
 void Render(TKSession* session, LumaRangeVars* vars)
 {
     MarkSectionActive(session, vars->section, true, true);
     RecomputeAndRefresh(session, true);
-    TKStoreUndo(session);
+    if (OwnsStep(session, *vars)) TKStoreUndo(session);
 }
 
 /// A value was typed or reset: it stands in the field already.
@@ -170,7 +180,6 @@ bool UpdateLumaRange(LumaRangeVars* vars, const void* settings)
 {
     if (!ShowBlock(vars, BlockIn(*vars, settings))) return false;
     vars->tracking = false;
-    vars->stepOpen = false;
     vars->deferral = {};
     return true;
 }
@@ -218,7 +227,7 @@ uint32_t PressLumaRange(TKSession* session, LumaRangeVars* vars, double x, doubl
     vars->mouseY = y;
     vars->travelledX = vars->travelledY = 0;
     vars->pressedValue = vars->value[handle];
-    vars->stepOpen = false;
+    session->controls.lastTouched = nullptr; // each drag is a step of its own
     return handle;
 }
 
@@ -236,12 +245,8 @@ TKEffect TrackLumaRangeHandle(TKSession* session, LumaRangeVars* vars, double x,
         vars->pressedValue.y - static_cast<float>(vars->travelledY / (ScopeHeightOf(plot) - 1))};
     const LumaRangePoint point = Limited(*vars, vars->active, wanted);
     if (!WouldChange(*vars, vars->active, point)) return {};
-    TKEffect effect = {.changed = true, .opensUndo = false, .rerenders = true};
-    if (!vars->stepOpen) {
-        TKCommandUndo(session); // each drag is a step of its own
-        effect.opensUndo = session->undoRing && session->undoRing->undoSlotCount != 0;
-        vars->stepOpen = true;
-    }
+    // An undo in the middle of a drag took the step away; what follows is a new one.
+    const TKEffect effect = {.changed = true, .opensUndo = TKGestureUndo(session, vars), .rerenders = true};
     Apply(vars, Moved(*vars, vars->active, point));
     session->controls.undoPending = true;
     TKDefer(&vars->deferral, kLumaRangeDeferTicks);
@@ -253,11 +258,10 @@ TKEffect ReleaseLumaRange(TKSession* session, LumaRangeVars* vars)
     if (!vars->tracking) return {};
     vars->tracking = false;
     const TKEffect effect = {.changed = false, .opensUndo = false, .rerenders = FlushLumaRange(session, vars)};
-    if (vars->stepOpen) {
+    if (session->controls.lastTouched == vars) {
         session->controls.undoPending = false;
         TKStoreUndo(session);
     }
-    vars->stepOpen = false;
     return effect;
 }
 

@@ -97,6 +97,7 @@ struct LumaRangeVars {
     // What it shows.
     LumaRangeLayout layout;
     LumaRangePoint value[kLumaRangeHandleCount]; ///< position and softness, whatever the record holds
+    LumaRangePoint field[kLumaRangeHandleCount]; ///< what the record holds: the readouts say it
     LumaRangeCurves curves;
     uint32_t active; ///< the handle that was picked last, or kLumaRangeHandleCount
     LumaRangeReadout readout[2 * kLumaRangeHandleCount];
@@ -105,7 +106,6 @@ struct LumaRangeVars {
     double mouseX, mouseY;         ///< at the last event of the drag
     double travelledX, travelledY; ///< pixels since the press
     LumaRangePoint pressedValue;   ///< of the active handle at the press
-    bool stepOpen;                 ///< the drag has its undo step
     TKDeferral deferral;
 };
 
@@ -160,5 +160,5 @@ bool LumaRangeTick(TKSession* session, LumaRangeVars* vars);
 /// Whether the timer has anything to do.
 bool LumaRangeNeedsTick(const LumaRangeVars& vars);
 
-/// Renders at once what is held back. True when it rendered.
+/// Renders at once what is held back: a key was let go, the focus goes, or TKSettleControls asks. True when it rendered.
 bool FlushLumaRange(TKSession* session, LumaRangeVars* vars);

@@ -261,6 +261,10 @@ struct TKWindowsCalls {
         if (TincturaMainWin* window = Main(context))
             window->tools()->updateFrom(settings, toolMask, curveMask, previous, force);
     }
+    static void SettleControls(void* context)
+    {
+        if (TincturaMainWin* window = Main(context)) window->tools()->settle();
+    }
 };
 
 TKWindowsWin::TKWindowsWin() = default;
@@ -360,5 +364,6 @@ TKUserInterface TKWindowsWin::interface()
     ui.chooseColor = TKWindowsCalls::ChooseColor;
     ui.switchesChanged = TKWindowsCalls::SwitchesChanged;
     ui.updateOtherControls = TKWindowsCalls::UpdateOtherControls;
+    ui.settleControls = TKWindowsCalls::SettleControls;
     return ui;
 }

@@ -224,6 +224,14 @@ void ToolPageWin::updateFrom(const OCSettings* settings, uint32_t toolMask, uint
     }
 }
 
+void ToolPageWin::settle()
+{
+    for (HueOffsetVars& wheel : records_->wheels) TKSettleHueOffset(session_, &wheel);
+    for (CurveVars& curve : records_->curves) TKSettleCurve(session_, &curve);
+    for (LevelsVars& levels : records_->levels) (void)FlushLevels(session_, &levels);
+    for (LumaRangeVars& lumaRange : records_->lumaRanges) (void)FlushLumaRange(session_, &lumaRange);
+}
+
 void ToolPageWin::picturesChanged()
 {
     for (QWidget* control : controls_)

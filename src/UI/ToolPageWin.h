@@ -30,6 +30,7 @@ class ToolPageWin : public QScrollArea {
     void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
                     bool force);
 
+    void settle();          ///< see TKSettleControls
     void picturesChanged(); ///< the source frame, or what is made of it, is another one
 
   protected:

@@ -177,6 +177,11 @@ void ToolAreaWin::updateFrom(const OCSettings* settings, uint32_t toolMask, uint
     for (ToolPageWin* page : pages_) page->updateFrom(settings, toolMask, curveMask, previous, force);
 }
 
+void ToolAreaWin::settle()
+{
+    for (ToolPageWin* page : pages_) page->settle();
+}
+
 void ToolAreaWin::picturesChanged()
 {
     shownPage()->picturesChanged(); // another one looks at the frame when it comes to the front

@@ -35,6 +35,7 @@ class ToolAreaWin : public QWidget {
     void switchesChanged(); ///< the checkboxes of all tabs follow the live settings
     void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
                     bool force);
+    void settle(); ///< see TKSettleControls
     ToolPageWin* shownPage() const;
     UIColorSampleWin* sample() const { return sampleWindow_; }
     UIUserDrawWin* strip() const { return stripWindow_; }

@@ -6,9 +6,9 @@
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UIToolMenuWin.h"
+#include "src/UI/UIValueAccessWin.h"
 #include "src/support/TKCurvePainter.h"
 
-#include <QAccessibleWidget>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -24,29 +24,31 @@ constexpr int kFrame = 2; // between the outline and the plot
 constexpr int kLeastPlot = 96, kUsualPlot = 220, kMostPlot = 640;
 constexpr int kTickMs = 10;
 
-/// An editor as a screen reader has it: its value is the selected point.
-class CurveAccess : public QAccessibleWidget {
+/// An editor as a screen reader has it: a text of the selected point, and its output as the value.
+class CurveAccess : public UIValueAccess {
   public:
-    explicit CurveAccess(UICurveWin* window) : QAccessibleWidget(window, QAccessible::Chart) {}
+    explicit CurveAccess(UICurveWin* window) : UIValueAccess(window, QAccessible::Chart), window_(window) {}
 
-    QString text(QAccessible::Text kind) const override
+    QString valueText() const override { return window_->valueText(); }
+    QVariant currentValue() const override { return static_cast<double>(TKCurveOutput(*window_->vars())); }
+    QVariant minimumValue() const override { return 0.0; }
+    QVariant maximumValue() const override { return 1.0; }
+    QVariant minimumStepSize() const override { return static_cast<double>(kTKCurveNudge); }
+    void setCurrentValue(const QVariant& value) override
     {
-        if (kind != QAccessible::Value) return QAccessibleWidget::text(kind);
-        char value[128];
-        TKCurveText(*static_cast<UICurveWin*>(widget())->vars(), value, sizeof value);
-        return QString::fromUtf8(value);
+        bool isNumber = false;
+        const double number = value.toDouble(&isNumber);
+        if (isNumber) TKCurveSetOutput(window_->session(), window_->vars(), static_cast<float>(number));
     }
+
+  private:
+    UICurveWin* window_;
 };
 
 QAccessibleInterface* MakeAccess(const QString&, QObject* object)
 {
     auto* window = dynamic_cast<UICurveWin*>(object);
     return window ? new CurveAccess(window) : nullptr;
-}
-
-QRect ToRect(const ScopeRect& rect)
-{
-    return QRect(rect.left, rect.top, ScopeWidthOf(rect), ScopeHeightOf(rect));
 }
 
 int PlotSide(int width, int height)
@@ -57,7 +59,7 @@ int PlotSide(int width, int height)
 } // namespace
 
 UICurveWin::UICurveWin(TKSession* session, CurveVars* vars, const QString& name, QWidget* parent)
-    : QWidget(parent), session_(session), vars_(vars),
+    : UIDragWin(session, kTickMs, parent), vars_(vars),
       view_(session, this, [](void* window) { static_cast<UICurveWin*>(window)->update(); })
 {
     static const bool installed = [] {
@@ -69,7 +71,6 @@ UICurveWin::UICurveWin(TKSession* session, CurveVars* vars, const QString& name,
     setAccessibleName(QString::fromUtf8(vars->label) + QStringLiteral(" curve"));
     setProperty(kUITakesArrows, true);
     setFocusPolicy(Qt::StrongFocus);
-    setMouseTracking(true);
     vars_->control = this;
     vars_->redraw = [](void* control) { static_cast<UICurveWin*>(control)->changed(); };
 }
@@ -84,7 +85,7 @@ UICurveWin::~UICurveWin()
 
 QRect UICurveWin::plotRect() const
 {
-    return ToRect(vars_->plot);
+    return UIRectOf(vars_->plot);
 }
 
 QPoint UICurveWin::pointAt(double x, double y) const
@@ -123,42 +124,20 @@ void UICurveWin::changed()
         shownCursor_ = cursor;
         setCursor(UICursorOf(cursor, devicePixelRatioF()));
     }
-    if (!QAccessible::isActive()) return;
-    QAccessibleEvent event(this, QAccessible::ValueChanged);
-    QAccessible::updateAccessibility(&event);
+    (void)UIAnnounceValue(this, valueText(), static_cast<double>(TKCurveOutput(*vars_)), &announced_);
 }
 
-void UICurveWin::keepTicking()
+QString UICurveWin::valueText() const
 {
-    if (TKCurveWantsTicks(*vars_)) {
-        if (!timer_.isActive()) timer_.start(kTickMs, Qt::PreciseTimer, this);
-    } else {
-        timer_.stop();
-    }
-}
-
-void UICurveWin::timerEvent(QTimerEvent* event)
-{
-    if (event->timerId() != timer_.timerId()) return QWidget::timerEvent(event);
-    TKCurveTick(session_, vars_);
-    keepTicking();
+    char text[128];
+    TKCurveText(*vars_, text, sizeof text);
+    return QString::fromUtf8(text);
 }
 
 bool UICurveWin::event(QEvent* event)
 {
-    switch (event->type()) {
-    case QEvent::UngrabMouse:
-    case QEvent::Hide:
-    case QEvent::WindowDeactivate: // the release will go to somebody else
-        (void)TKCurveRelease(session_, vars_);
-        update();
-        break;
-    case QEvent::FocusIn:
-    case QEvent::FocusOut: update(); break;
-    case QEvent::Leave: TKCurveLeave(vars_); break;
-    default: break;
-    }
-    return QWidget::event(event);
+    if (event->type() == QEvent::Leave) TKCurveLeave(vars_);
+    return UIDragWin::event(event);
 }
 
 void UICurveWin::drawPlot(QPainter* painter)
@@ -223,7 +202,7 @@ void UICurveWin::mousePressEvent(QMouseEvent* event)
         event->ignore();
         return;
     }
-    if (!plotRect().contains(point.toPoint())) {
+    if (!TKCurveHit(*vars_, point.x(), point.y())) {
         (void)CommitOpenEdit(session_, true);
         return;
     }

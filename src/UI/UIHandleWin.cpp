@@ -3,26 +3,17 @@
 
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
+#include "src/UI/UIValueAccessWin.h"
 
-#include <QAccessibleWidget>
 #include <QKeyEvent>
 
 namespace {
 
-class HandleAccessible : public QAccessibleWidget, public QAccessibleValueInterface {
+class HandleAccessible : public UIValueAccess {
   public:
-    explicit HandleAccessible(UIHandleWin* handle) : QAccessibleWidget(handle, QAccessible::Slider), handle_(handle) {}
+    explicit HandleAccessible(UIHandleWin* handle) : UIValueAccess(handle, QAccessible::Slider), handle_(handle) {}
 
-    void* interface_cast(QAccessible::InterfaceType type) override
-    {
-        if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
-        return QAccessibleWidget::interface_cast(type);
-    }
-    QString text(QAccessible::Text kind) const override
-    {
-        return kind == QAccessible::Value ? handle_->owner()->handleText(handle_->index())
-                                          : QAccessibleWidget::text(kind);
-    }
+    QString valueText() const override { return handle_->owner()->handleText(handle_->index()); }
     QVariant currentValue() const override { return handle_->owner()->handleValue(handle_->index()); }
     void setCurrentValue(const QVariant& value) override
     {
@@ -64,11 +55,11 @@ UIHandleWin::UIHandleWin(UIHandleOwner* owner, int index, const QString& name, c
     setProperty(kUITakesArrows, true);
 }
 
-void UIHandleWin::announce()
+void UIHandleWin::showValue()
 {
-    if (!QAccessible::isActive()) return;
-    QAccessibleValueChangeEvent event(this, owner_->handleValue(index_));
-    QAccessible::updateAccessibility(&event);
+    const QString words = owner_->handleText(index_);
+    setAccessibleDescription(words);
+    (void)UIAnnounceValue(this, words, owner_->handleValue(index_), &announced_);
 }
 
 void UIHandleWin::keyPressEvent(QKeyEvent* event)

@@ -29,7 +29,7 @@ class UIHandleWin : public QWidget {
 
     UIHandleOwner* owner() const { return owner_; }
     int index() const { return index_; }
-    void announce(); ///< the value is another one
+    void showValue(); ///< the value may be another one
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -40,4 +40,5 @@ class UIHandleWin : public QWidget {
   private:
     UIHandleOwner* owner_;
     int index_;
+    QString announced_; ///< the value as it was told last
 };

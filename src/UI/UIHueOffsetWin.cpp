@@ -4,9 +4,9 @@
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UIToolMenuWin.h"
+#include "src/UI/UIValueAccessWin.h"
 #include "src/support/TKHueWheelImage.h"
 
-#include <QAccessibleWidget>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -23,18 +23,26 @@ constexpr int kLeastWheel = 64, kUsualWheel = 150, kMostWheel = 420;
 constexpr int kTickMs = 10;
 constexpr int kHandleSide = 4;
 
-/// A wheel as a screen reader has it: its value is a text of both numbers.
-class WheelAccess : public QAccessibleWidget {
+/// A wheel as a screen reader has it: a text of both numbers, and the strength as its value.
+class WheelAccess : public UIValueAccess {
   public:
-    explicit WheelAccess(UIHueOffsetWin* wheel) : QAccessibleWidget(wheel, QAccessible::Dial) {}
+    explicit WheelAccess(UIHueOffsetWin* wheel) : UIValueAccess(wheel, QAccessible::Dial), wheel_(wheel) {}
 
-    QString text(QAccessible::Text kind) const override
+    QString valueText() const override { return wheel_->valueText(); }
+    QVariant currentValue() const override { return static_cast<double>(wheel_->vars()->strength); }
+    QVariant minimumValue() const override { return 0.0; }
+    QVariant maximumValue() const override { return 1.0; }
+    QVariant minimumStepSize() const override { return static_cast<double>(kTKWheelFineNudge); }
+    void setCurrentValue(const QVariant& value) override
     {
-        if (kind != QAccessible::Value) return QAccessibleWidget::text(kind);
-        char value[64];
-        TKHueOffsetText(*static_cast<UIHueOffsetWin*>(widget())->vars(), value, sizeof value);
-        return QString::fromUtf8(value);
+        SliderVars* slider = &wheel_->vars()->strengthSlider;
+        bool isNumber = false;
+        const double number = value.toDouble(&isNumber);
+        if (isNumber && number == number) (void)TKSliderDrag(wheel_->session(), slider, TKTrackUnits(*slider, number));
     }
+
+  private:
+    UIHueOffsetWin* wheel_;
 };
 
 QAccessibleInterface* MakeAccess(const QString&, QObject* object)
@@ -57,11 +65,6 @@ QImage ImageOf(const ScopeSurface& surface, qreal ratio)
     return image;
 }
 
-QRect ToRect(const ScopeRect& rect)
-{
-    return QRect(rect.left, rect.top, ScopeWidthOf(rect), ScopeHeightOf(rect));
-}
-
 int WheelSide(int width, int height)
 {
     const int room = height - kLabelHeight - kGap - 2 * kSliderStep;
@@ -71,7 +74,7 @@ int WheelSide(int width, int height)
 } // namespace
 
 UIHueOffsetWin::UIHueOffsetWin(TKSession* session, HueOffsetVars* vars, const QString& name, QWidget* parent)
-    : QWidget(parent), session_(session), vars_(vars),
+    : UIDragWin(session, kTickMs, parent), vars_(vars),
       hue_(new UISliderWin(session, &vars->hueSlider, name + QStringLiteral("_tintangle"), this)),
       strength_(new UISliderWin(session, &vars->strengthSlider, name + QStringLiteral("_strength"), this))
 {
@@ -84,7 +87,6 @@ UIHueOffsetWin::UIHueOffsetWin(TKSession* session, HueOffsetVars* vars, const QS
     setAccessibleName(QString::fromUtf8(vars->label) + QStringLiteral(" hue wheel"));
     setProperty(kUITakesArrows, true);
     setFocusPolicy(Qt::StrongFocus);
-    setMouseTracking(true);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     vars_->control = this;
     vars_->redraw = [](void* control) { static_cast<UIHueOffsetWin*>(control)->valueChanged(); };
@@ -105,7 +107,7 @@ UISliderWin* UIHueOffsetWin::sliderOf(const SliderVars* slider) const
 
 QRect UIHueOffsetWin::wheelRect() const
 {
-    return ToRect(vars_->wheelRect);
+    return UIRectOf(vars_->wheelRect);
 }
 
 QPoint UIHueOffsetWin::handlePoint() const
@@ -143,46 +145,24 @@ void UIHueOffsetWin::valueChanged()
 {
     update();
     keepTicking();
-    if (!QAccessible::isActive()) return;
-    QAccessibleValueChangeEvent event(this, static_cast<double>(vars_->strength));
-    QAccessible::updateAccessibility(&event);
+    (void)UIAnnounceValue(this, valueText(), static_cast<double>(vars_->strength), &announced_);
 }
 
-void UIHueOffsetWin::keepTicking()
+QString UIHueOffsetWin::valueText() const
 {
-    if (TKHueOffsetWantsTicks(*vars_)) {
-        if (!timer_.isActive()) timer_.start(kTickMs, Qt::PreciseTimer, this);
-    } else {
-        timer_.stop();
-    }
-}
-
-void UIHueOffsetWin::timerEvent(QTimerEvent* event)
-{
-    if (event->timerId() != timer_.timerId()) return QWidget::timerEvent(event);
-    TKHueOffsetTick(session_, vars_);
-    keepTicking();
+    char text[64];
+    TKHueOffsetText(*vars_, text, sizeof text);
+    return QString::fromUtf8(text);
 }
 
 bool UIHueOffsetWin::event(QEvent* event)
 {
-    switch (event->type()) {
-    case QEvent::UngrabMouse:
-    case QEvent::Hide:
-    case QEvent::WindowDeactivate: // the release will go to somebody else
-        (void)TKHueOffsetRelease(session_, vars_);
-        update();
-        break;
-    case QEvent::EnabledChange: vars_->enabled = isEnabled(); break;
-    case QEvent::FocusIn:
-    case QEvent::FocusOut: update(); break;
-    case QEvent::Leave:
+    if (event->type() == QEvent::EnabledChange) vars_->enabled = isEnabled();
+    if (event->type() == QEvent::Leave) {
         hovered_ = false;
         update();
-        break;
-    default: break;
     }
-    return QWidget::event(event);
+    return UIDragWin::event(event);
 }
 
 void UIHueOffsetWin::drawWheel(QPainter* painter)
@@ -220,7 +200,7 @@ void UIHueOffsetWin::paintEvent(QPaintEvent*)
     painter.setPen(isEnabled() ? shades.text : shades.dimText);
     painter.drawText(QRect(0, 0, width(), kLabelHeight), Qt::AlignHCenter | Qt::AlignVCenter,
                      QString::fromUtf8(vars_->label));
-    const QRectF frame = QRectF(ToRect(vars_->frame)).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QRectF frame = QRectF(UIRectOf(vars_->frame)).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(shades.groove);
     painter.setPen(QPen(hasFocus() ? shades.accent.lighter(140) : shades.line, hasFocus() ? 1.5 : 1));

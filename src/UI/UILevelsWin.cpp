@@ -17,11 +17,6 @@ constexpr int kTriangleReach = 6;        // each way
 constexpr int kTriangleHeight = 9;
 constexpr int kGridLines = 4;
 
-QRect ToRect(const ScopeRect& rect)
-{
-    return QRect(rect.left, rect.top, ScopeWidthOf(rect), ScopeHeightOf(rect));
-}
-
 QColor ToColor(const ScopeColor& color)
 {
     return QColor::fromRgba64(color.red, color.green, color.blue);
@@ -52,10 +47,9 @@ ChannelColors ColorsOf(uint32_t channel, uint32_t uiSaturation)
 } // namespace
 
 UILevelsWin::UILevelsWin(TKSession* session, LevelsVars* vars, const QString& name, QWidget* parent)
-    : QWidget(parent), session_(session), vars_(vars)
+    : UIDragWin(session, kLevelsTickMs, parent), vars_(vars)
 {
     setObjectName(name);
-    setMouseTracking(true);
     const char* const labels[2] = {"Input", "Output"};
     const char* const signatures[2] = {".lvti", ".lvto"};
     for (int i = 0; i < 2; ++i) {
@@ -74,70 +68,56 @@ UILevelsWin::UILevelsWin(TKSession* session, LevelsVars* vars, const QString& na
         readouts_[i]->setAlignment(alignments[i % 3]);
         readouts_[i]->onValue = [this] {
             showValues();
-            runTimer();
+            keepTicking();
         };
     }
-    timer_.setInterval(kLevelsTickMs);
-    timer_.setTimerType(Qt::PreciseTimer);
-    connect(&timer_, &QTimer::timeout, this, [this] {
-        (void)LevelsTick(session_, vars_);
-        runTimer();
-    });
     layOut();
     showValues();
 }
 
-void UILevelsWin::setControlWidth(int controlWidth)
-{
-    controlWidth_ = controlWidth;
-    updateGeometry();
-    layOut();
-}
-
 QSize UILevelsWin::extentFor(int controlWidth, int height)
 {
-    return ToRect(LevelsLayoutOf(controlWidth, height).frame).size();
+    return UIRectOf(LevelsLayoutOf(controlWidth, height).frame).size();
 }
 
 QSize UILevelsWin::sizeHint() const
 {
-    const int across = controlWidth_ > 0 ? controlWidth_ : kLevelsWideFrom - 1;
+    constexpr int across = kLevelsWideFrom - 1;
     return extentFor(across, LevelsNaturalHeight(across));
 }
 
 QSize UILevelsWin::minimumSizeHint() const
 {
-    const int across = controlWidth_ > 0 ? controlWidth_ : kLevelsNarrowPlot + 2 * kLevelsMargin;
+    constexpr int across = kLevelsNarrowPlot + 2 * kLevelsMargin;
     return extentFor(across, LevelsLeastHeight(across));
 }
 
 void UILevelsWin::layOut()
 {
-    LayOutLevels(vars_, controlWidth_ > 0 ? controlWidth_ : width(), height());
+    LayOutLevels(vars_, width(), height());
     const LevelsLayout& layout = vars_->layout;
-    labels_[0]->setGeometry(ToRect(layout.inputLabel));
-    labels_[1]->setGeometry(ToRect(layout.outputLabel));
+    labels_[0]->setGeometry(UIRectOf(layout.inputLabel));
+    labels_[1]->setGeometry(UIRectOf(layout.outputLabel));
     for (uint32_t i = 0; i < kLevelsHandleCount; ++i) {
         handles_[i]->setGeometry(handleRect(i));
-        readouts_[i]->setGeometry(ToRect(layout.readout[i]));
+        readouts_[i]->setGeometry(UIRectOf(layout.readout[i]));
     }
     update();
 }
 
 QRect UILevelsWin::handleRect(uint32_t handle) const
 {
-    return ToRect(LevelsHandleRect(*vars_, handle));
+    return UIRectOf(LevelsHandleRect(*vars_, handle));
 }
 
 void UILevelsWin::showValues()
 {
     for (uint32_t i = 0; i < kLevelsHandleCount; ++i) {
         const QString text = handleText(static_cast<int>(i));
-        const bool isNew = readouts_[i]->accessibleDescription() != text;
         readouts_[i]->setText(text);
         readouts_[i]->setAccessibleDescription(text);
         handles_[i]->setGeometry(handleRect(i));
-        if (isNew) handles_[i]->announce();
+        handles_[i]->showValue();
     }
     update();
 }
@@ -146,7 +126,7 @@ void UILevelsWin::updateFrom(const OCSettings* settings)
 {
     if (UpdateLevels(vars_, settings)) showValues();
     sourceChanged(); // the recovery may be another one
-    runTimer();
+    keepTicking();
 }
 
 LevelsHistogramKey UILevelsWin::histogramKey() const
@@ -164,17 +144,7 @@ LevelsHistogramKey UILevelsWin::histogramKey() const
 
 void UILevelsWin::sourceChanged()
 {
-    if (!LevelsHistogramIsFor(histogram_, histogramKey())) update(ToRect(vars_->layout.inputPlot));
-}
-
-void UILevelsWin::runTimer()
-{
-    if (LevelsNeedTick(*vars_) == timer_.isActive()) return;
-    if (timer_.isActive())
-        timer_.stop();
-    else
-        timer_.start();
-    update();
+    if (!LevelsHistogramIsFor(histogram_, histogramKey())) update(UIRectOf(vars_->layout.inputPlot));
 }
 
 // What assistive technology and keys ask for ----------------------------------------------------------------------------
@@ -201,7 +171,7 @@ void UILevelsWin::setHandleValue(int index, double value)
 {
     if (MoveLevelsHandle(session_, vars_, static_cast<uint32_t>(index), static_cast<float>(value)).changed)
         showValues();
-    runTimer();
+    keepTicking();
 }
 
 void UILevelsWin::editHandle(int index)
@@ -212,7 +182,7 @@ void UILevelsWin::editHandle(int index)
 void UILevelsWin::settleHandles()
 {
     (void)FlushLevels(session_, vars_);
-    runTimer();
+    keepTicking();
 }
 
 void UILevelsWin::handlesChanged()
@@ -222,14 +192,19 @@ void UILevelsWin::handlesChanged()
 
 // Events ---------------------------------------------------------------------------------------------------------------
 
-bool UILevelsWin::event(QEvent* event)
+void UILevelsWin::tick()
 {
-    // The mouse is taken away: by another window, or with the control.
-    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::EnabledChange) {
-        (void)ReleaseLevels(session_, vars_);
-        runTimer();
-    }
-    return QWidget::event(event);
+    (void)LevelsTick(session_, vars_);
+}
+
+void UILevelsWin::endDrag()
+{
+    (void)ReleaseLevels(session_, vars_);
+}
+
+void UILevelsWin::settle()
+{
+    (void)FlushLevels(session_, vars_);
 }
 
 void UILevelsWin::mousePressEvent(QMouseEvent* event)
@@ -241,7 +216,7 @@ void UILevelsWin::mousePressEvent(QMouseEvent* event)
     const QPointF point = event->position();
     const uint32_t handle = LevelsHandleOf(PressLevels(session_, vars_, point.x(), point.y()));
     if (handle < kLevelsHandleCount) handles_[handle]->setFocus(Qt::MouseFocusReason);
-    runTimer();
+    keepTicking();
 }
 
 void UILevelsWin::mouseMoveEvent(QMouseEvent* event)
@@ -257,26 +232,19 @@ void UILevelsWin::mouseMoveEvent(QMouseEvent* event)
     } else if (TrackLevelsHandle(session_, vars_, point.x(), TKModifiersOf(event->modifiers())).changed) {
         showValues();
     }
-    runTimer();
+    keepTicking();
 }
 
 void UILevelsWin::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton) return;
     (void)ReleaseLevels(session_, vars_);
-    runTimer();
+    keepTicking();
 }
 
 void UILevelsWin::leaveEvent(QEvent*)
 {
     hover(kLevelsHitNothing);
-}
-
-void UILevelsWin::hideEvent(QHideEvent*)
-{
-    (void)ReleaseLevels(session_, vars_);
-    (void)FlushLevels(session_, vars_);
-    runTimer();
 }
 
 void UILevelsWin::resizeEvent(QResizeEvent*)
@@ -315,7 +283,7 @@ void UILevelsWin::paintEvent(QPaintEvent*)
 
 void UILevelsWin::paintHistogram(QPainter& painter)
 {
-    const QRect plot = ToRect(vars_->layout.inputPlot);
+    const QRect plot = UIRectOf(vars_->layout.inputPlot);
     painter.fillRect(plot.adjusted(-1, -1, 1, 1), UIShadesNow().line);
     painter.fillRect(plot, Qt::black);
     for (int i = 1; i < kGridLines; ++i) {
@@ -339,7 +307,7 @@ void UILevelsWin::paintHistogram(QPainter& painter)
 
 void UILevelsWin::paintBar(QPainter& painter, const ScopeRect& bar)
 {
-    const QRect rect = ToRect(bar);
+    const QRect rect = UIRectOf(bar);
     painter.fillRect(rect.adjusted(-1, -1, 1, 1), Outline());
     QLinearGradient ramp(rect.left(), 0, rect.right() + 1, 0);
     ramp.setColorAt(0, Qt::black);
@@ -370,7 +338,7 @@ void UILevelsWin::paintHandle(QPainter& painter, uint32_t handle)
     painter.drawPolygon(corners, 3);
     painter.setRenderHint(QPainter::Antialiasing, false);
     if (handle >= levelsOutBlack || !(held || hovered || handles_[handle]->hasFocus())) return;
-    const QRect plot = ToRect(vars_->layout.inputPlot);
+    const QRect plot = UIRectOf(vars_->layout.inputPlot);
     const int line = qBound(plot.left(), static_cast<int>(x), plot.right());
     painter.fillRect(QRect(line, plot.top(), 1, plot.height()), QColor(255, 255, 255, 110));
 }

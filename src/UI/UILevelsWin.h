@@ -3,22 +3,18 @@
 
 #include "src/UI/TKLevels.h"
 #include "src/UI/TKLevelsHistogram.h"
+#include "src/UI/UIDragWin.h"
 #include "src/UI/UIHandleWin.h"
 #include "src/UI/UIValueWin.h"
-#include "src/support/TKSession.h"
 
 #include <QLabel>
-#include <QTimer>
 
-class UILevelsWin : public QWidget, public UIHandleOwner {
+class UILevelsWin : public UIDragWin, public UIHandleOwner {
   public:
     /// Session and record must outlive the widget.
     UILevelsWin(TKSession* session, LevelsVars* vars, const QString& name, QWidget* parent);
 
     LevelsVars* vars() const { return vars_; }
-    /// The width that decides about plots and places; at first the widget's own. A pane that gives the widget no more
-    /// room than its parts take up sets the width of the page here.
-    void setControlWidth(int controlWidth);
     /// What the parts take up at such a width and height.
     static QSize extentFor(int controlWidth, int height);
     void showValues();                           ///< the record changed
@@ -38,32 +34,30 @@ class UILevelsWin : public QWidget, public UIHandleOwner {
     void handlesChanged() override;
 
   protected:
-    bool event(QEvent* event) override;
+    bool wantsTicks() const override { return LevelsNeedTick(*vars_); }
+    void tick() override;
+    void endDrag() override;
+    void settle() override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
 
   private:
     void layOut();
     LevelsHistogramKey histogramKey() const;
-    void runTimer();
     void hover(uint32_t code);
     void paintHistogram(QPainter& painter);
     void paintBar(QPainter& painter, const ScopeRect& bar);
     void paintHandle(QPainter& painter, uint32_t handle);
 
-    TKSession* session_;
     LevelsVars* vars_;
     LevelsHistogram histogram_ = {};
-    QTimer timer_;
     QLabel* labels_[2];
     UIHandleWin* handles_[kLevelsHandleCount];
     UIValueWin* readouts_[kLevelsHandleCount];
-    int controlWidth_ = 0; ///< 0: the widget's width
     uint32_t hovered_ = 0; ///< hit code
 };

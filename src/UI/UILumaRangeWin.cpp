@@ -14,11 +14,6 @@ constexpr int kGridCells = 8;
 constexpr int kHandleReach = 4; // each way, of the square
 constexpr int kFocusReach = 9;
 
-QRect ToRect(const ScopeRect& rect)
-{
-    return QRect(rect.left, rect.top, ScopeWidthOf(rect), ScopeHeightOf(rect));
-}
-
 QColor Grey(uint16_t level)
 {
     return QColor::fromRgba64(level, level, level);
@@ -34,10 +29,9 @@ QString NumberText(double value)
 } // namespace
 
 UILumaRangeWin::UILumaRangeWin(TKSession* session, LumaRangeVars* vars, const QString& name, QWidget* parent)
-    : QWidget(parent), session_(session), vars_(vars)
+    : UIDragWin(session, kLumaRangeTickMs, parent), vars_(vars)
 {
     setObjectName(name);
-    setMouseTracking(true);
     for (uint32_t i = 0; i < kLumaRangeHandleCount; ++i) {
         const QString words = QString::fromLatin1(LumaRangeHandleName(i));
         handles_[i] = new UIHandleWin(this, static_cast<int>(i), words, name + u'.' + words.toLower(), this);
@@ -52,26 +46,20 @@ UILumaRangeWin::UILumaRangeWin(TKSession* session, LumaRangeVars* vars, const QS
         readouts_[i]->setAlignment(Qt::AlignRight);
         readouts_[i]->onValue = [this] {
             showValues();
-            runTimer();
+            keepTicking();
         };
     }
-    timer_.setInterval(kLumaRangeTickMs);
-    timer_.setTimerType(Qt::PreciseTimer);
-    connect(&timer_, &QTimer::timeout, this, [this] {
-        (void)LumaRangeTick(session_, vars_);
-        runTimer();
-    });
     resizeEvent(nullptr);
 }
 
 QSize UILumaRangeWin::sizeHint() const
 {
-    return ToRect(LumaRangeLayoutOf(552, LumaRangeNaturalHeight(552)).frame).size();
+    return UIRectOf(LumaRangeLayoutOf(552, LumaRangeNaturalHeight(552)).frame).size();
 }
 
 QSize UILumaRangeWin::minimumSizeHint() const
 {
-    return ToRect(LumaRangeLayoutOf(0, LumaRangeLeastHeight(0)).frame).size();
+    return UIRectOf(LumaRangeLayoutOf(0, LumaRangeLeastHeight(0)).frame).size();
 }
 
 QPointF UILumaRangeWin::handlePoint(uint32_t handle) const
@@ -85,14 +73,11 @@ void UILumaRangeWin::showValues()
     for (uint32_t i = 0; i < kLumaRangeHandleCount; ++i) {
         const QPoint middle = handlePoint(i).toPoint();
         handles_[i]->setGeometry(middle.x() - kFocusReach, middle.y() - kFocusReach, 2 * kFocusReach, 2 * kFocusReach);
-        const QString text = handleText(static_cast<int>(i));
-        if (handles_[i]->accessibleDescription() == text) continue;
-        handles_[i]->setAccessibleDescription(text);
-        handles_[i]->announce();
+        handles_[i]->showValue();
     }
     for (uint32_t i = 0; i < 2 * kLumaRangeHandleCount; ++i) {
-        const LumaRangePoint value = vars_->value[i / 2];
-        const QString text = NumberText(static_cast<double>(i % 2 != 0 ? value.y : value.x));
+        const LumaRangePoint field = vars_->field[i / 2];
+        const QString text = NumberText(static_cast<double>(i % 2 != 0 ? field.y : field.x));
         readouts_[i]->setText(text);
         readouts_[i]->setAccessibleDescription(text);
     }
@@ -102,17 +87,7 @@ void UILumaRangeWin::showValues()
 void UILumaRangeWin::updateFrom(const OCSettings* settings)
 {
     if (UpdateLumaRange(vars_, settings)) showValues();
-    runTimer();
-}
-
-void UILumaRangeWin::runTimer()
-{
-    if (LumaRangeNeedsTick(*vars_) == timer_.isActive()) return;
-    if (timer_.isActive())
-        timer_.stop();
-    else
-        timer_.start();
-    update();
+    keepTicking();
 }
 
 // What assistive technology and keys ask for ----------------------------------------------------------------------------
@@ -125,15 +100,15 @@ double UILumaRangeWin::handleValue(int index) const
 QString UILumaRangeWin::handleText(int index) const
 {
     return QStringLiteral("position %1, softness %2")
-        .arg(NumberText(static_cast<double>(vars_->value[index].x)),
-             NumberText(static_cast<double>(vars_->value[index].y)));
+        .arg(NumberText(static_cast<double>(vars_->field[index].x)),
+             NumberText(static_cast<double>(vars_->field[index].y)));
 }
 
 void UILumaRangeWin::move(uint32_t handle, LumaRangePoint wanted)
 {
     (void)MoveLumaRangeHandle(session_, vars_, handle, wanted);
     showValues();
-    runTimer();
+    keepTicking();
 }
 
 void UILumaRangeWin::nudgeHandle(int index, int right, int up, bool fine)
@@ -157,7 +132,7 @@ void UILumaRangeWin::editHandle(int index)
 void UILumaRangeWin::settleHandles()
 {
     (void)FlushLumaRange(session_, vars_);
-    runTimer();
+    keepTicking();
 }
 
 void UILumaRangeWin::handlesChanged()
@@ -170,14 +145,19 @@ void UILumaRangeWin::handlesChanged()
 
 // Events ---------------------------------------------------------------------------------------------------------------
 
-bool UILumaRangeWin::event(QEvent* event)
+void UILumaRangeWin::tick()
 {
-    // The mouse is taken away: by another window, or with the control.
-    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::EnabledChange) {
-        (void)ReleaseLumaRange(session_, vars_);
-        runTimer();
-    }
-    return QWidget::event(event);
+    (void)LumaRangeTick(session_, vars_);
+}
+
+void UILumaRangeWin::endDrag()
+{
+    (void)ReleaseLumaRange(session_, vars_);
+}
+
+void UILumaRangeWin::settle()
+{
+    (void)FlushLumaRange(session_, vars_);
 }
 
 void UILumaRangeWin::mousePressEvent(QMouseEvent* event)
@@ -189,7 +169,7 @@ void UILumaRangeWin::mousePressEvent(QMouseEvent* event)
     const QPointF point = event->position();
     const uint32_t handle = PressLumaRange(session_, vars_, point.x(), point.y());
     if (handle < kLumaRangeHandleCount) handles_[handle]->setFocus(Qt::MouseFocusReason);
-    runTimer();
+    keepTicking();
     update();
 }
 
@@ -205,14 +185,14 @@ void UILumaRangeWin::mouseMoveEvent(QMouseEvent* event)
     } else if (TrackLumaRangeHandle(session_, vars_, point.x(), point.y(), TKModifiersOf(event->modifiers())).changed) {
         showValues();
     }
-    runTimer();
+    keepTicking();
 }
 
 void UILumaRangeWin::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton) return;
     (void)ReleaseLumaRange(session_, vars_);
-    runTimer();
+    keepTicking();
 }
 
 void UILumaRangeWin::leaveEvent(QEvent*)
@@ -220,18 +200,11 @@ void UILumaRangeWin::leaveEvent(QEvent*)
     hover(kLumaRangeHandleCount);
 }
 
-void UILumaRangeWin::hideEvent(QHideEvent*)
-{
-    (void)ReleaseLumaRange(session_, vars_);
-    (void)FlushLumaRange(session_, vars_);
-    runTimer();
-}
-
 void UILumaRangeWin::resizeEvent(QResizeEvent*)
 {
     LayOutLumaRange(vars_, width(), height());
     for (uint32_t i = 0; i < 2 * kLumaRangeHandleCount; ++i)
-        readouts_[i]->setGeometry(ToRect(vars_->layout.readout[i]));
+        readouts_[i]->setGeometry(UIRectOf(vars_->layout.readout[i]));
     showValues();
 }
 
@@ -249,10 +222,10 @@ void UILumaRangeWin::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setPen(UIShadesNow().text);
     for (uint32_t i = 0; i < kLumaRangeHandleCount; ++i)
-        painter.drawText(ToRect(vars_->layout.name[i]), Qt::AlignLeft | Qt::AlignVCenter,
+        painter.drawText(UIRectOf(vars_->layout.name[i]), Qt::AlignLeft | Qt::AlignVCenter,
                          QString::fromLatin1(LumaRangeHandleName(i)));
     paintPlot(painter);
-    painter.setClipRect(ToRect(vars_->layout.plot).adjusted(-kFocusReach, -kFocusReach, kFocusReach, kFocusReach));
+    painter.setClipRect(UIRectOf(vars_->layout.plot).adjusted(-kFocusReach, -kFocusReach, kFocusReach, kFocusReach));
     const uint32_t active = LumaRangeActiveCurve(*vars_);
     for (uint32_t curve = 0; curve < kLumaRangeCurveCount; ++curve)
         if (curve != active) paintCurve(painter, curve);
@@ -264,7 +237,7 @@ void UILumaRangeWin::paintEvent(QPaintEvent*)
 
 void UILumaRangeWin::paintPlot(QPainter& painter)
 {
-    const QRect plot = ToRect(vars_->layout.plot);
+    const QRect plot = UIRectOf(vars_->layout.plot);
     painter.fillRect(plot.adjusted(-1, -1, 1, 1), Grey(kLumaRangeFrameGrey));
     painter.fillRect(plot, Qt::black);
     for (int i = 1; i < kGridCells; ++i) {
@@ -273,7 +246,7 @@ void UILumaRangeWin::paintPlot(QPainter& painter)
         painter.fillRect(QRect(plot.left(), plot.top() + plot.height() * i / kGridCells, plot.width(), 1),
                          Grey(kLumaRangeGridGrey));
     }
-    const QRect ramp = ToRect(vars_->layout.ramp);
+    const QRect ramp = UIRectOf(vars_->layout.ramp);
     QLinearGradient scale(ramp.left(), 0, ramp.right() + 1, 0);
     scale.setColorAt(0, Qt::black);
     scale.setColorAt(1, Qt::white);

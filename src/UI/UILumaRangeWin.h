@@ -2,13 +2,11 @@
 #pragma once
 
 #include "src/UI/TKLumaRangeEditor.h"
+#include "src/UI/UIDragWin.h"
 #include "src/UI/UIHandleWin.h"
 #include "src/UI/UIValueWin.h"
-#include "src/support/TKSession.h"
 
-#include <QTimer>
-
-class UILumaRangeWin : public QWidget, public UIHandleOwner {
+class UILumaRangeWin : public UIDragWin, public UIHandleOwner {
   public:
     /// Session and record must outlive the widget.
     UILumaRangeWin(TKSession* session, LumaRangeVars* vars, const QString& name, QWidget* parent);
@@ -30,26 +28,25 @@ class UILumaRangeWin : public QWidget, public UIHandleOwner {
     void handlesChanged() override;
 
   protected:
-    bool event(QEvent* event) override;
+    bool wantsTicks() const override { return LumaRangeNeedsTick(*vars_); }
+    void tick() override;
+    void endDrag() override;
+    void settle() override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
   private:
-    void runTimer();
     void hover(uint32_t handle);
     void move(uint32_t handle, LumaRangePoint wanted);
     void paintPlot(QPainter& painter);
     void paintCurve(QPainter& painter, uint32_t curve);
     void paintHandle(QPainter& painter, uint32_t handle);
 
-    TKSession* session_;
     LumaRangeVars* vars_;
-    QTimer timer_;
     UIHandleWin* handles_[kLumaRangeHandleCount];
     UIValueWin* readouts_[2 * kLumaRangeHandleCount];
     uint32_t hovered_ = kLumaRangeHandleCount;

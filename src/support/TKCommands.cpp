@@ -57,6 +57,7 @@ void DoMenuCommand(TKSession* session, uint32_t commandID, const TKCommandSource
     if (row->before & kTKStopsPreview) TKPreviewOff(session);
     if (row->before & kTKFocusesMain) TK_UI(session, focusMainWindow);
     if (row->before & kTKCommits) (void)CommitOpenEdit(session, true);
+    TKSettleControls(session);
     session->commandID = commandID;
     row->run(session, source);
 }
@@ -125,6 +126,7 @@ bool SlotStoreOrRecall(TKSession* session, uint32_t slot, bool store)
     TKSavedSlot& saved = session->prefs.savedSettings[slot - 1];
     if (!store && (!saved.used || saved.settings.signature != kOCSettingsSignature)) return false;
     (void)CommitOpenEdit(session, true);
+    TKSettleControls(session);
     if (store) {
         saved.settings = session->liveSettings;
         saved.used = 1;

@@ -93,10 +93,10 @@ void EndDrag(TKSession* session, CurveVars* vars)
 {
     vars->dragging = false;
     vars->dragPoint = -1;
-    if (TKDeferFlush(&vars->deferral)) NotifyCurveChange(session, vars, true);
-    if (session->controls.lastTouched != vars) return; // the newest step is somebody else's
-    TKStoreUndo(session);
-    session->controls.undoPending = false;
+    vars->hovering = false; // a mouse that is still there says so with its next move
+    vars->pace = {};
+    TKSettleCurve(session, vars);
+    if (session->controls.lastTouched == vars) session->controls.undoPending = false;
 }
 
 bool RemoveSelected(TKSession* session, CurveVars* vars)
@@ -128,29 +128,33 @@ bool InsertBesideSelected(TKSession* session, CurveVars* vars)
     return true;
 }
 
-/// An arrow: one undo step for pushes in a row.
+/// An arrow: one undo step for pushes in a row. What it does not push stays as it is, even beside a neighbour that is
+/// closer than the gap.
 void NudgeSelected(TKSession* session, CurveVars* vars, float dx, float dy)
 {
     const int32_t index = vars->selectedPoint;
     if (vars->dragging || !IsPoint(*vars, index)) return; // the range is that of the point in the hand
     FixRange(vars, index);
-    const float x = std::clamp(Number(vars->pointX[index]) + dx, vars->lowX, vars->highX);
-    const float y = std::clamp(Number(vars->pointY[index]) + dy, 0.0f, 1.0f);
-    if (x == vars->pointX[index] && y == vars->pointY[index]) return;
+    float x = vars->pointX[index], y = vars->pointY[index];
+    if (dx != 0) x = std::clamp(Number(x) + dx, vars->lowX, vars->highX);
+    if (dy != 0) y = std::clamp(Number(y) + dy, 0.0f, 1.0f);
+    if (!(x != vars->pointX[index] || y != vars->pointY[index])) return;
     (void)TKGestureUndo(session, vars);
     MarkSectionActive(session, vars->section, true, true);
-    (void)MovePoint(vars, index, x, y);
+    vars->pointX[index] = x;
+    vars->pointY[index] = y;
     TKStoreUndo(session);
     TKDefer(&vars->deferral, kTKCurveKeyTicks);
     Redraw(*vars);
 }
 
-void SelectBeside(CurveVars* vars, int32_t step)
+void SelectBeside(TKSession* session, CurveVars* vars, int32_t step)
 {
     const int32_t count = TKCurvePointCount(*vars);
     if (vars->dragging || count == 0) return;
     const bool none = !IsPoint(*vars, vars->selectedPoint);
     vars->selectedPoint = none ? (step > 0 ? 0 : count - 1) : std::clamp(vars->selectedPoint + step, 0, count - 1);
+    if (session->controls.lastTouched == vars) session->controls.lastTouched = nullptr; // another point is another step
     Redraw(*vars);
 }
 
@@ -309,6 +313,11 @@ void TKCurveLeave(CurveVars* vars)
     Redraw(*vars);
 }
 
+bool TKCurveHit(const CurveVars& vars, double x, double y)
+{
+    return Contains(vars.plot, x, y);
+}
+
 TKEffect TKCurvePress(TKSession* session, CurveVars* vars, double x, double y)
 {
     if (vars->dragging || !HasData(*vars) || TKCurveIsReadOnly(*vars) || !Contains(vars->plot, x, y)) return {};
@@ -375,8 +384,8 @@ bool TKCurveKey(TKSession* session, CurveVars* vars, uint32_t virtualKey, uint32
     case kTKKeyRight: NudgeSelected(session, vars, kTKCurveNudge, 0); return true;
     case kTKKeyUp: NudgeSelected(session, vars, 0, kTKCurveNudge); return true;
     case kTKKeyDown: NudgeSelected(session, vars, 0, -kTKCurveNudge); return true;
-    case kTKKeyPageUp: SelectBeside(vars, -1); return true;
-    case kTKKeyPageDown: SelectBeside(vars, 1); return true;
+    case kTKKeyPageUp: SelectBeside(session, vars, -1); return true;
+    case kTKKeyPageDown: SelectBeside(session, vars, 1); return true;
     case kTKKeyBack:
     case kTKKeyDelete:
         if (RemoveSelected(session, vars)) TKDefer(&vars->deferral, kTKCurveKeyTicks);
@@ -388,11 +397,30 @@ bool TKCurveKey(TKSession* session, CurveVars* vars, uint32_t virtualKey, uint32
     }
 }
 
+float TKCurveOutput(const CurveVars& vars)
+{
+    return IsPoint(vars, vars.selectedPoint) ? Number(vars.pointY[vars.selectedPoint]) : 0;
+}
+
+void TKCurveSetOutput(TKSession* session, CurveVars* vars, float output)
+{
+    if (!std::isfinite(output) || TKCurveIsReadOnly(*vars)) return;
+    (void)CommitOpenEdit(session, true);
+    NudgeSelected(session, vars, 0, output - TKCurveOutput(*vars));
+}
+
 void TKCurveTick(TKSession* session, CurveVars* vars)
 {
-    const int32_t most = vars->dragging ? kTKCurveMostTicks : kTKCurveKeyTicks;
-    if (TKDeferTickAtMost(&vars->deferral, &vars->waited, most)) NotifyCurveChange(session, vars, true);
+    const bool due = vars->dragging ? TKDeferTickPaced(&vars->deferral, &vars->pace)
+                                    : TKDeferTickAtMost(&vars->deferral, &vars->waited, kTKCurveKeyTicks);
+    if (due) NotifyCurveChange(session, vars, true);
     if (vars->dragging && !session->platform->keyboard.mouseButtonDown()) EndDrag(session, vars);
+}
+
+void TKSettleCurve(TKSession* session, CurveVars* vars)
+{
+    if (TKDeferFlush(&vars->deferral)) NotifyCurveChange(session, vars, true);
+    if (session->controls.lastTouched == vars) TKStoreUndo(session); // otherwise the newest step is somebody else's
 }
 
 bool TKCurveWantsTicks(const CurveVars& vars)
@@ -448,6 +476,7 @@ bool TKUpdateCurve(CurveVars* vars, const OCSettings* settings, const OCSettings
     if (!vars->curve) return false;
     // A new record is rendered by who brings it: what is held back here would mark a section that an undo took off.
     vars->deferral = {};
+    vars->pace = {};
     vars->waited = 0;
     int32_t channel = 0;
     if (previous && !force) {

@@ -2,7 +2,8 @@
 //
 // The points stand in the settings record, sorted by x; the editor holds addresses, no values. A record of any content
 // is safe: its count of points is read as 0 to 16. A curve that is a table of samples is shown and cannot be edited.
-// What a drag changes stands in the settings at once; the picture follows when the hand pauses, see TKDeferral.
+// What a drag changes stands in the settings at once; the picture follows two ticks of 10 ms after the hand pauses, and up
+// to 60 times a second while it does not.
 //
 // Thread of everything here: main.
 #pragma once
@@ -17,8 +18,7 @@ inline constexpr float kTKCurveGap = 0.004f;        // between neighbours in x
 inline constexpr float kTKCurveReach = 0.06f;       // of the pointer, in plot units
 inline constexpr float kTKCurveNudge = 0.00390625f; // 1/256: a push of an arrow key
 inline constexpr int32_t kTKCurveTicks = 2;         // of 10 ms, until a drag is rendered
-inline constexpr int32_t kTKCurveKeyTicks = 4;      // until a key is
-inline constexpr int32_t kTKCurveMostTicks = 3;     // that a hand which never pauses waits
+inline constexpr int32_t kTKCurveKeyTicks = 4;      // until a key is, at most
 inline constexpr uint32_t kTKCurveReadOnly = 1;     // bit of readOnlyFlags
 inline constexpr int32_t kTKCurveHSLChannel = -1;   // CurveVars.channel of the curves over the hue
 inline constexpr int32_t kTKDisplayFormatCount = 7; // of colours
@@ -63,7 +63,8 @@ struct CurveVars {
     TKCursor cursor;      ///< that belongs to the mouse's place
     float lowX, highX;    ///< where the dragged point may go
     TKDeferral deferral;
-    int32_t waited; ///< ticks since the oldest change that is not rendered
+    TKDeferPace pace; ///< of a drag
+    int32_t waited;   ///< ticks since the oldest key that is not rendered
 };
 
 /// Fills an editor of one of the settings' curves. `section` is one of tkSectionCurveMaster to tkSectionCurveLightness
@@ -110,6 +111,9 @@ int32_t TKCurvePointNear(const CurveVars& vars, TKPlotPoint place);
 void TKCurveHover(CurveVars* vars, double x, double y);
 void TKCurveLeave(CurveVars* vars);
 
+/// Whether a press there is one in the plot.
+bool TKCurveHit(const CurveVars& vars, double x, double y);
+
 /// The left button went down in the plot: an undo step is opened, the section goes on, a point is taken or made.
 TKEffect TKCurvePress(TKSession* session, CurveVars* vars, double x, double y);
 TKEffect TKCurveMove(TKSession* session, CurveVars* vars, double x, double y);
@@ -121,8 +125,14 @@ TKEffect TKCurveRelease(TKSession* session, CurveVars* vars);
 /// taken, and all with control or alt: false.
 bool TKCurveKey(TKSession* session, CurveVars* vars, uint32_t virtualKey, uint32_t modifiers);
 
+/// The output of the selected point, 0 without one; and the same from assistive tools, as the arrows do it.
+float TKCurveOutput(const CurveVars& vars);
+void TKCurveSetOutput(TKSession* session, CurveVars* vars, float output);
+
 /// The 10 ms timer of the control. Renders a change that is due; ends a drag whose button is up though nobody said so.
 void TKCurveTick(TKSession* session, CurveVars* vars);
+/// Renders at once what is held back and stores it for undo; a drag goes on. See TKSettleControls.
+void TKSettleCurve(TKSession* session, CurveVars* vars);
 /// Whether the timer has anything to do.
 bool TKCurveWantsTicks(const CurveVars& vars);
 

@@ -34,7 +34,39 @@ inline bool TKDeferFlush(TKDeferral* deferral)
     return pending;
 }
 
-/// The same tick for a hand that never pauses: a change is also due when changes have waited for `most` ticks in a row.
+/// How often a hand that never pauses sees its picture, when the engine keeps up; and the ticks that it takes for it.
+inline constexpr int32_t kTKPicturesPerSecond = 60;
+inline constexpr int32_t kTKPacedTicksPerSecond = 100;
+
+/// Where a drag stands between two pictures. All zero is a hand at rest.
+struct TKDeferPace {
+    bool moving;    ///< changes have followed each other
+    int32_t credit; ///< of the next picture, which costs kTKPacedTicksPerSecond; a tick brings kTKPicturesPerSecond
+    int32_t quiet;  ///< ticks in a row that found nothing to do
+};
+
+/// The tick of a drag, 100 a second. A change is due when its count has run out. Changes that follow each other, so that
+/// it never does, are due after three ticks at first, and from then on 60 times a second: after 2, 2 and 1 ticks in turn.
+inline bool TKDeferTickPaced(TKDeferral* deferral, TKDeferPace* pace)
+{
+    constexpr int32_t price = kTKPacedTicksPerSecond, income = kTKPicturesPerSecond;
+    constexpr int32_t restedTicks = 2, firstTicks = 3;
+    if (!deferral->pending) {
+        // A mouse that reports no more often than the pictures come leaves a tick out now and then.
+        if (++pace->quiet >= restedTicks) pace->moving = false;
+        pace->credit = pace->credit + income < price - income ? pace->credit + income : price - income;
+        return false;
+    }
+    pace->quiet = 0;
+    if (!pace->moving) *pace = {.moving = true, .credit = price - firstTicks * income, .quiet = 0};
+    pace->credit += income;
+    if (pace->credit >= price) deferral->counter = 0;
+    const bool due = TKDeferTick(deferral);
+    if (due) pace->credit = pace->credit > price ? pace->credit - price : 0;
+    return due;
+}
+
+/// The same for a key that is held: a change is also due when changes have waited for `most` ticks in a row.
 /// `waited` counts them and belongs to the caller.
 inline bool TKDeferTickAtMost(TKDeferral* deferral, int32_t* waited, int32_t most)
 {

@@ -3,6 +3,7 @@
 
 #include "src/platform/BPLog.h"
 #include "src/support/TKCommands.h"
+#include "src/support/TKHueWheelImage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -132,6 +133,14 @@ void Take(TKSession* session, HueOffsetVars* vars, const Tint& tint)
     Redraw(*vars);
 }
 
+/// A drag with shift goes on from where the handle stands now.
+void AimAtHandle(HueOffsetVars* vars)
+{
+    const Point handle = HandlePoint(vars->angle, vars->strength, vars->radius);
+    vars->targetX = handle.x;
+    vars->targetY = handle.y;
+}
+
 void Defer(HueOffsetVars* vars)
 {
     TKDefer(&vars->deferral, kTKWheelTicks);
@@ -188,10 +197,9 @@ void EndCapture(TKSession* session, HueOffsetVars* vars)
 {
     vars->captured = false;
     vars->firstEvent = false;
-    if (TKDeferFlush(&vars->deferral)) NotifyHueOffset(session, vars, vars->angle, vars->strength, true);
-    if (session->controls.lastTouched != vars) return; // the newest step is somebody else's
-    TKStoreUndo(session);
-    session->controls.undoPending = false;
+    vars->pace = {};
+    TKSettleHueOffset(session, vars);
+    if (session->controls.lastTouched == vars) session->controls.undoPending = false;
 }
 
 } // namespace
@@ -221,7 +229,7 @@ BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* la
 
 void TKDisposeHueOffset(HueOffsetVars* vars)
 {
-    ScopeSurfaceDispose(&vars->wheelImage);
+    TKReleaseHueWheelImage(vars);
 }
 
 void TKPlaceHueOffset(HueOffsetVars* vars, const ScopeRect& frame)
@@ -270,6 +278,7 @@ TKEffect RotateHueOffset(TKSession* session, HueOffsetVars* vars, float delta, b
     const Tint tint = {static_cast<float>(angle), vars->strength};
     if (Holds(*vars, tint)) return {};
     Take(session, vars, tint);
+    AimAtHandle(vars);
     if (repaint) NotifyHueOffset(session, vars, tint.angle, tint.strength, true);
     return {.changed = true, .opensUndo = false, .rerenders = repaint};
 }
@@ -285,6 +294,7 @@ TKEffect OffsetHueOffset(TKSession* session, HueOffsetVars* vars, float dx, floa
                std::hypot(target.x, target.y));
     if ((dx == 0 && dy == 0) || Holds(*vars, tint)) return {};
     Take(session, vars, tint);
+    AimAtHandle(vars);
     if (repaint) NotifyHueOffset(session, vars, tint.angle, tint.strength, true);
     return {.changed = true, .opensUndo = false, .rerenders = repaint};
 }
@@ -361,9 +371,15 @@ bool TKHueOffsetKey(TKSession* session, HueOffsetVars* vars, uint32_t virtualKey
 
 void TKHueOffsetTick(TKSession* session, HueOffsetVars* vars)
 {
-    if (TKDeferTickAtMost(&vars->deferral, &vars->waited, kTKWheelMostTicks))
+    if (TKDeferTickPaced(&vars->deferral, &vars->pace))
         NotifyHueOffset(session, vars, vars->angle, vars->strength, true);
     if (vars->captured && !session->platform->keyboard.mouseButtonDown()) EndCapture(session, vars);
+}
+
+void TKSettleHueOffset(TKSession* session, HueOffsetVars* vars)
+{
+    if (TKDeferFlush(&vars->deferral)) NotifyHueOffset(session, vars, vars->angle, vars->strength, true);
+    if (session->controls.lastTouched == vars) TKStoreUndo(session); // otherwise the newest step is somebody else's
 }
 
 bool TKHueOffsetWantsTicks(const HueOffsetVars& vars)
@@ -408,7 +424,7 @@ bool TKUpdateHueOffset(HueOffsetVars* vars, const OCSettings* settings, const OC
 {
     // A new record is rendered by who brings it: what is held back here would mark a section that an undo took off.
     vars->deferral = {};
-    vars->waited = 0;
+    vars->pace = {};
     const Tint tint = {FieldIn(settings, vars->hoco), FieldIn(settings, vars->hoso)};
     if (previous && !force && FieldIn(previous, vars->hoco) == tint.angle &&
         FieldIn(previous, vars->hoso) == tint.strength)
@@ -416,9 +432,7 @@ bool TKUpdateHueOffset(HueOffsetVars* vars, const OCSettings* settings, const OC
     vars->angle = Finite(tint.angle);
     vars->strength = Finite(tint.strength);
     PlaceHandle(vars);
-    const Point handle = HandlePoint(vars->angle, vars->strength, vars->radius);
-    vars->targetX = handle.x; // a drag with shift goes on from here
-    vars->targetY = handle.y;
+    AimAtHandle(vars);
     Redraw(*vars);
     return true;
 }

@@ -2,7 +2,7 @@
 //
 // A drag moves the handle to the pointer; with shift the handle moves by a tenth of the pointer's way. A screen angle is
 // the tint's angle less kTKWheelTurn degrees, with y growing downward. What a drag changes stands in the settings at
-// once; the picture follows when the hand pauses, see TKDeferral.
+// once; the picture follows two ticks of 10 ms after the hand pauses, and up to 60 times a second while it does not.
 //
 // Thread of everything here: main.
 #pragma once
@@ -15,7 +15,6 @@
 inline constexpr double kTKWheelTurn = 103.0;
 inline constexpr double kTKWheelTurnRadians = 1.7976891994476318; // the same
 inline constexpr int32_t kTKWheelTicks = 2;                       // of 10 ms, until a drag is rendered
-inline constexpr int32_t kTKWheelMostTicks = 3;                   // that a hand which never pauses waits
 inline constexpr float kTKWheelNudge = 0.02f;                     // of the radius: a push of an arrow key
 inline constexpr float kTKWheelFineNudge = 0.002f;                // with shift
 
@@ -24,7 +23,8 @@ struct HueOffsetVars {
     void* control;                 ///< the window, or null
     void (*redraw)(void* control); ///< asks it to paint anew; may be null
 
-    ScopeSurface wheelImage;  ///< background; its memory may be the shared image's
+    ScopeSurface wheelImage;  ///< background; not owned when it is the shared one
+    TKWheelImage* shared;     ///< that image, or null
     uint32_t imageSaturation; ///< "UI Saturation" that it was made with
     ScopeRect frame;          ///< the wheel's square in the window
     ScopeRect wheelRect;      ///< `frame` less 2 on each side
@@ -48,7 +48,7 @@ struct HueOffsetVars {
     double mouseX, mouseY;   ///< the previous event, from the centre
     double targetX, targetY; ///< the previous target, from the centre
     TKDeferral deferral;
-    int32_t waited; ///< ticks since the oldest change that is not rendered
+    TKDeferPace pace;
 };
 
 /// Fills a wheel with its sliders and registers the sliders.
@@ -60,7 +60,7 @@ struct HueOffsetVars {
 BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
                          uint32_t hoco, uint32_t hoso, TKSectionID section);
 
-/// Releases the image.
+/// Releases the image, or its part of the shared one.
 void TKDisposeHueOffset(HueOffsetVars* vars);
 
 /// The wheel stands in `frame` now.
@@ -104,6 +104,8 @@ bool TKHueOffsetKey(TKSession* session, HueOffsetVars* vars, uint32_t virtualKey
 
 /// The 10 ms timer of the control. Renders a change that is due; ends a drag whose button is up though nobody said so.
 void TKHueOffsetTick(TKSession* session, HueOffsetVars* vars);
+/// Renders at once what is held back and stores it for undo; a drag goes on. See TKSettleControls.
+void TKSettleHueOffset(TKSession* session, HueOffsetVars* vars);
 /// Whether the timer has anything to do.
 bool TKHueOffsetWantsTicks(const HueOffsetVars& vars);
 

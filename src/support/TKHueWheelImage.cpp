@@ -1,6 +1,8 @@
 // Painting of the wheel's background, pixel by pixel.
 #include "src/support/TKHueWheelImage.h"
 
+#include "src/platform/BPMemory.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -53,6 +55,13 @@ void PutPixel(const ScopeSurface& surface, int32_t column, int32_t row, ScopeCol
 bool Fits(const ScopeSurface& image, uint32_t imageSaturation, uint32_t side, uint32_t uiSaturation)
 {
     return image.pixels && image.width == side && imageSaturation == uiSaturation;
+}
+
+void LetGo(TKWheelImage* image)
+{
+    if (--image->users > 0) return;
+    ScopeSurfaceDispose(&image->surface);
+    BPFree(image);
 }
 
 } // namespace
@@ -109,23 +118,44 @@ BPStatus TKPrepareHueWheelImage(TKSession* session, HueOffsetVars* vars, double 
     const auto side = static_cast<uint32_t>(std::max(std::lround(ScopeWidthOf(vars->wheelRect) * scale), 1L));
     const uint32_t uiSaturation = session->prefs.uiSaturation;
     if (Fits(vars->wheelImage, vars->imageSaturation, side, uiSaturation)) return bpNoErr;
-    TKControls& controls = session->controls;
-    ScopeSurfaceDispose(&vars->wheelImage);
+    TKReleaseHueWheelImage(vars);
     vars->imageSaturation = uiSaturation;
-    const bool isFirst = !controls.wheelImage.pixels;
-    if (isFirst || !Fits(controls.wheelImage, controls.wheelSaturation, side, uiSaturation)) {
+    TKWheelImage* shared = session->controls.wheelImage;
+    if (!shared || !Fits(shared->surface, shared->saturation, side, uiSaturation)) {
         ScopeSurface image = {};
         if (BPStatus err = ScopeSurfaceCreate(side, side, &image); err != bpNoErr) return err;
         TKPaintHueWheel(&image, static_cast<int32_t>(std::lround(vars->radius * scale)),
                         static_cast<int32_t>(std::max(std::lround(scale), 1L)), uiSaturation);
-        if (!isFirst) {
+        const bool isShared = !shared || shared->saturation == uiSaturation;
+        auto* fresh = isShared ? static_cast<TKWheelImage*>(BPAllocate(sizeof(TKWheelImage))) : nullptr;
+        if (!fresh) {
             vars->wheelImage = image;
             return bpNoErr;
         }
-        controls.wheelImage = image;
-        controls.wheelSaturation = uiSaturation;
+        *fresh = {.surface = image, .saturation = uiSaturation, .users = 1};
+        TKForgetWheelImage(session);
+        session->controls.wheelImage = shared = fresh;
     }
-    vars->wheelImage = controls.wheelImage;
+    ++shared->users;
+    vars->shared = shared;
+    vars->wheelImage = shared->surface;
     vars->wheelImage.owned = false;
     return bpNoErr;
+}
+
+void TKReleaseHueWheelImage(HueOffsetVars* vars)
+{
+    if (vars->shared) {
+        LetGo(vars->shared);
+        vars->wheelImage = {};
+    } else {
+        ScopeSurfaceDispose(&vars->wheelImage);
+    }
+    vars->shared = nullptr;
+}
+
+void TKForgetWheelImage(TKSession* session)
+{
+    if (session->controls.wheelImage) LetGo(session->controls.wheelImage);
+    session->controls.wheelImage = nullptr;
 }

@@ -17,8 +17,22 @@ ScopeColor TKHueWheelColor(int32_t x, int32_t y, int32_t radius);
 /// Thread: any, own surface.
 void TKPaintHueWheel(ScopeSurface* surface, int32_t radius, int32_t scale, uint32_t uiSaturation);
 
+/// A background that wheels share. It lives as long as a wheel shows it, or the session keeps it for the next one.
+struct TKWheelImage {
+    ScopeSurface surface;
+    uint32_t saturation; ///< "UI Saturation" that it was made with
+    uint32_t users;      ///< wheels, and the session
+};
+
 /// Makes the wheel's background when it has none that fits: a square as wide as the wheel, `scale` pixels for each of
-/// the control's. As long as the saturation is that of the first wheel, wheels of one size share one image.
+/// the control's. As long as the saturation is that of the first wheel, wheels share the newest image of their size, so
+/// that several of one size paint once; with another saturation each has an image of its own.
 ///
 /// Returns bpNoErr, or an error of ScopeSurfaceCreate with no image.   Thread: main.
 BPStatus TKPrepareHueWheelImage(TKSession* session, HueOffsetVars* vars, double scale);
+
+/// The wheel has no background any more.
+void TKReleaseHueWheelImage(HueOffsetVars* vars);
+
+/// The session keeps no shared image any more; wheels that show it still have it.
+void TKForgetWheelImage(TKSession* session);

@@ -2,6 +2,7 @@
 #include "src/support/TKSession.h"
 
 #include "src/platform/BPMemory.h"
+#include "src/support/TKHueWheelImage.h"
 
 #include <new>
 
@@ -42,8 +43,9 @@ void TKDisposeSession(TKSession* session)
     if (session->hostWatch.handle != 0) platform.process.unwatch(&session->hostWatch);
     for (ScopeSurface* surface :
          {&session->resultSurface, &session->splitSurface, &session->splitMask, &session->secondarySurface,
-          &session->sourceSurface, &session->views.referenceSurface, &session->controls.wheelImage})
+          &session->sourceSurface, &session->views.referenceSurface})
         ScopeSurfaceDispose(surface);
+    TKForgetWheelImage(session);
     for (FBFrame* frame : {session->sourceFrame, session->resultFrame, session->comparisonFrame})
         if (frame) FBDisposeFrameBuffer(frame);
     BPFree(session->receivedFrame);

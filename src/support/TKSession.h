@@ -86,6 +86,7 @@ struct TKUserInterface {
     /// The controls that are not sliders follow `settings`; the arguments are those of UpdateAllControls.
     void (*updateOtherControls)(void* context, const OCSettings* settings, uint32_t toolMask, uint32_t curveMask,
                                 const OCSettings* previous, bool force);
+    void (*settleControls)(void* context); ///< controls that hold a render back make it now; see TKSettleControls
 };
 
 /// The transport of an image pane.

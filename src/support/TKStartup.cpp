@@ -309,6 +309,7 @@ void TKEndSession(TKSession* session, uint32_t command)
     if (command == kTKCommandOK) TKStopPlayback(session);
     TKPickCancel(session);
     (void)CommitOpenEdit(session, true);
+    TKSettleControls(session);
     TKStopPlayback(session);
     TKRecoveryFlush(session);
     const bool hostIsAlive = TKHostIsAlive(session);
@@ -336,6 +337,7 @@ void TKEndLostSession(TKSession* session)
     TKStopPlayback(session);
     TKPickCancel(session);
     (void)CommitOpenEdit(session, true);
+    TKSettleControls(session);
     TKRecoveryFlush(session);
     const bool kept = session->recovery.file.handle != 0;
     TKRecoveryFinish(session, tkRecoveryKept);

@@ -48,6 +48,7 @@ bool HoldsSteps(const TKUndoRing* ring)
 bool Step(TKSession* session, bool (*step)(TKUndoRing*, OCSettings*), bool possible)
 {
     if (!possible) return false;
+    TKSettleControls(session);            // the state that is left can be come back to
     (void)CommitOpenEdit(session, false); // the record is about to be replaced
     auto* previous = static_cast<OCSettings*>(BPAllocate(sizeof(OCSettings)));
     if (previous) *previous = session->liveSettings;
@@ -142,10 +143,16 @@ void TKRenderResult(TKSession* session)
     TKRedrawUserDraws(session);
 }
 
+void TKSettleControls(TKSession* session)
+{
+    TK_UI(session, settleControls);
+}
+
 bool TKGestureUndo(TKSession* session, const void* control)
 {
     TKControls& controls = session->controls;
     if (controls.lastTouched == control) return false;
+    TKSettleControls(session);
     UndoPush(session->undoRing, session->liveSettings);
     controls.lastTouched = control;
     return HoldsSteps(session->undoRing);
@@ -158,6 +165,7 @@ void TKStoreUndo(TKSession* session)
 
 bool TKCommandUndo(TKSession* session)
 {
+    TKSettleControls(session);
     return TKCommandUndoFrom(session, session->liveSettings);
 }
 

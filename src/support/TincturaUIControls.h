@@ -18,6 +18,7 @@ struct TKSession;
 struct SliderVars;
 struct TKSwatch;
 struct TKUserDraw;
+struct TKWheelImage;
 
 /// What a gesture did.
 struct [[nodiscard]] TKEffect {
@@ -322,6 +323,11 @@ void TKRenderResult(TKSession* session);
 /// The same with the parameters of the last update: for a new frame under an unchanged grade.
 void TKRenderFrame(TKSession* session);
 
+/// Renders at once what controls hold back of their last changes (see TKDeferral.h), so that the live settings are whole:
+/// the values, and the switches that make them act. Every step of undo, every command and the end of a session does it
+/// first. Nothing happens when nothing is held back.
+void TKSettleControls(TKSession* session);
+
 // --- Undo of the session ----------------------------------------------------------------------------------------------
 
 /// Opens an undo step with the live settings, unless `control` made the last one. True when a step was opened.
@@ -372,6 +378,5 @@ struct TKControls {
     const void* lastTouched;  ///< control of the last undo step, or null
     bool undoPending;         ///< a drag waits for its last UndoStore
     bool updatePending;       ///< an image update came while another was in progress; the tick makes it up
-    ScopeSurface wheelImage;  ///< background that hue wheels share, or none
-    uint32_t wheelSaturation; ///< "UI Saturation" that it was made with
+    TKWheelImage* wheelImage; ///< background that hue wheels share, or null; see TKHueWheelImage.h
 };

@@ -185,14 +185,18 @@ TEST(LevelsHistogram, ItIsCountedAnewOnlyWhenSomethingIsDifferent)
     EXPECT_FALSE(UpdateLevelsHistogram(frame.get(), strange, &histogram)); // a NaN is not another one each time
 }
 
-TEST(LevelsHistogram, WithoutAFrameOrWithAStrangeOneItIsEmptyAndSaysNothing)
+TEST(LevelsHistogram, WithoutAFrameItIsEmptyAndSaysNothing)
 {
     LogCatch log;
-    for (const uint32_t binCount : {128u, 256u, 512u}) {
-        EXPECT_EQ(OnlyBin(Built(nullptr, 1, binCount)), kLevelsMostBins);
-        EXPECT_EQ(OnlyBin(Built(MakeFrame(4, 4, pixFormatRGBA32_Float).get(), 1, binCount)), kLevelsMostBins);
-    }
+    for (const uint32_t binCount : {128u, 256u, 512u}) EXPECT_EQ(OnlyBin(Built(nullptr, 1, binCount)), kLevelsMostBins);
     EXPECT_EQ(log.Text(), "");
+}
+
+TEST(LevelsHistogram, OfAFormatThatNobodyCountsItIsEmptyAndSaysSo)
+{
+    LogCatch log;
+    EXPECT_EQ(OnlyBin(Built(MakeFrame(4, 4, pixFormatRGBA32_Float).get(), 1, 256)), kLevelsMostBins);
+    EXPECT_EQ(log.Text(), "FBIterateFrame: Unsupported frame buffer pixel format ca\n");
 }
 
 TEST(LevelsHistogram, ABinWithTwoPercentOfThePixelsReachesTheTop)
@@ -219,6 +223,12 @@ TEST(LevelsHistogram, ABinWithTwoPercentOfThePixelsReachesTheTop)
     EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, 4, 80), 8);
     histogram.key.height = 1000;
     EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, 3, 80), 3.2);
+    histogram.key.width = 1920;
+    histogram.key.height = 1080;
+    histogram.bin[7] = 1920 * 1080 / 200; // half a percent
+    EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, 7, 80), 80);
+    histogram.bin[7] /= 2;
+    EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, 7, 80), 40);
     histogram.key.width = histogram.key.height = 2; // at least 50
     EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, 4, 80), 80);
     EXPECT_DOUBLE_EQ(LevelsColumnHeight(histogram, kLevelsMostBins, 80), 0);

@@ -2,6 +2,7 @@
 #include "src/UI/UICursorsWin.h"
 #include "src/UI/UICurveWin.h"
 #include "src/UI/UIKeysWin.h"
+#include "src/UI/UIValueAccessWin.h"
 #include "tests/UI/UITest.h"
 
 #include <QAccessible>
@@ -137,6 +138,45 @@ TEST_F(UICurveTest, NameAndValueAreAnnounced)
     Down(0, 0);
     Up(0, 0);
     EXPECT_EQ(access->text(QAccessible::Value), QStringLiteral("Point 1 of 2, Input 0, Output 0"));
+}
+
+TEST_F(UICurveTest, AssistiveToolsReadAndSetTheOutputOfTheSelectedPoint)
+{
+    QAccessibleValueInterface* value = QAccessible::queryAccessibleInterface(curve_)->valueInterface();
+    ASSERT_TRUE(value);
+    value->setCurrentValue(0.5); // of no point
+    EXPECT_EQ(session_->undoRing->undoAvailable, 0u);
+    vars_.selectedPoint = 1;
+    EXPECT_EQ(value->currentValue().toDouble(), 1.0);
+    value->setCurrentValue(0.5);
+    value->setCurrentValue(0.25);
+    EXPECT_EQ(Points().y[1], 0.25f);
+    EXPECT_EQ(Points().x[1], 1.0f);
+    EXPECT_EQ(value->currentValue().toDouble(), 0.25);
+    EXPECT_EQ(session_->undoRing->undoAvailable, 1u);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Renders() == 1; }, 2000));
+    value->setCurrentValue(7);
+    EXPECT_EQ(Points().y[1], 1.0f);
+    value->setCurrentValue(std::nan(""));
+    EXPECT_EQ(Points().y[1], 1.0f);
+    Live().rgbCurve[1].curveKind = kTKCurveReadOnly;
+    value->setCurrentValue(0.5);
+    EXPECT_EQ(Points().y[1], 1.0f);
+    EXPECT_EQ(value->currentValue().toDouble(), 0.0);
+}
+
+TEST_F(UICurveTest, AMouseThatPassesByAnnouncesNothing)
+{
+    QString announced;
+    const auto announce = [&] { return UIAnnounceValue(curve_, curve_->valueText(), 0.0, &announced); };
+    EXPECT_TRUE(announce());
+    for (int i = 0; i < 20; ++i) {
+        To(0.05 * i, 0.9, Qt::NoButton);
+        EXPECT_FALSE(announce());
+    }
+    curve_->setFocus();
+    QTest::keyClick(curve_, Qt::Key_PageDown);
+    EXPECT_TRUE(announce());
 }
 
 TEST_F(UICurveTest, TheRightButtonOpensMenu200WithItsStates)

@@ -1,6 +1,7 @@
 // The hue offset wheel's window under real events.
 #include "src/UI/UIHueOffsetWin.h"
 #include "src/UI/UIKeysWin.h"
+#include "src/UI/UIValueAccessWin.h"
 #include "src/support/TKHueWheelImage.h"
 #include "tests/UI/UITest.h"
 
@@ -164,6 +165,55 @@ TEST_F(UIHueOffsetTest, KeysMoveTheHandleAndAreAnnounced)
     EXPECT_EQ(access->text(QAccessible::Name), QStringLiteral("Midtones hue wheel"));
     EXPECT_TRUE(access->text(QAccessible::Value).startsWith(QStringLiteral("Hue ")));
     EXPECT_TRUE(access->text(QAccessible::Value).endsWith(QStringLiteral("Strength 0.03")));
+}
+
+TEST_F(UIHueOffsetTest, AssistiveToolsReadAndSetTheStrength)
+{
+    QAccessibleInterface* access = QAccessible::queryAccessibleInterface(wheel_);
+    QAccessibleValueInterface* value = access->valueInterface();
+    ASSERT_TRUE(value);
+    EXPECT_EQ(value->currentValue().toDouble(), 0.0);
+    EXPECT_EQ(value->minimumValue().toDouble(), 0.0);
+    EXPECT_EQ(value->maximumValue().toDouble(), 1.0);
+    EXPECT_GT(value->minimumStepSize().toDouble(), 0.0);
+    value->setCurrentValue(0.5);
+    value->setCurrentValue(0.75);
+    EXPECT_EQ(Strength(), 0.75f);
+    EXPECT_EQ(value->currentValue().toDouble(), 0.75);
+    EXPECT_EQ(session_->undoRing->undoAvailable, 1u);
+    EXPECT_EQ(Live().hueOffsetOn, 1u);
+    for (const QVariant& bad : {QVariant(QStringLiteral("much")), QVariant(std::nan("")), QVariant()})
+        value->setCurrentValue(bad);
+    EXPECT_EQ(Strength(), 0.75f);
+}
+
+TEST_F(UIHueOffsetTest, AValueIsAnnouncedOnceAndOnlyWhenItsWordsAreOthers)
+{
+    QString announced;
+    const auto announce = [&] { return UIAnnounceValue(wheel_, wheel_->valueText(), 0.0, &announced); };
+    EXPECT_TRUE(announce());
+    SetHueOffsetStrength(&vars_, 0.5f, true);
+    EXPECT_TRUE(announce());
+    EXPECT_FALSE(announce());
+    SetHueOffsetStrength(&vars_, 0.5004f, true); // still "0.50"
+    EXPECT_FALSE(announce());
+    SetHueOffsetAngle(&vars_, 90, true);
+    EXPECT_TRUE(announce());
+    EXPECT_EQ(announced, QStringLiteral("Hue 90.00, Strength 0.50"));
+}
+
+TEST_F(UIHueOffsetTest, AWheelThatIsDisabledInADragLetsGo)
+{
+    Down(QPoint(30, 0));
+    wheel_->setEnabled(false);
+    EXPECT_FALSE(vars_.captured);
+    EXPECT_FALSE(vars_.enabled);
+    EXPECT_EQ(Renders(), 1u); // what was held back
+    const float strength = Strength();
+    To(QPoint(5, 5));
+    EXPECT_EQ(Strength(), strength);
+    wheel_->setEnabled(true);
+    EXPECT_TRUE(vars_.enabled);
 }
 
 TEST_F(UIHueOffsetTest, TheRightButtonOpensMenu201InTheWheelsRowsOnly)

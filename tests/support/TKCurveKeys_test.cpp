@@ -134,6 +134,73 @@ TEST_F(TKCurveTest, PageKeysWalkThePointsAndInsertMakesOneHalfway)
     EXPECT_EQ(Points().pointCount, 16);
 }
 
+TEST_F(TKCurveTest, AnArrowUpOrDownLeavesXEvenBesideACloseNeighbour)
+{
+    Spread(4);
+    Points().x[1] = 0.2f;
+    Points().x[2] = 0.2f + 1.0f / 255; // closer than the gap, as a file may have it
+    curve_.selectedPoint = 2;
+    const float x = Points().x[2], y = Points().y[2];
+    EXPECT_TRUE(Key(kTKKeyUp));
+    EXPECT_EQ(Points().x[2], x);
+    EXPECT_EQ(Points().y[2], y + kTKCurveNudge);
+    EXPECT_TRUE(Key(kTKKeyRight)); // to the side it obeys
+    EXPECT_GT(Points().x[2], Points().x[1] + kTKCurveGap);
+}
+
+TEST_F(TKCurveTest, ArrowsOnAnotherPointAreAnotherStep)
+{
+    Spread(4);
+    curve_.selectedPoint = 1;
+    EXPECT_TRUE(Key(kTKKeyUp));
+    EXPECT_TRUE(Key(kTKKeyUp));
+    EXPECT_EQ(Steps(), 1u);
+    EXPECT_TRUE(Key(kTKKeyPageDown));
+    EXPECT_TRUE(Key(kTKKeyUp));
+    EXPECT_EQ(Steps(), 2u);
+    EXPECT_TRUE(TKUndoStepBack(session_));
+    ExpectPoint(1, 1.0 / 3, 1.0 / 3 + 2.0 / 256);
+    ExpectPoint(2, 2.0 / 3, 2.0 / 3);
+}
+
+TEST_F(TKCurveTest, ADragThatEndsWithoutTheMouseShowsTheSelectedPoint)
+{
+    (void)Press(0.5, 0.5);
+    (void)Move(0.5, 1.4); // above the plot
+    gBPFake.mouseButtonDown = false;
+    Tick();
+    EXPECT_FALSE(curve_.dragging);
+    EXPECT_FALSE(curve_.hovering);
+    EXPECT_STREQ(TKCurveReadouts(curve_).output, "255");
+    Points().y[1] = 0; // what is shown is the point, not the mouse's last place
+    EXPECT_STREQ(TKCurveReadouts(curve_).output, "0");
+}
+
+TEST_F(TKCurveTest, SettlingRendersWhatIsHeldBackAndLeavesTheDragGoing)
+{
+    (void)Press(0.4, 0.6);
+    TKSettleCurve(session_, &curve_);
+    EXPECT_EQ(Renders(), 1u);
+    EXPECT_TRUE(curve_.dragging);
+    Tick(10);
+    EXPECT_EQ(Renders(), 1u);
+    EXPECT_TRUE(Key(kTKKeyPageUp) && Move(0.5, 0.5).changed);
+    (void)Release();
+    EXPECT_EQ(Renders(), 2u);
+    EXPECT_TRUE(Key(kTKKeyUp));
+    TKSettleCurve(session_, &curve_);
+    EXPECT_EQ(Renders(), 3u);
+}
+
+TEST_F(TKCurveTest, APressIsOneInThePlotUpToItsLastPartOfAPixel)
+{
+    EXPECT_TRUE(TKCurveHit(curve_, 5, 20));
+    EXPECT_TRUE(TKCurveHit(curve_, 255.9, 270.9));
+    EXPECT_FALSE(TKCurveHit(curve_, 256, 100));
+    EXPECT_FALSE(TKCurveHit(curve_, 4.9, 100));
+    EXPECT_FALSE(TKCurveHit(curve_, 100, 271));
+}
+
 TEST_F(TKCurveTest, OtherKeysAndCommandKeysAreNotTaken)
 {
     for (const uint32_t key : {kTKKeySpace, kTKKeyHome, kTKKeyTab, kTKKeyReturn}) EXPECT_FALSE(Key(key));

@@ -137,24 +137,46 @@ TEST_F(TKHueWheelImageTest, WheelsShareOneImageUntilTheSaturationChanges)
     for (HueOffsetVars& w : wheel) {
         TKPlaceHueOffset(&w, ScopeRectOf(0, 0, 100, 100));
         ASSERT_EQ(TKPrepareHueWheelImage(session_, &w, 1), bpNoErr);
-        EXPECT_EQ(w.wheelImage.pixels, session_->controls.wheelImage.pixels);
+        EXPECT_EQ(w.wheelImage.pixels, session_->controls.wheelImage->surface.pixels);
         EXPECT_FALSE(w.wheelImage.owned);
     }
     session_->prefs.uiSaturation = 30000;
     ASSERT_EQ(TKPrepareHueWheelImage(session_, &wheel[0], 1), bpNoErr);
     EXPECT_TRUE(wheel[0].wheelImage.owned);
     EXPECT_EQ(wheel[0].imageSaturation, 30000u);
-    EXPECT_EQ(wheel[1].wheelImage.pixels, session_->controls.wheelImage.pixels);
+    EXPECT_EQ(wheel[1].wheelImage.pixels, session_->controls.wheelImage->surface.pixels);
     const uint8_t* made = wheel[0].wheelImage.pixels;
     ASSERT_EQ(TKPrepareHueWheelImage(session_, &wheel[0], 1), bpNoErr);
     EXPECT_EQ(wheel[0].wheelImage.pixels, made); // not made again
     session_->prefs.uiSaturation = 65536;
     ASSERT_EQ(TKPrepareHueWheelImage(session_, &wheel[0], 1), bpNoErr);
-    EXPECT_EQ(wheel[0].wheelImage.pixels, session_->controls.wheelImage.pixels);
+    EXPECT_EQ(wheel[0].wheelImage.pixels, session_->controls.wheelImage->surface.pixels);
     ASSERT_EQ(TKPrepareHueWheelImage(session_, &wheel[2], 1.5), bpNoErr); // another size is an image of its own
     EXPECT_EQ(wheel[2].wheelImage.width, 144u);
-    EXPECT_TRUE(wheel[2].wheelImage.owned);
+    EXPECT_NE(wheel[2].wheelImage.pixels, wheel[0].wheelImage.pixels);
     for (HueOffsetVars& w : wheel) TKDisposeHueOffset(&w);
+}
+
+TEST_F(TKHueWheelImageTest, WheelsThatGrowTogetherPaintOnceForEachSize)
+{
+    Attach();
+    HueOffsetVars wheel[4] = {};
+    for (int side = 100; side < 140; side += 8) {
+        for (HueOffsetVars& w : wheel) {
+            TKPlaceHueOffset(&w, ScopeRectOf(0, 0, side, side));
+            ASSERT_EQ(TKPrepareHueWheelImage(session_, &w, 1), bpNoErr);
+            EXPECT_EQ(w.wheelImage.width, static_cast<uint32_t>(side - 4));
+            EXPECT_EQ(w.wheelImage.pixels, session_->controls.wheelImage->surface.pixels) << side;
+        }
+        EXPECT_EQ(session_->controls.wheelImage->users, 5u); // the four, and the session
+    }
+    TKPlaceHueOffset(&wheel[0], ScopeRectOf(0, 0, 60, 60));
+    ASSERT_EQ(TKPrepareHueWheelImage(session_, &wheel[0], 1), bpNoErr);
+    EXPECT_EQ(wheel[1].wheelImage.width, 128u); // still there for those who show it
+    EXPECT_EQ(TKPixelAt(wheel[1].wheelImage, 64, 64), 0xFF000000u);
+    EXPECT_EQ(wheel[1].shared->users, 3u);
+    for (HueOffsetVars& w : wheel) TKDisposeHueOffset(&w);
+    EXPECT_EQ(session_->controls.wheelImage->users, 1u);
 }
 
 TEST_F(TKHueWheelImageTest, WithoutMemoryThereIsNoImage)

@@ -152,6 +152,52 @@ TEST_F(TKHueWheelTest, ResetAllHueWheelsResetsTheGroupAndTakesItsMarkOff)
     EXPECT_EQ(Live().hueOffsetOn, 1u);
 }
 
+TEST_F(TKHueWheelTest, ResetAllFromTheWheelOfASecondaryLeavesItsOwnValuesAndMark)
+{
+    HueOffsetVars own = {};
+    ASSERT_EQ(TKInitHueOffset(session_, &own, "Hue Offset", "hueoffset",
+                              offsetof(OCSettings, secondary[1].hueoffset_tintangle),
+                              offsetof(OCSettings, secondary[1].hueoffset_strength), tkSectionSecondaryB),
+              bpNoErr);
+    Set(150, 0.5f);
+    Live().secondary[1].hueoffset_strength = 0.7f;
+    Live().secondary[1].on = Live().secondaryOn = Live().hueOffsetOn = 1;
+    EXPECT_TRUE(TKHueOffsetMenuSelect(session_, &own, tkWheelResetAll).changed);
+    EXPECT_EQ(Strength(), 0.0f);
+    EXPECT_EQ(Live().hueOffsetOn, 0u);
+    EXPECT_EQ(Live().secondary[1].hueoffset_strength, 0.7f);
+    EXPECT_EQ(Live().secondary[1].on, 1u);
+    EXPECT_EQ(Live().secondaryOn, 1u);
+}
+
+TEST_F(TKHueWheelTest, ADragWithShiftGoesOnFromWhereAVectorOrATurnPutTheHandle)
+{
+    Set(103, 0.5f); // at (37, 0)
+    (void)Press(0, 0, bpShiftKey);
+    (void)OffsetHueOffset(session_, &wheel_, -17, 0, false);
+    (void)Move(10, 0, bpShiftKey);
+    EXPECT_NEAR(Strength(), 21.0f / 74, 1e-5f);
+    (void)RotateHueOffset(session_, &wheel_, 90, false); // to (0, 21)
+    (void)Move(10, 10, bpShiftKey);
+    EXPECT_NEAR(Strength(), 22.0f / 74, 1e-4f);
+    EXPECT_NEAR(Angle(), 193, 0.01f);
+}
+
+TEST_F(TKHueWheelTest, SettlingRendersWhatIsHeldBackAndLeavesTheDragGoing)
+{
+    TKSettleHueOffset(session_, &wheel_);
+    EXPECT_EQ(Renders(), 0u);
+    (void)Press(30, 40);
+    TKSettleHueOffset(session_, &wheel_);
+    EXPECT_EQ(Renders(), 1u);
+    EXPECT_TRUE(wheel_.captured);
+    const OCSettings& stored = session_->undoRing->undoRecords[1 % session_->undoRing->undoSlotCount];
+    EXPECT_EQ(stored.hueOffset.shadows.strength, Strength());
+    Tick(10);
+    EXPECT_EQ(Renders(), 1u);
+    EXPECT_TRUE(Move(10, 0).changed);
+}
+
 TEST_F(TKHueWheelTest, ArrowsMoveTheHandleAndShiftFiner)
 {
     EXPECT_TRUE(Key(kTKKeyRight));
