@@ -2,12 +2,14 @@
 #include "src/UI/ToolAreaLayout.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
 constexpr int kTop = 6;
 constexpr int kGap = 6;
-constexpr int kSideGap = 10; // between the page and what stands beside it
+constexpr int kSideGap = 10;  // between the page and what stands beside it
+constexpr int kCornerGap = 4; // below the sample
 constexpr double kClearlyBetter = 0.1;
 
 constexpr int kSampleBlock = kTKSampleWidth + kTKStripGap + kTKStripWidth;
@@ -18,9 +20,11 @@ TKPlace StripBeside(const TKPlace& sample)
 }
 
 /// What an arrangement is worth: how far its page can be stretched, or by how many pixels it is too high.
-double WorthOf(const TKPageRow& page, const TKPlace& place)
+double WorthOf(const TKPageRow& page, const TKToolAreaLayout& area)
 {
-    const TKPageLayout layout = TKLayOutPage(page, place.width, place.height);
+    const TKPlace& place = area.page;
+    const TKPageLayout layout = TKLayOutPage(page, place.width, place.height, area.corner);
+    if (area.corner.height > 0 && !layout.fits) return -HUGE_VAL; // nothing scrolls below the sample
     return layout.fits ? layout.stretch : std::min(-1.0, static_cast<double>(place.height - layout.height));
 }
 
@@ -51,6 +55,17 @@ TKToolAreaLayout Above(int width, int height, int tabsBottom, bool hasMatch)
     return layout;
 }
 
+TKToolAreaLayout InCorner(int width, int height, int tabsBottom)
+{
+    TKToolAreaLayout layout = Above(width, height, tabsBottom, false);
+    const int top = tabsBottom + kGap;
+    layout.corner = {.width = layout.page.x + layout.page.width - layout.sample.x + kSideGap,
+                     .height = layout.page.y + kCornerGap - top};
+    layout.page.y = top;
+    layout.page.height = std::max(height - top, 0);
+    return layout;
+}
+
 } // namespace
 
 int TKToolAreaHeight(int room)
@@ -62,6 +77,10 @@ int TKToolAreaHeight(int room)
 TKToolAreaLayout TKLayOutToolArea(int width, int height, int tabsBottom, const TKPageRow& page, bool hasMatch)
 {
     const TKToolAreaLayout beside = Beside(width, height, tabsBottom, hasMatch);
-    const TKToolAreaLayout above = Above(width, height, tabsBottom, hasMatch);
-    return WorthOf(page, above.page) > WorthOf(page, beside.page) + kClearlyBetter ? above : beside;
+    TKToolAreaLayout above = Above(width, height, tabsBottom, hasMatch);
+    if (!hasMatch && above.page.y > tabsBottom + kGap) {
+        const TKToolAreaLayout inCorner = InCorner(width, height, tabsBottom);
+        if (WorthOf(page, inCorner) > WorthOf(page, above)) above = inCorner;
+    }
+    return WorthOf(page, above) > WorthOf(page, beside) + kClearlyBetter ? above : beside;
 }

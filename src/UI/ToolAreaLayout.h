@@ -13,8 +13,9 @@ inline constexpr int kTKMatchWideWidth = 414, kTKMatchLowHeight = 42;    ///< in
 
 struct TKToolAreaLayout {
     TKPlace page, sample, strip;
-    TKPlace match; ///< empty without one
-    bool isBeside; ///< sample and match stand beside the page, otherwise above it
+    TKPlace match;   ///< empty without one
+    bool isBeside;   ///< sample and match stand beside the page, otherwise above it or in its corner
+    TKCorner corner; ///< of the page, in which the sample stands; empty otherwise
 };
 
 /// The height of the area in a window that has `room` pixels for pictures and tools: never below its least height; above
@@ -22,5 +23,6 @@ struct TKToolAreaLayout {
 int TKToolAreaHeight(int room);
 
 /// Lays out an area whose rows of tabs end at `tabsBottom`. What is always in sight stands beside the page where the page
-/// is no worse for it, and above it otherwise, when only the whole width holds the page's columns.
+/// is no worse for it, and above it otherwise, when only the whole width holds the page's columns. Without a row of match
+/// the page then begins below the tabs and has its buttons beside the sample.
 TKToolAreaLayout TKLayOutToolArea(int width, int height, int tabsBottom, const TKPageRow& page, bool hasMatch);

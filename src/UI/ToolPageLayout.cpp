@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int kColumnGap = 12, kWideColumnGap = 22;
+constexpr int kBesideGap = 8; // after an editor that takes the width: it ends with a margin of its own
 constexpr int kFootHeight = 24, kFootGap = 8;
 constexpr int kEditorGap = 4;             // below an editor that takes the width
 constexpr double kScrolledStretch = 0.35; // of a page that is scrolled anyway
@@ -74,13 +75,16 @@ struct Column {
 
 class Layout {
   public:
-    Layout(const TKPageRow& page, int width, int height) : page_(page), width_(width), height_(height)
+    Layout(const TKPageRow& page, int width, int height, TKCorner corner, bool samplesInRow)
+        : page_(page), width_(width), height_(height), corner_(corner)
     {
         result_.places.resize(page.rows.size());
         for (size_t i = 0; i < page.rows.size(); ++i) {
             if (StandsInFoot(page.rows[i])) continue;
             if (IsWide(page.rows[i]))
                 wide_ = static_cast<int>(i);
+            else if (samplesInRow && page.rows[i].kind == tkRowColorSample)
+                samples_.push_back(i);
             else if (blocks_.empty() || page.rows[i].startsBlock)
                 blocks_.push_back({i, i + 1});
             else
@@ -88,20 +92,31 @@ class Layout {
         }
     }
 
+    /// Whether the samples find room beside each other; true without any.
+    bool SamplesFit() const { return RowWidth() <= Room(); }
+
     TKPageLayout Run()
     {
+        columnsLeft_ = kTKPaneMargin;
+        columnsRoom_ = Room();
+        if (StandsBeside()) {
+            columnsLeft_ += WideWidth() + kBesideGap;
+            columnsRoom_ -= WideWidth() + kBesideGap;
+        }
         MakeColumns();
+        const bool hasCorner = corner_.width > 0 && corner_.height > 0;
         const int foot = PlaceFoot(0) + kTKPaneMargin;
-        const int room = height_ - kTKPaneMargin - foot;
-        result_.stretch = Stretch(room);
-        result_.fits = result_.stretch >= 0;
-        const double stretch = result_.fits ? result_.stretch : kScrolledStretch;
-        int y = kTKPaneMargin;
-        if (wide_ >= 0) y = PlaceWide(stretch);
-        int bottom = y;
+        const int top = hasCorner ? std::max(corner_.height, foot) : kTKPaneMargin;
+        const int below = hasCorner ? kTKPaneMargin : foot;
+        result_.stretch = Stretch(height_ - top - below);
+        result_.fits = result_.stretch >= 0 && (!hasCorner || FootRight() <= FootLimit());
+        const double stretch = result_.stretch >= 0 ? result_.stretch : kScrolledStretch;
+        int y = PlaceSamples(top, stretch), bottom = y;
+        if (wide_ >= 0) bottom = PlaceWide(stretch);
+        if (!StandsBeside()) y = bottom;
         for (const Column& column : columns_) bottom = std::max(bottom, PlaceColumn(column, y, stretch));
-        PlaceFoot(bottom);
-        result_.height = bottom + foot;
+        PlaceFoot(hasCorner ? 0 : bottom);
+        result_.height = bottom + below;
         result_.width = width_;
         for (const TKPlace& place : result_.places)
             result_.width = std::max(result_.width, place.x + place.width + kTKPaneMargin);
@@ -110,6 +125,21 @@ class Layout {
 
   private:
     int Room() const { return width_ - 2 * kTKPaneMargin; }
+
+    int RowWidth() const
+    {
+        const auto count = static_cast<int>(samples_.size());
+        return count * NeedsOf(tkRowColorSample, 0).leastWidth + std::max(count - 1, 0) * kColumnGap;
+    }
+
+    /// Whether the columns stand beside the editor that takes the width: it is wide enough without theirs, and no narrower
+    /// than it would be above them when that is as wide as it gets.
+    bool StandsBeside() const
+    {
+        if (wide_ < 0 || blocks_.empty() || page_.rows[static_cast<size_t>(wide_)].kind != tkRowLevels) return false;
+        const int left = Room() - kBesideGap - kTKLeastControlWidth;
+        return left >= kTKWideLevelsWidth || (left >= kLevelsWideFrom && Room() < kTKWideLevelsWidth);
+    }
 
     Needs ColumnNeeds(const Block& rows, int width) const
     {
@@ -167,11 +197,11 @@ class Layout {
             parts = Partition(count);
             least = 0;
             for (const Block& part : parts) least += ColumnNeeds(part, 0).leastWidth;
-            if (least + GapsOf(count, kColumnGap) <= Room()) break;
+            if (least + GapsOf(count, kColumnGap) <= columnsRoom_) break;
         }
-        const int gap = least + GapsOf(parts.size(), kWideColumnGap) <= Room() ? kWideColumnGap : kColumnGap;
-        int spare = std::max(0, Room() - least - GapsOf(parts.size(), gap));
-        int x = kTKPaneMargin;
+        const int gap = least + GapsOf(parts.size(), kWideColumnGap) <= columnsRoom_ ? kWideColumnGap : kColumnGap;
+        int spare = std::max(0, columnsRoom_ - least - GapsOf(parts.size(), gap));
+        int x = columnsLeft_;
         for (size_t i = 0; i < parts.size(); ++i) {
             const Needs needs = ColumnNeeds(parts[i], 0);
             const int share = std::min(spare / static_cast<int>(parts.size() - i), needs.mostWidth - needs.leastWidth);
@@ -190,10 +220,10 @@ class Layout {
 
     int WideWidth() const
     {
-        if (page_.rows[static_cast<size_t>(wide_)].kind == tkRowLevels)
-            return Room() >= kTKWideLevelsWidth ? kTKWideLevelsWidth
-                                                : std::clamp(Room(), kTKLeastControlWidth, kTKNarrowLevelsWidth);
-        return std::clamp(Room(), kTKLeastControlWidth, NeedsOf(tkRowLumaRange, 0).mostWidth);
+        const bool isLevels = page_.rows[static_cast<size_t>(wide_)].kind == tkRowLevels;
+        const int most = isLevels ? kTKWideLevelsWidth : NeedsOf(tkRowLumaRange, 0).mostWidth;
+        const int room = StandsBeside() ? Room() - kBesideGap - kTKLeastControlWidth : Room();
+        return std::clamp(room, kTKLeastControlWidth, most);
     }
 
     /// The largest share of stretching at which every column is as high as the room at most; below 0 when none is.
@@ -211,7 +241,10 @@ class Layout {
             if (share >= 0 && most > least) share = std::min(share, static_cast<double>(room - least) / (most - least));
         };
         consider(wideLeast, wideMost);
-        for (const Column& column : columns_) consider(wideLeast + column.leastHeight, wideMost + column.mostHeight);
+        const Needs sample = NeedsOf(tkRowColorSample, 0);
+        const int aboveLeast = (StandsBeside() ? 0 : wideLeast) + (samples_.empty() ? 0 : sample.leastHeight);
+        const int aboveMost = (StandsBeside() ? 0 : wideMost) + (samples_.empty() ? 0 : sample.mostHeight);
+        for (const Column& column : columns_) consider(aboveLeast + column.leastHeight, aboveMost + column.mostHeight);
         return share;
     }
 
@@ -224,8 +257,24 @@ class Layout {
     {
         const TKControlRow& row = page_.rows[static_cast<size_t>(wide_)];
         const int height = Stretched(NeedsOf(row.kind, WideWidth()), stretch);
-        result_.places[static_cast<size_t>(wide_)] = {kTKPaneMargin, kTKPaneMargin, WideWidth(), height - kEditorGap};
-        return kTKPaneMargin + height;
+        result_.places[static_cast<size_t>(wide_)] = {kTKPaneMargin, top_, WideWidth(), height - kEditorGap};
+        return top_ + height;
+    }
+
+    /// The samples side by side; returns where the columns begin.
+    int PlaceSamples(int y, double stretch)
+    {
+        top_ = y;
+        if (samples_.empty()) return y;
+        const Needs needs = NeedsOf(tkRowColorSample, 0);
+        const auto count = static_cast<int>(samples_.size());
+        const int gap = count > 1 ? std::min((Room() - count * needs.leastWidth) / (count - 1), kWideColumnGap) : 0;
+        int x = kTKPaneMargin;
+        for (const size_t row : samples_) {
+            result_.places[row] = {x, y, needs.leastWidth, kTKSampleHeight};
+            x += needs.leastWidth + gap;
+        }
+        return y + Stretched(needs, stretch);
     }
 
     int PlaceColumn(const Column& column, int y, double stretch)
@@ -245,6 +294,16 @@ class Layout {
         return y;
     }
 
+    int FootLimit() const { return width_ - kTKPaneMargin - corner_.width; }
+
+    int FootRight() const
+    {
+        int right = 0;
+        for (size_t i = 0; i < page_.rows.size(); ++i)
+            if (StandsInFoot(page_.rows[i])) right = std::max(right, result_.places[i].x + result_.places[i].width);
+        return right;
+    }
+
     /// Buttons from left to right below `y`, in as many lines as it takes; returns how high they are.
     int PlaceFoot(int y)
     {
@@ -252,7 +311,7 @@ class Layout {
         for (size_t i = 0; i < page_.rows.size(); ++i) {
             if (!StandsInFoot(page_.rows[i])) continue;
             const int width = FootWidth(page_.rows[i]);
-            if (x > kTKPaneMargin && x + width > width_ - kTKPaneMargin) {
+            if (x > kTKPaneMargin && x + width > FootLimit()) {
                 x = kTKPaneMargin;
                 height += kFootHeight + kFootGap;
             }
@@ -264,7 +323,11 @@ class Layout {
 
     const TKPageRow& page_;
     const int width_, height_;
-    int wide_ = -1; ///< index of the row that takes the width
+    const TKCorner corner_;
+    int wide_ = -1;               ///< index of the row that takes the width
+    std::vector<size_t> samples_; ///< indices of the samples that stand in a row
+    int top_ = 0;                 ///< of the controls
+    int columnsLeft_ = 0, columnsRoom_ = 0;
     std::vector<Block> blocks_;
     std::vector<Column> columns_;
     TKPageLayout result_;
@@ -272,7 +335,14 @@ class Layout {
 
 } // namespace
 
-TKPageLayout TKLayOutPage(const TKPageRow& page, int width, int height)
+TKPageLayout TKLayOutPage(const TKPageRow& page, int width, int height, TKCorner corner)
 {
-    return Layout(page, width, height).Run();
+    TKPageLayout usual = Layout(page, width, height, corner, false).Run();
+    Layout inRow(page, width, height, corner, true);
+    if (!inRow.SamplesFit()) return usual;
+    TKPageLayout other = inRow.Run();
+    const bool isBetter = other.fits != usual.fits ? other.fits
+                          : other.fits             ? other.stretch > usual.stretch
+                                                   : other.height < usual.height;
+    return isBetter ? other : usual;
 }

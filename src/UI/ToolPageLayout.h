@@ -1,6 +1,7 @@
 // Where the rows of a page stand. Blocks of rows become columns, side by side as far as the width allows; heights are
 // stretched between what a control needs and what it can use, all by the same share, so that rows of neighbouring columns
-// stay level.
+// stay level. The colour samples of a page stand in a row above the columns where that makes it less high. Other controls
+// stand beside an editor that takes the width, where it is wide enough without theirs, and below it otherwise.
 #pragma once
 
 #include "src/UI/ToolPanes.h"
@@ -34,6 +35,14 @@ struct TKPageLayout {
     bool fits;                   ///< in the size that was asked for
 };
 
+/// The upper right corner of an area when something else stands there; nothing when a side is 0.
+struct TKCorner {
+    int width, height;
+};
+
 /// Lays a page out for an area. A page that does not fit has a comfortable height of its own and is to be scrolled; its
 /// width exceeds the area's only where one column alone does.
-TKPageLayout TKLayOutPage(const TKPageRow& page, int width, int height);
+///
+/// With a corner the controls stand below it and the buttons of the foot to its left, so that they cost no height; a page
+/// whose buttons find no room there does not fit.
+TKPageLayout TKLayOutPage(const TKPageRow& page, int width, int height, TKCorner corner = {});

@@ -238,15 +238,23 @@ void ToolPageWin::picturesChanged()
         if (auto* levels = dynamic_cast<UILevelsWin*>(control)) levels->sourceChanged();
 }
 
-TKPageLayout ToolPageWin::layoutIn(QSize area) const
+void ToolPageWin::place(const QRect& rect, TKCorner corner)
 {
-    return TKLayOutPage(page_, area.width(), area.height());
+    const bool isSame = corner.width == corner_.width && corner.height == corner_.height && rect.size() == size();
+    corner_ = corner;
+    setGeometry(rect);
+    if (corner.width > 0 && corner.height > 0)
+        setMask(QRegion(QRect(QPoint(0, 0), rect.size())) -
+                QRect(rect.width() - corner.width, 0, corner.width, corner.height));
+    else
+        clearMask();
+    if (!isSame) layOut();
 }
 
 void ToolPageWin::layOut()
 {
-    TKPageLayout layout = layoutIn(size());
-    if (!layout.fits) layout = layoutIn(size() - QSize(verticalScrollBar()->sizeHint().width(), 0));
+    TKPageLayout layout = TKLayOutPage(page_, width(), height(), corner_);
+    if (!layout.fits) layout = TKLayOutPage(page_, width() - verticalScrollBar()->sizeHint().width(), height());
     for (size_t i = 0; i < controls_.size(); ++i) {
         if (!controls_[i]) continue;
         const TKPlace& place = layout.places[i];

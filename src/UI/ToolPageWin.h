@@ -23,8 +23,8 @@ class ToolPageWin : public QScrollArea {
 
     const TKPageRow& page() const { return page_; }
     QWidget* control(size_t row) const { return controls_[row]; } ///< of a row of the page
-    /// How the page would stand in an area of a size.
-    TKPageLayout layoutIn(QSize area) const;
+    /// Where the page stands in its parent; nothing of it is in its upper right corner.
+    void place(const QRect& rect, TKCorner corner);
 
     /// The controls that are no sliders follow a record; the arguments are those of UpdateAllControls.
     void updateFrom(const OCSettings* settings, uint32_t toolMask, uint32_t curveMask, const OCSettings* previous,
@@ -57,4 +57,5 @@ class ToolPageWin : public QScrollArea {
     QWidget* content_;
     std::unique_ptr<ToolPageRecords> records_;
     std::vector<QWidget*> controls_;
+    TKCorner corner_ = {};
 };

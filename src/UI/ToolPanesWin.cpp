@@ -195,7 +195,7 @@ void ToolAreaWin::layOut()
     UIMatchColorWin* match = shownMatch();
     const TKToolAreaLayout places =
         TKLayOutToolArea(width(), height(), tabsBottom, shownPage()->page(), match != nullptr);
-    shownPage()->setGeometry(ToRect(places.page));
+    shownPage()->place(ToRect(places.page), places.corner);
     sampleWindow_->setGeometry(ToRect(places.sample));
     stripWindow_->setGeometry(ToRect(places.strip));
     if (match) match->setGeometry(ToRect(places.match));

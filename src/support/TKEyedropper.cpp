@@ -60,6 +60,7 @@ bool Write(const TKEyedropper& eyedropper, uint32_t offset, const float rgb[3])
 /// procedure may write anywhere, or nothing.
 TKEffect Store(TKSession* session, TKEyedropper* eyedropper, const float rgb[3])
 {
+    TKSettleControls(session);
     const OCSettings before = session->liveSettings;
     if (eyedropper->pickProc) eyedropper->pickProc(session, eyedropper, rgb);
     const bool wroteField = Write(*eyedropper, eyedropper->dataOffset, rgb);

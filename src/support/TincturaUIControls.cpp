@@ -360,6 +360,7 @@ TKEffect TKPopupSelect(TKSession* session, const TKPopup* popup, int32_t index)
     const int32_t oldValue = ReadAt<int32_t>(field);
     int32_t newValue = index + 1;
     // The step begins before the procedure, which may have linked fields to write.
+    TKSettleControls(session);
     const OCSettings before = session->liveSettings;
     if (popup->changeProc) newValue = popup->changeProc(session, popup, oldValue, newValue, popup->repaint);
     if (newValue == oldValue && std::memcmp(&before, &session->liveSettings, sizeof before) == 0) return {};

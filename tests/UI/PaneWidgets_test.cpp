@@ -18,6 +18,13 @@ QRect RectIn(const QWidget* widget, const QWidget* above)
     return QRect(widget->mapTo(above, QPoint(0, 0)), widget->size());
 }
 
+/// Without a corner that is something else's.
+QRegion RegionIn(const QWidget* widget, const QWidget* ancestor)
+{
+    const QRect rect = RectIn(widget, ancestor);
+    return widget->mask().isEmpty() ? QRegion(rect) : widget->mask().translated(rect.topLeft());
+}
+
 /// Every float and switch of a grade that a control of a page edits gets another value than its default.
 void Disturb(OCSettings* grade)
 {
@@ -111,7 +118,7 @@ TEST_F(UITest, NothingOverlapsOrIsCutOnAnyPageAtEverySize)
                 EXPECT_TRUE(parts[i]->isVisible()) << where << " part " << i;
                 EXPECT_TRUE(tools->rect().contains(rect)) << where << " " << parts[i]->objectName().toStdString();
                 for (size_t j = 0; j < i; ++j)
-                    EXPECT_FALSE(rect.intersects(RectIn(parts[j], tools)))
+                    EXPECT_FALSE(RegionIn(parts[i], tools).intersects(RegionIn(parts[j], tools)))
                         << where << " " << parts[i]->objectName().toStdString() << " and "
                         << parts[j]->objectName().toStdString();
             }
@@ -125,6 +132,9 @@ TEST_F(UITest, NothingOverlapsOrIsCutOnAnyPageAtEverySize)
                 const QRect rect = control->geometry();
                 const std::string name = where + " " + TKRowName(*path.page, path.page->rows[i]);
                 EXPECT_TRUE(content->rect().contains(rect)) << name;
+                if (!page->mask().isEmpty()) {
+                    EXPECT_TRUE((QRegion(rect) - page->mask()).isEmpty()) << name << ": under the sample";
+                }
                 EXPECT_GE(rect.width(), control->minimumSizeHint().width()) << name;
                 EXPECT_GE(rect.height(), control->minimumSizeHint().height()) << name;
                 for (const QObject* child : control->children())
