@@ -12,7 +12,8 @@ folders do not meet. Whatever was started with the desktop's environment is ende
 xdotool and ImageMagick's import.
 
 The application writes where its controls are into the file that OCHRINE_LAYOUT_FILE names, one line a visible control:
-`name x y width height` in pixels of the root window, anew after each change.
+`name x y width height` in pixels of the root window, anew after each change; and the name of the one with the focus
+into the file beside it that ends in ".focus".
 """
 import collections
 import ctypes
@@ -191,6 +192,14 @@ class Desktop:
         except (FileNotFoundError, ValueError):
             return {}
         return boxes
+
+    def focus(self):
+        """The name of the control with the keyboard's focus; empty without one that has a name."""
+        try:
+            with open(self.layout_file + ".focus", encoding="utf-8") as file:
+                return file.read()
+        except FileNotFoundError:
+            return ""
 
     def layout_stamp(self):
         """Tells one report of the layout from the next; None before the first."""

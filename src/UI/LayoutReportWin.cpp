@@ -10,6 +10,7 @@
 #include "src/platform/BPFiles.h"
 #include "src/platform/BPLog.h"
 
+#include <QApplication>
 #include <QTextStream>
 
 namespace {
@@ -17,6 +18,13 @@ namespace {
 QString ReportPath()
 {
     return qEnvironmentVariable("OCHRINE_LAYOUT_FILE");
+}
+
+void WriteReport(const QString& path, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    if (BPWriteFile(path.toLocal8Bit().constData(), bytes.constData(), static_cast<size_t>(bytes.size())) != bpNoErr)
+        BPDebugLog("The layout report could not be written\n");
 }
 
 void WriteLine(QTextStream& out, const QWidget* widget, const QString& name, const QRect& rect)
@@ -70,8 +78,11 @@ void UIReportLayout(QWidget* window)
         WriteParts(out, widget);
     }
     out.flush();
-    const QByteArray bytes = text.toUtf8();
-    const QByteArray path = ReportPath().toLocal8Bit();
-    if (BPWriteFile(path.constData(), bytes.constData(), static_cast<size_t>(bytes.size())) != bpNoErr)
-        BPDebugLog("The layout report could not be written\n");
+    WriteReport(ReportPath(), text);
+}
+
+void UIReportFocus()
+{
+    const QWidget* focus = QApplication::focusWidget();
+    WriteReport(ReportPath() + QStringLiteral(".focus"), focus ? focus->objectName() : QString());
 }

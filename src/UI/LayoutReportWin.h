@@ -10,3 +10,6 @@ bool UILayoutReportWanted();
 /// lines for the parts of sliders (name.track, name.value), tabs (name, name.switch) and transport bars. The file is
 /// replaced whole.
 void UIReportLayout(QWidget* window);
+
+/// Writes the name of the widget with the keyboard's focus into the file beside that one that ends in ".focus".
+void UIReportFocus();

@@ -272,6 +272,8 @@ bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
     const bool isPlaced = event->type() == QEvent::Show || event->type() == QEvent::Resize ||
                           (event->type() == QEvent::Move && watched == scopeWindow_);
     if (isPlaced && UILayoutReportWanted()) layoutTimer_.start();
+    if (UILayoutReportWanted() && event->type() == QEvent::FocusIn && watched == QApplication::focusWidget())
+        UIReportFocus();
     if (event->type() == QEvent::KeyPress && isActiveWindow() && !QApplication::activePopupWidget() &&
         !QApplication::activeModalWidget() && watched->isWidgetType()) {
         // The event climbs from where it starts to the window; it is offered once.

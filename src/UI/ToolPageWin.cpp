@@ -158,7 +158,7 @@ QWidget* ToolPageWin::makeHueWheel(const TKControlRow& row, const QString& name,
 {
     HueOffsetVars* wheel = &records_->wheels.emplace_back();
     const uint32_t triple = page_.blockOffset + row.bind.offset;
-    const BPStatus err = TKInitHueOffset(
+    const BPStatus err = TKCreateHueOffset(
         session_, wheel, row.bind.label, row.bind.objectName, triple + TK_FLOAT_FIELD(OCHueOffsetTriple, tintangle),
         triple + TK_FLOAT_FIELD(OCHueOffsetTriple, strength), TKRowSection(page_, row));
     if (*error == bpNoErr) *error = err;
@@ -170,7 +170,7 @@ QWidget* ToolPageWin::makeHueWheel(const TKControlRow& row, const QString& name,
 QWidget* ToolPageWin::makeCurve(const TKControlRow& row, const QString& name)
 {
     CurveVars* curve = &records_->curves.emplace_back();
-    TKInitCurve(session_, curve, row.bind.label, row.bind.objectName, TKRowSection(page_, row));
+    TKCreateCurve(session_, curve, row.bind.label, row.bind.objectName, TKRowSection(page_, row));
     curve->displayFormat = colorFormat_;
     return new UICurveWin(session_, curve, name, content_);
 }

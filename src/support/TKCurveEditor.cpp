@@ -173,7 +173,7 @@ HCurve* CurveOf(OCSettings* settings, TKSectionID section, int32_t* channel)
 
 } // namespace
 
-void TKInitCurve(TKSession* session, CurveVars* vars, const char* label, const char* objectName, TKSectionID section)
+void TKCreateCurve(TKSession* session, CurveVars* vars, const char* label, const char* objectName, TKSectionID section)
 {
     *vars = {};
     vars->dragPoint = vars->selectedPoint = vars->hoverPoint = -1;

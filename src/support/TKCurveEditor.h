@@ -69,7 +69,7 @@ struct CurveVars {
 
 /// Fills an editor of one of the settings' curves. `section` is one of tkSectionCurveMaster to tkSectionCurveLightness
 /// and tells curve and channel. Label and name are literals. The record has no size until TKPlaceCurve.
-void TKInitCurve(TKSession* session, CurveVars* vars, const char* label, const char* objectName, TKSectionID section);
+void TKCreateCurve(TKSession* session, CurveVars* vars, const char* label, const char* objectName, TKSectionID section);
 
 /// Releases the gradient.
 void TKDisposeCurve(CurveVars* vars);

@@ -149,8 +149,9 @@ void Defer(HueOffsetVars* vars)
 HueOffsetVars* WheelOf(const SliderVars* slider)
 {
     auto* HOVH = static_cast<HueOffsetVars*>(slider->reference);
-    const BPStatus err = HOVH ? bpNoErr : bpParamErr;
-    BP_ASSERT(err == bpNoErr, "UIHueOffsetWin");
+    constexpr BPStatus noErr = bpNoErr; // as the failed assertion has to read
+    const BPStatus err = HOVH ? noErr : bpParamErr;
+    BP_ASSERT(err == noErr, "UIHueOffsetWin");
     BP_ASSERT(HOVH != 0, "UIHueOffsetWin");
     return HOVH;
 }
@@ -204,8 +205,8 @@ void EndCapture(TKSession* session, HueOffsetVars* vars)
 
 } // namespace
 
-BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
-                         uint32_t hoco, uint32_t hoso, TKSectionID section)
+BPStatus TKCreateHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
+                           uint32_t hoco, uint32_t hoso, TKSectionID section)
 {
     *vars = {};
     vars->enabled = true;

@@ -57,8 +57,8 @@ struct HueOffsetVars {
 /// label        of the wheel, such as "Master"; objectName is the last part of the widgets' names. Both are literals.
 ///
 /// Returns what TKRegisterSlider returns. Until TKPlaceHueOffset the wheel has 150 pixels a side.
-BPStatus TKInitHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
-                         uint32_t hoco, uint32_t hoso, TKSectionID section);
+BPStatus TKCreateHueOffset(TKSession* session, HueOffsetVars* vars, const char* label, const char* objectName,
+                           uint32_t hoco, uint32_t hoso, TKSectionID section);
 
 /// Releases the image, or its part of the shared one.
 void TKDisposeHueOffset(HueOffsetVars* vars);

@@ -15,7 +15,7 @@ class UICurveTest : public UITest {
     void SetUp() override
     {
         UITest::SetUp();
-        TKInitCurve(session_, &vars_, "Red", "red", tkSectionCurveRed);
+        TKCreateCurve(session_, &vars_, "Red", "red", tkSectionCurveRed);
         pane_ = std::make_unique<QWidget>();
         curve_ = new UICurveWin(session_, &vars_, QStringLiteral("curve"), pane_.get());
         curve_->setGeometry(0, 0, 260, curve_->heightForWidth(260));

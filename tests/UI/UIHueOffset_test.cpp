@@ -16,9 +16,9 @@ class UIHueOffsetTest : public UITest {
     void SetUp() override
     {
         UITest::SetUp();
-        ASSERT_EQ(TKInitHueOffset(session_, &vars_, "Midtones", "midtones",
-                                  offsetof(OCSettings, hueOffset.midtones.tintangle),
-                                  offsetof(OCSettings, hueOffset.midtones.strength), tkSectionHueOffsets),
+        ASSERT_EQ(TKCreateHueOffset(session_, &vars_, "Midtones", "midtones",
+                                    offsetof(OCSettings, hueOffset.midtones.tintangle),
+                                    offsetof(OCSettings, hueOffset.midtones.strength), tkSectionHueOffsets),
                   bpNoErr);
         pane_ = std::make_unique<QWidget>();
         wheel_ = new UIHueOffsetWin(session_, &vars_, QStringLiteral("wheel"), pane_.get());

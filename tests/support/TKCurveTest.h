@@ -21,7 +21,7 @@ class TKCurveTest : public TKSessionTest {
 
     void Edit(TKSectionID section)
     {
-        TKInitCurve(session_, &curve_, "Red", "red", section);
+        TKCreateCurve(session_, &curve_, "Red", "red", section);
         curve_.control = this;
         curve_.redraw = [](void* self) { ++static_cast<TKCurveTest*>(self)->redraws_; };
         TKPlaceCurve(&curve_, ScopeRectOf(0, 0, 320, 260), ScopeRectOf(20, 5, 271, 256));

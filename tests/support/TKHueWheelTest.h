@@ -18,7 +18,7 @@ class TKHueWheelTest : public TKSessionTest {
     {
         TKSessionTest::SetUp();
         Attach();
-        ASSERT_EQ(TKInitHueOffset(session_, &wheel_, "Shadows", "shadows", kAngle, kStrength, tkSectionHueOffsets),
+        ASSERT_EQ(TKCreateHueOffset(session_, &wheel_, "Shadows", "shadows", kAngle, kStrength, tkSectionHueOffsets),
                   bpNoErr);
         wheel_.control = this;
         wheel_.redraw = [](void* self) { ++static_cast<TKHueWheelTest*>(self)->redraws_; };

@@ -24,7 +24,7 @@ TEST_F(TKHueWheelTest, ASliderWithoutItsWheelIsAProgrammersErrorAndSafe)
     wheel_.hueSlider.reference = nullptr;
     (void)TKSliderDrag(session_, &wheel_.hueSlider, 90 * 65536);
     EXPECT_EQ(Angle(), 90.0f);
-    EXPECT_EQ(TKLogCount("Assert (err == bpNoErr) failed. [UIHueOffsetWin"), 1u);
+    EXPECT_EQ(TKLogCount("Assert (err == noErr) failed. [UIHueOffsetWin"), 1u);
     EXPECT_EQ(TKLogCount("Assert (HOVH != 0) failed. [UIHueOffsetWin"), 1u);
 }
 
@@ -55,9 +55,9 @@ TEST_F(TKHueWheelTest, AVectorIsLoggedWithPlaceAngleAndDistance)
 TEST_F(TKHueWheelTest, AVectorMovesAWheelThatWasNeverLaidOut)
 {
     HueOffsetVars wheel = {};
-    ASSERT_EQ(TKInitHueOffset(session_, &wheel, "Highlights", "highlights",
-                              offsetof(OCSettings, hueOffset.highlights.tintangle),
-                              offsetof(OCSettings, hueOffset.highlights.strength), tkSectionHueOffsets),
+    ASSERT_EQ(TKCreateHueOffset(session_, &wheel, "Highlights", "highlights",
+                                offsetof(OCSettings, hueOffset.highlights.tintangle),
+                                offsetof(OCSettings, hueOffset.highlights.strength), tkSectionHueOffsets),
               bpNoErr);
     EXPECT_TRUE(OffsetHueOffset(session_, &wheel, 5, 0, true).rerenders);
     EXPECT_FLOAT_EQ(Live().hueOffset.highlights.tintangle, 103);
@@ -155,9 +155,9 @@ TEST_F(TKHueWheelTest, ResetAllHueWheelsResetsTheGroupAndTakesItsMarkOff)
 TEST_F(TKHueWheelTest, ResetAllFromTheWheelOfASecondaryLeavesItsOwnValuesAndMark)
 {
     HueOffsetVars own = {};
-    ASSERT_EQ(TKInitHueOffset(session_, &own, "Hue Offset", "hueoffset",
-                              offsetof(OCSettings, secondary[1].hueoffset_tintangle),
-                              offsetof(OCSettings, secondary[1].hueoffset_strength), tkSectionSecondaryB),
+    ASSERT_EQ(TKCreateHueOffset(session_, &own, "Hue Offset", "hueoffset",
+                                offsetof(OCSettings, secondary[1].hueoffset_tintangle),
+                                offsetof(OCSettings, secondary[1].hueoffset_strength), tkSectionSecondaryB),
               bpNoErr);
     Set(150, 0.5f);
     Live().secondary[1].hueoffset_strength = 0.7f;
@@ -284,9 +284,9 @@ TEST_F(TKHueWheelTest, AScreenReaderHearsBothNumbers)
 TEST_F(TKHueWheelTest, TheWheelOfASecondaryWritesItsOwnFields)
 {
     HueOffsetVars wheel = {};
-    ASSERT_EQ(TKInitHueOffset(session_, &wheel, "Hue Offset", "hueoffset",
-                              offsetof(OCSettings, secondary[2].hueoffset_tintangle),
-                              offsetof(OCSettings, secondary[2].hueoffset_strength), tkSectionSecondaryC),
+    ASSERT_EQ(TKCreateHueOffset(session_, &wheel, "Hue Offset", "hueoffset",
+                                offsetof(OCSettings, secondary[2].hueoffset_tintangle),
+                                offsetof(OCSettings, secondary[2].hueoffset_strength), tkSectionSecondaryC),
               bpNoErr);
     TKPlaceHueOffset(&wheel, ScopeRectOf(0, 0, 162, 162));
     (void)TKHueOffsetPress(session_, &wheel, kCentre + 37, kCentre, 0);
