@@ -218,6 +218,21 @@ TEST_F(UITest, ResetOfEveryPageResetsItsGroupAndNothingElse)
     }
 }
 
+TEST_F(UITest, WhatAPageHoldsBackIsInTheGradeThatASlotKeeps)
+{
+    ShowPageOf("levels_red");
+    auto* handle = Find<QWidget>("levels_red_levels.inblack");
+    handle->setFocus();
+    QTest::keyPress(handle, Qt::Key_Right); // and held
+    EXPECT_EQ(Live().levelsOn, 0u);
+    EXPECT_TRUE(SlotStoreOrRecall(session_, 1, true));
+    const OCSettings& kept = session_->prefs.savedSettings[0].settings;
+    EXPECT_EQ(kept.levelsOn, 1u);
+    EXPECT_EQ(kept.levels[1].on, 1u);
+    EXPECT_EQ(kept.levels[1].inblackpt, 1.0f / 256);
+    QTest::keyRelease(handle, Qt::Key_Right);
+}
+
 TEST_F(UITest, UpdateAllControlsReachesWhatItsMasksSelectAlsoOnPagesBehind)
 {
     ShowPageOf("limiter");

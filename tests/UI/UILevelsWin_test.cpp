@@ -133,7 +133,7 @@ TEST_F(LevelsWinTest, ADragEndsWhenTheMouseIsTakenAway)
     });
     takeAway([&] { // the tick is the safety net
         gBPFake.mouseButtonDown = false;
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !session_->controls.undoPending; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return levels_.tracking == 0; }));
     });
     takeAway([&] { // a move without a button
         QMouseEvent event(QEvent::MouseMove, QPointF(300, 100), QPointF(300, 100), Qt::NoButton, Qt::NoButton,
