@@ -1,5 +1,7 @@
-// Which lines of a picture a trace reads.
+// What of a picture a trace reads.
 #pragma once
+
+#include "src/ScopeSurface.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -35,4 +37,18 @@ inline uint32_t ScopeTasksFor(int64_t samples, uint32_t taskCount)
 {
     constexpr int64_t kWorthSharing = 1 << 18;
     return samples < kWorthSharing ? 1 : taskCount;
+}
+
+/// Names a picture in the parameters of a waveform monitor or a vectorscope, and how many of its lines are read: half of
+/// more than 576. Without a picture of 32 bits one of 720 x 486 gives the scale. Returns whether there is one.
+template <class Params> bool ScopeSetSource(Params* params, const ScopeSurface* source)
+{
+    constexpr int32_t kDefaultWidth = 720, kDefaultHeight = 486, kManyLines = 576;
+    const bool hasSource = source && source->pixels && source->depth == 32;
+    params->sourcePixels = hasSource ? source->pixels : nullptr;
+    params->sourceWidth = hasSource ? static_cast<int32_t>(source->width) : kDefaultWidth;
+    params->sourceHeight = hasSource ? static_cast<int32_t>(source->height) : kDefaultHeight;
+    params->sourceRowBytes = hasSource ? static_cast<int32_t>(source->rowBytes) : 0;
+    params->lineCount = params->sourceHeight > kManyLines ? params->sourceHeight / 2 : 0;
+    return hasSource;
 }

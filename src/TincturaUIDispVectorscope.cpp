@@ -8,8 +8,6 @@
 namespace {
 
 constexpr double kMarginOfWidth = 0.016;
-constexpr int32_t kDefaultWidth = 720, kDefaultHeight = 486;
-constexpr int32_t kManyLines = 576;
 
 constexpr ScopeColor kRungs[6] = {{0x6D6D, 0xFFFF, 0xB9B9}, {0, 0xFFFF, 0x8484}, {0, 0xCCCC, 0x6A6A},
                                   {0, 0x9898, 0x4E4E},      {0, 0x6666, 0x3535}, {0, 0x3232, 0x1919}};
@@ -112,21 +110,16 @@ void DrawVectorscopeDisplay(ScopeSurface* target, const ScopeRect* rect, const S
     const int32_t width = ScopeHeightOf(inner) / 3 * 4;
     const int32_t left = inner.left + (ScopeWidthOf(inner) - width) / 2;
     const ScopeRect bounds = ScopeRectOf(inner.top, left, inner.bottom, left + width);
-    const bool hasSource = source && source->pixels && source->depth == 32;
     VectorscopeParams params = {};
     params.target = target;
     params.bounds = &bounds;
-    params.sourcePixels = hasSource ? source->pixels : nullptr;
-    params.sourceWidth = hasSource ? static_cast<int32_t>(source->width) : kDefaultWidth;
-    params.sourceHeight = hasSource ? static_cast<int32_t>(source->height) : kDefaultHeight;
-    params.sourceRowBytes = hasSource ? static_cast<int32_t>(source->rowBytes) : 0;
+    const bool hasSource = ScopeSetSource(&params, source);
     params.flags = vectorscopeAlphaFirst;
     if (hasSource && !s.updateSuspended) params.flags |= vectorscopeTrace;
     params.traceScale = 1;
     params.videoSystem = ScopeVideoSystem(s.videoSystem);
     params.matrix = ScopeMatrix(s.videoSystem);
     params.zoom = std::clamp(s.vectorscopeZoom, 1, 10);
-    params.lineCount = params.sourceHeight > kManyLines ? params.sourceHeight / 2 : 0;
     params.whiteLevel = s.videoWhiteLevel;
     params.blackLevel = s.videoBlackLevel;
     params.setup = s.videoBlackSetupPresent > 0 ? 200 : 0;

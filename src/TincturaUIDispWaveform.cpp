@@ -12,8 +12,6 @@ constexpr int32_t kSetupLimit = 1000;    // IRE
 constexpr int32_t kNTSC = 1;             // videoSystem
 constexpr double kIrePer100mV = 14.2857; // graticule steps
 constexpr double kMarginOfWidth = 0.016;
-constexpr int32_t kDefaultWidth = 720, kDefaultHeight = 486;
-constexpr int32_t kManyLines = 576;
 
 constexpr ScopeColor kMajor = {0xCE00, 0x6300, 0}, kMinor = {0x9800, 0x4900, 0};
 constexpr ScopeColor kEnvelope = {0, 0x7FFF, 0x3FCB};
@@ -317,14 +315,10 @@ void DrawWaveformDisplay(ScopeSurface* target, const ScopeRect* rect, const Scop
     const ScopeSettings& s = context.settings;
     const ScopeRect whole = rect ? *rect : ScopeBoundsOf(*target);
     const ScopeRect bounds = ScopeInset(whole, static_cast<int32_t>(ScopeWidthOf(whole) * kMarginOfWidth));
-    const bool hasSource = source && source->pixels && source->depth == 32;
     WaveformParams params = {};
     params.target = target;
     params.bounds = &bounds;
-    params.sourcePixels = hasSource ? source->pixels : nullptr;
-    params.sourceWidth = hasSource ? static_cast<int32_t>(source->width) : kDefaultWidth;
-    params.sourceHeight = hasSource ? static_cast<int32_t>(source->height) : kDefaultHeight;
-    params.sourceRowBytes = hasSource ? static_cast<int32_t>(source->rowBytes) : 0;
+    const bool hasSource = ScopeSetSource(&params, source);
     params.flags = waveformAlphaFirst;
     if (hasSource && !s.updateSuspended) params.flags |= waveformTrace;
     if (display == scopeYCWFM) params.flags |= waveformYC;
@@ -343,7 +337,6 @@ void DrawWaveformDisplay(ScopeSurface* target, const ScopeRect* rect, const Scop
     params.videoSystem = ScopeVideoSystem(s.videoSystem);
     params.matrix = ScopeMatrix(s.videoSystem);
     params.penSize = 1;
-    params.lineCount = params.sourceHeight > kManyLines ? params.sourceHeight / 2 : 0;
     params.whiteLevel = s.videoWhiteLevel;
     params.blackLevel = s.videoBlackLevel;
     params.setup = s.videoBlackSetupPresent > 0 ? kSetup75 : 0;

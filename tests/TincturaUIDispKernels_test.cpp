@@ -35,6 +35,30 @@ WaveformParams AnyMonitor(Random& random, Surface* target, const ScopeRect* boun
     return p;
 }
 
+/// Full range on PAL in IRE, without a source.
+WaveformParams PlainMonitor(int32_t mode, const ScopeRect* bounds)
+{
+    WaveformParams p = {};
+    p.bounds = bounds;
+    p.flags = waveformTrace | waveformAlphaFirst | waveformIRE;
+    p.mode = mode;
+    p.videoSystem = 2;
+    p.whiteLevel = 255;
+    p.penSize = 1;
+    p.uiSaturation = 0x6666;
+    return p;
+}
+
+void DrawBoth(WaveformParams params, Surface* fast, Surface* readable)
+{
+    ScopeContext context = ScopeDefaultContext();
+    params.target = fast;
+    DrawWaveformMonitor(params, context);
+    context.readable = true;
+    params.target = readable;
+    DrawWaveformMonitor(params, context);
+}
+
 } // namespace
 
 TEST(WaveformLight, IsTheSameAsSingleHitsOnEveryInstructionSet)
@@ -93,11 +117,7 @@ TEST(WaveformTrace, OfTheFastKernelHasTheReadableOnesBytes)
             ASSERT_TRUE(SameSurface(readable, fast))
                 << "trace of round " << round << ", mode " << params.mode << ", flags " << params.flags;
         }
-        ScopeContext context = ScopeDefaultContext();
-        DrawWaveformMonitor(params, context);
-        context.readable = true;
-        params.target = &readable;
-        DrawWaveformMonitor(params, context);
+        DrawBoth(params, &fast, &readable);
         ASSERT_TRUE(SameSurface(readable, fast)) << "round " << round << ", mode " << params.mode;
     }
     EXPECT_GT(drawn, 500);
@@ -147,11 +167,7 @@ TEST(WaveformTrace, OfAPaneHigherThanATileHasTheReadableOnesBytes)
         params.flags |= waveformYC | waveformAlphaFirst;
         params.blackLevel = params.setup = params.lineCount = 0;
         params.whiteLevel = 255;
-        ScopeContext context = ScopeDefaultContext();
-        DrawWaveformMonitor(params, context);
-        context.readable = true;
-        params.target = &readable;
-        DrawWaveformMonitor(params, context);
+        DrawBoth(params, &fast, &readable);
         EXPECT_TRUE(SameSurface(readable, fast)) << height;
     }
 }
@@ -199,25 +215,12 @@ TEST(WaveformTrace, OfTheFastKernelCountsMoreLinesThanACountHolds)
     source.Fill([](int32_t, int32_t y) { return y % 2 != 0 ? Opaque(10, 10, 10) : Opaque(200, 10, 40); });
     const ScopeRect bounds = ScopeBoundsOf(fast);
     for (const int32_t mode : {1, 2, 3, 5}) {
-        WaveformParams params = {};
-        params.target = &fast;
-        params.bounds = &bounds;
+        WaveformParams params = PlainMonitor(mode, &bounds);
         // The same line again and again, more often than there are rows.
         params.sourcePixels = source.pixels;
-        params.sourceRowBytes = 0;
         params.sourceWidth = 3;
         params.sourceHeight = 65536 + 7;
-        params.flags = waveformTrace | waveformAlphaFirst | waveformIRE;
-        params.mode = mode;
-        params.videoSystem = 2;
-        params.whiteLevel = 255;
-        params.penSize = 1;
-        params.uiSaturation = 0x6666;
-        ScopeContext context = ScopeDefaultContext();
-        DrawWaveformMonitor(params, context);
-        context.readable = true;
-        params.target = &readable;
-        DrawWaveformMonitor(params, context);
+        DrawBoth(params, &fast, &readable);
         EXPECT_TRUE(SameSurface(readable, fast)) << mode;
     }
 }
@@ -249,27 +252,15 @@ TEST(WaveformTrace, OfPanelsThatRunIntoEachOtherHasTheReadableOnesBytes)
     source.Fill([](int32_t, int32_t y) { return Opaque(static_cast<uint8_t>(80 * y), 128, 255); });
     const ScopeRect bounds = ScopeBoundsOf(fast);
     for (const int32_t mode : {2, 3, 4, 5, 6}) {
-        WaveformParams params = {};
-        params.target = &fast;
-        params.bounds = &bounds;
+        WaveformParams params = PlainMonitor(mode, &bounds);
         params.sourcePixels = source.pixels;
         params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
         params.sourceWidth = 1;
         params.sourceHeight = 3;
-        params.flags = waveformTrace | waveformAlphaFirst | waveformIRE;
-        params.mode = mode;
-        params.videoSystem = 2;
-        params.whiteLevel = 255;
-        params.penSize = 1;
-        params.uiSaturation = 0x6666;
         WaveformLayout layout;
         ASSERT_TRUE(WaveformLayoutOf(params, 32000, &layout));
         EXPECT_TRUE(mode == 4 || layout.columnCount > layout.panelWidth);
-        ScopeContext context = ScopeDefaultContext();
-        DrawWaveformMonitor(params, context);
-        context.readable = true;
-        params.target = &readable;
-        DrawWaveformMonitor(params, context);
+        DrawBoth(params, &fast, &readable);
         EXPECT_TRUE(SameSurface(readable, fast)) << mode;
     }
 }
