@@ -16,7 +16,8 @@
 
 namespace {
 
-/// Qt ends the process with a signal when there is no display; we say so and end in order.
+/// Qt ends the process with a signal when there is no display; we say so and end in order. One that is named but does
+/// not answer is left to Qt, which tells its name.
 bool HasDisplay()
 {
     return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY") || std::getenv("QT_QPA_PLATFORM");

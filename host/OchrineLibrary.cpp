@@ -39,9 +39,13 @@ ochrine_result ResultOf(BPStatus status)
 {
     switch (status) {
     case bpNoErr: return OCHRINE_OK;
+    case bpFileTooLargeErr:
     case bpDiskFullErr: return OCHRINE_DISK_FULL;
+    case bpNotFolderErr:
     case bpFileNotFoundErr: return OCHRINE_NO_FILE;
+    case bpIsFolderErr:
     case bpParamErr: return OCHRINE_ARGUMENT;
+    case bpReadOnlyErr:
     case bpPermissionErr: return OCHRINE_PERMISSION;
     case bpMemFullErr: return OCHRINE_NO_MEMORY;
     case bpInvalidSettingsErr:

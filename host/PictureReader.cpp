@@ -105,7 +105,7 @@ BPStatus PictureReader::Read(const std::string& path, AVFrame* picture, std::str
     av_frame_unref(picture);
     bytes_.clear();
     if (BPStatus err = BPReadFile(path.c_str(), kFileLimit, &bytes_); err != bpNoErr) {
-        *error = err == bpFileNotFoundErr ? "there is no file " + path : "cannot read " + path;
+        *error = err == bpFileNotFoundErr || err == bpNotFolderErr ? "there is no file " + path : "cannot read " + path;
         return err;
     }
     const AVCodecID kind = KindOf(bytes_.data(), bytes_.size());

@@ -73,8 +73,8 @@ BPStatus OCLoadGradeFile(const char* path, OCSettings* settings, OCGradeKind* ki
     std::vector<uint8_t> bytes;
     *kind = OCGradeKind::settingsFile;
     if (const BPStatus err = BPReadFile(path, kOCSettingsFileLimit, &bytes); err != bpNoErr) {
-        *error =
-            err == bpFileNotFoundErr ? std::string("there is no file ") + path : std::string(path) + " cannot be read";
+        *error = err == bpFileNotFoundErr || err == bpNotFolderErr ? std::string("there is no file ") + path
+                                                                   : std::string(path) + " cannot be read";
         return err;
     }
     return OCLoadGradeBytes(bytes.data(), bytes.size(), path, settings, kind, error);

@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QPainter>
 #include <QTimer>
 
@@ -249,7 +250,10 @@ bool TincturaMainWin::offerKey(const QKeyEvent& event, const QWidget* focusWidge
 {
     const uint32_t modifiers =
         TKModifiersOf(event.modifiers()) | (session_->platform->keyboard.modifierWord() & bpCapsLock);
-    const TKKeyFocus focus = TKFocusOf(focusWidget);
+    TKKeyFocus focus = TKFocusOf(focusWidget);
+    // A list that was clicked has served; the next arrow is meant for the clip.
+    if (focus == tkFocusArrows && focusedByMouse_ && qobject_cast<const QComboBox*>(focusWidget))
+        focus = tkFocusElsewhere;
     if (const uint32_t key = TKVirtualKey(event)) {
         if (TKPickKey(session_, key)) return true;
         // The space bar plays, and must not press as well. Who went to a button by Tab wants to press it; who clicked on
@@ -285,8 +289,14 @@ bool TincturaMainWin::eventFilter(QObject* watched, QEvent* event)
         if (isNew && static_cast<QWidget*>(watched)->window() == this && offerKey(key, focusWidget())) return true;
     }
     if (event->type() == QEvent::KeyRelease) offeredKey_ = nullptr;
-    if (event->type() == QEvent::FocusIn)
-        focusedByMouse_ = static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason;
+    if (event->type() == QEvent::FocusIn) {
+        // A popup that closes and a window that comes back give the focus to who had it; that says nothing.
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason == Qt::MouseFocusReason)
+            focusedByMouse_ = true;
+        else if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason)
+            focusedByMouse_ = false;
+    }
     return QWidget::eventFilter(watched, event);
 }
 

@@ -144,6 +144,7 @@ void UIScopeWindowWin::closeEvent(QCloseEvent*)
 
 bool UIScopeWindowWin::selectByLetter(const QKeyEvent& event)
 {
+    if (session_->controls.openSlider || session_->fullScreenPreview) return false;
     const uint32_t character = TKCharacterOf(event), modifiers = TKModifiersOf(event.modifiers());
     for (const TKShortcutRow& row : TKLeftPaneShortcuts()) {
         const int32_t number = TKScopeWindowNumberOf(row.select[0]);

@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
-/// Reads a whole file of at most maximumBytes. bpFileNotFoundErr, bpPermissionErr, bpParamErr when it is larger or no
-/// regular file, bpMemFullErr. After an error `bytes` is empty.
+/// Reads a whole file of at most maximumBytes. bpFileNotFoundErr, bpNotFolderErr, bpIsFolderErr, bpPermissionErr, the
+/// other errors of streams, bpParamErr when it is larger or no regular file, bpMemFullErr. After an error `bytes` is
+/// empty.
 BPStatus BPReadFile(const char* path, size_t maximumBytes, std::vector<uint8_t>* bytes);
 
 /// Writes a file whole or not at all: a neighbour is written, flushed and moved over the path. An existing file keeps
 /// its mode, a link stays and its target is replaced, a new file gets mode 0644. bpFileNotFoundErr without the folder,
-/// bpPermissionErr, bpDiskFullErr, bpParamErr when the path is no regular file.
+/// bpPermissionErr, bpDiskFullErr, bpIsFolderErr, the other errors of streams, bpParamErr when the path is no regular
+/// file.
 BPStatus BPWriteFile(const char* path, const void* bytes, size_t byteCount);
 
 /// The private folder for sockets and blocks, made when missing: $XDG_RUNTIME_DIR/ochrine, or /tmp/ochrine-UID without

@@ -119,7 +119,7 @@ void ChooseAdjustment(TKSession* session)
 struct ChunkIntake {
     TKFrameShape shape;
     FBFrame band;      // rows that are still missing
-    int32_t remaining; // what the host said with the last chunk
+    int32_t remaining; // what the host said last
     uint32_t chunkCount;
 };
 
@@ -143,8 +143,8 @@ BPStatus TakeChunk(TKSession* session, ChunkIntake* intake)
     return bpNoErr;
 }
 
-/// Waits for the next chunk. bpParamErr when none will come.
-BPStatus AwaitChunk(TKSession* session)
+/// Waits for the next chunk, or for the word that there is none. bpParamErr when neither will come.
+BPStatus AwaitChunk(TKSession* session, ChunkIntake* intake)
 {
     const TKUIComm* block = TKBlockOf(session);
     const uint32_t wanted =
@@ -157,6 +157,12 @@ BPStatus AwaitChunk(TKSession* session)
         const bool alive = TKHostIsAlive(session); // before the look: what it stored before its end still counts
         const uint32_t status = TKReadStatus(block);
         if (status == wanted) return bpNoErr;
+        // Some hosts count the chunk that lies there and clear the count when it was taken. One that counts ahead still
+        // owes rows.
+        if (intake->band.height == 0 && TKReadOnce(block->bytesRemaining) == 0) {
+            intake->remaining = 0;
+            return bpNoErr;
+        }
         if (session->platform->process.endRequested()) return bpParamErr;
         if (status == failed || !alive || TKHostTookItsBlock(session)) break;
     }
@@ -177,10 +183,11 @@ BPStatus TakeChunks(TKSession* session, const TKFrameShape& shape)
     TKSwapCommBlock(session, block);
     BPDebugLog("After swap, bytes remaining = %ld\n", static_cast<long>(TKReadOnce(block->bytesRemaining)));
     while (intake.remaining != 0) {
-        if (BPStatus err = AwaitChunk(session); err != bpNoErr) {
+        if (BPStatus err = AwaitChunk(session, &intake); err != bpNoErr) {
             TKSwapCommBlock(session, block);
             return err;
         }
+        if (intake.remaining == 0) break;
         TKSwapCommBlock(session, block);
         TKSwapPixels(session, block->pixels, std::min<uint64_t>(TKReadOnce(block->chunkBytes), RoomForPixels(session)));
         if (BPStatus err = TakeChunk(session, &intake); err != bpNoErr) return err;

@@ -2,9 +2,12 @@
 // mistake of the program gives.
 #include "tests/UI/UITest.h"
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QFocusEvent>
 #include <QMouseEvent>
 
 namespace {
@@ -168,6 +171,35 @@ TEST_F(UIPaneRules, TheSpaceBarPressesWhatTabLedToAndOtherwisePlays)
     QTest::keyClick(checkbox, Qt::Key_Space);
     EXPECT_NE(checkbox->isChecked(), clicked);
     EXPECT_FALSE(TKIsPlaying(session_));
+}
+
+TEST_F(UIPaneRules, AListThatWasClickedGivesItsKeysToTheClip)
+{
+    host_.serve = [](TKTestHost* host) { host->SendFrames(); };
+    ShowPageOf("limiter");
+    QComboBox* list = nullptr;
+    for (QComboBox* each : windows_->mainWindow()->tools()->findChildren<QComboBox*>())
+        if (each->isVisible() && each->count() > 1 && each->currentIndex() == 0) list = each;
+    ASSERT_NE(list, nullptr);
+    list->setFocus(Qt::MouseFocusReason);
+    // Its own popup has closed, and the window has been away.
+    for (const Qt::FocusReason reason : {Qt::PopupFocusReason, Qt::ActiveWindowFocusReason}) {
+        QFocusEvent event(QEvent::FocusIn, reason);
+        QApplication::sendEvent(list, &event);
+    }
+    const int32_t frame = host_.Block()->frameTime;
+    QTest::keyClick(list, Qt::Key_End);
+    EXPECT_EQ(list->currentIndex(), 0);
+    EXPECT_GT(host_.Block()->frameTime, frame);
+    QTest::keyClick(list, Qt::Key_Space);
+    EXPECT_FALSE(list->view()->isVisible());
+    EXPECT_TRUE(TKIsPlaying(session_));
+    QTest::keyClick(list, Qt::Key_Space);
+    // By Tab it is the list's again.
+    windows_->mainWindow()->setFocus();
+    list->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(list, Qt::Key_End);
+    EXPECT_EQ(list->currentIndex(), list->count() - 1);
 }
 
 TEST_F(UIPaneRules, TheTransportIsToldToAScreenReader)

@@ -67,8 +67,8 @@ TEST_F(BPFilesOnLinux, WhatIsNoFileIsToldAndDoesNotHang)
     EXPECT_EQ(BPReadFile(Path("missing").c_str(), 10, &bytes), bpFileNotFoundErr);
     EXPECT_TRUE(bytes.empty());
     ASSERT_TRUE(WriteWhole(Path("file"), "x"));
-    EXPECT_EQ(BPReadFile(Path("file/inside").c_str(), 10, &bytes), bpFileNotFoundErr);
-    EXPECT_EQ(BPReadFile(folder_.c_str(), 10, &bytes), bpParamErr);
+    EXPECT_EQ(BPReadFile(Path("file/inside").c_str(), 10, &bytes), bpNotFolderErr);
+    EXPECT_EQ(BPReadFile(folder_.c_str(), 10, &bytes), bpIsFolderErr);
     EXPECT_EQ(BPReadFile("/dev/zero", 10, &bytes), bpParamErr);
     ASSERT_EQ(mkfifo(Path("fifo").c_str(), 0600), 0);
     EXPECT_EQ(BPReadFile(Path("fifo").c_str(), 10, &bytes), bpParamErr);
@@ -130,20 +130,20 @@ TEST_F(BPFilesOnLinux, WhereNoFileCanStandNothingIsLeft)
 {
     EXPECT_EQ(Write(Path("missing/file"), "x"), bpFileNotFoundErr);
     ASSERT_EQ(mkdir(Path("folder").c_str(), 0700), 0);
-    EXPECT_EQ(Write(Path("folder"), "x"), bpParamErr);
+    EXPECT_EQ(Write(Path("folder"), "x"), bpIsFolderErr);
     EXPECT_EQ(Write(Path("folder/" + std::string(300, 'n')), "x"), bpParamErr);
     EXPECT_TRUE(NamesIn(Path("folder")).empty());
     EXPECT_EQ(NamesIn(folder_), (std::vector<std::string>{"folder", "runtime"}));
 }
 
-TEST_F(BPFilesOnLinux, FullDiskLeavesTheOldFile)
+TEST_F(BPFilesOnLinux, AFileThatWouldBeTooLargeLeavesTheOldOne)
 {
     ASSERT_TRUE(WriteWhole(Path("file"), "the old one"));
     EXPECT_EQ(RunInChild([this] {
                   signal(SIGXFSZ, SIG_IGN);
                   const rlimit limit = {.rlim_cur = 5000, .rlim_max = 5000};
                   setrlimit(RLIMIT_FSIZE, &limit);
-                  return Write(Path("file"), std::string(100000, 'n')) == bpDiskFullErr ? 0 : 1;
+                  return Write(Path("file"), std::string(100000, 'n')) == bpFileTooLargeErr ? 0 : 1;
               }),
               0);
     EXPECT_EQ(ReadWhole(Path("file")), "the old one");

@@ -69,6 +69,33 @@ TEST_F(TKFrameChunks, AHostThatEndsBetweenChunksFailsTheLoad)
     }
 }
 
+TEST_F(TKFrameChunks, AHostMayCountTheChunkThatLiesThereAndClearTheCountOnceItIsTaken)
+{
+    for (const uint32_t rows : {6u, 3u}) {
+        host_ = {};
+        host_.flags = kTKUIFlagPixelsChunked;
+        host_.chunkRows = rows;
+        host_.serve = [](TKTestHost* host) {
+            if (host->Block()->status == kTKUIStatusChunkConsumed && host->chunkRows == 6)
+                host->Block()->bytesRemaining = 0;
+            else if (host->Block()->status == kTKUIStatusChunkConsumed && host->Block()->bytesRemaining == 36 * 6) {
+                host->Block()->bytesRemaining = 36 * 3;
+                host->Block()->status = kTKUIStatusChunkReady;
+            } else if (host->Block()->status == kTKUIStatusChunkConsumed)
+                host->Block()->bytesRemaining = 0;
+        };
+        AttachOnly();
+        host_.Block()->bytesRemaining = 36 * 6;
+        ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+        EXPECT_EQ(TKLoadFrameFromHost(session_), bpNoErr);
+        EXPECT_EQ(gBPFake.sleeps.size(), rows == 6 ? 1u : 2u);
+        EXPECT_EQ(host_.Block()->status, kTKUIStatusUIRunning);
+        EXPECT_EQ(host_.Block()->pixelFlags & kTKUIFlagPixelsChunked, 0u);
+        TearDown();
+        SetUp();
+    }
+}
+
 TEST_F(TKFrameChunks, AHostThatCannotBeWatchedIsOutwaited)
 {
     host_.flags = kTKUIFlagPixelsChunked;

@@ -122,6 +122,19 @@ class Program(unittest.TestCase):
             stream.write(struct.pack(">II", 2, 0x11223344))
         self.assertEqual(self.report("--target", "cube", "empty.ocpreset")["tools"], [])
 
+    def test_a_preset_and_the_record_it_came_from_give_the_same_table(self):
+        for name in ("0023-limiter-luma", "0027-secondaries-and-limiter-last"):
+            with self.subTest(grade=name):
+                subprocess.run([os.environ["OC_SETTINGS_PROGRAM"], "convert", golden(name), self.path("x.ocpreset")],
+                               check=True, capture_output=True, timeout=60)
+                tables = []
+                for grade in (golden(name), "x.ocpreset"):
+                    report = self.report("--target", "cube", "--points", "9", grade, "look.cube")
+                    self.assertIn("Limiter", [tool["name"] for tool in report["tools"]])
+                    tables.append(cube_rows(self.text("look.cube")))
+                self.assertEqual(tables[0], tables[1])
+        self.assertLess(max(tables[1][-1]), 0.99)  # white is held
+
     # The report -------------------------------------------------------------------------------------------------------
 
     def test_tools_are_named_in_the_order_of_the_pipeline(self):

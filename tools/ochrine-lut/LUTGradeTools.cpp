@@ -4,7 +4,9 @@
 // cannot hold is what lies outside its cube, and what is finer than its grid; the second is measured, not told here.
 #include "tools/ochrine-lut/LUTTool.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -49,10 +51,16 @@ bool RecoveryOn(const OCSettings& grade)
     return grade.levelsOn && grade.inputControls_highlight_recovery != 0;
 }
 
+bool LevelsOn(const OCSettings& grade)
+{
+    const auto isOn = [](const OCLevelsBlock& block) { return block.on != 0; };
+    return grade.levelsOn && std::any_of(std::begin(grade.levels), std::end(grade.levels), isOn);
+}
+
 // In the order in which a pixel meets them.
 constexpr ToolRow kTools[] = {
     {"Input highlight recovery", RecoveryOn, [](OCSettings* grade) { grade->inputControls_highlight_recovery = 0; }},
-    {"Levels", [](const OCSettings& grade) { return grade.levelsOn != 0; },
+    {"Levels", LevelsOn,
      [](OCSettings* grade) {
          for (OCLevelsBlock& block : grade->levels) block.on = 0; // recovery needs the pane itself
      }},

@@ -89,7 +89,7 @@ LUTError ErrorOf(const Baked& baked, LUTInterpolation interpolation, const LUTOp
 LUTExit Run(const LUTOptions& options)
 {
     OCSettings grade = {};
-    OCResetSettings(&grade, kOCResetAll, kOCResetAll, {});
+    OCResetSettings(&grade, kOCResetAll, kOCResetAll, kOCResetDefaults); // no file of a grade holds video levels
     OCGradeKind kind;
     std::string error;
     if (OCLoadGradeFile(options.grade.c_str(), &grade, &kind, &error) != bpNoErr) {

@@ -209,6 +209,8 @@ bool Render::Deliver(RenderWorker* worker, int64_t ordinal, bool hasPicture)
     if (err != bpNoErr) {
         const char* why = err == bpDiskFullErr       ? ": there is no room"
                           : err == bpPermissionErr   ? ": that is not allowed"
+                          : err == bpReadOnlyErr     ? ": nothing can be written there"
+                          : err == bpFileTooLargeErr ? ": it would be too large"
                           : err == bpFileNotFoundErr ? ": its folder is gone"
                                                      : "";
         Fail(renderNoOutput, ordinal, "cannot write " + path + why);

@@ -5,8 +5,10 @@
 #include "src/OCVersion.h"
 #include "src/TincturaFileIO.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 namespace {
 
@@ -39,6 +41,11 @@ bool HSLMasterIsMore(const OCHSLBlock& m)
     return m.hue != 0 || m.vibrance != 0 || m.brightness != 0 || m.contrast != 0 || m.contrastCenter != 0.5f;
 }
 
+template <class Blocks> bool AnyOn(const Blocks& blocks)
+{
+    return std::any_of(std::begin(blocks), std::end(blocks), [](const auto& block) { return block.on != 0; });
+}
+
 /// Says which tools of a grade act on its picture but have no place in a list.
 void TellWhatAListLeavesOut(const OCSettings& s)
 {
@@ -53,10 +60,10 @@ void TellWhatAListLeavesOut(const OCSettings& s)
         {s.rgbOn && AnyRangeOn(s.rgb), "the RGB ranges"},
         {s.cmyOn && (s.cmy.master.on || AnyRangeOn(s.cmy)), "CMY"},
         {s.ycbcrOn && (s.ycbcr.master.on || AnyRangeOn(s.ycbcr)), "YCbCr"},
-        {s.levelsOn != 0, "the levels"},
+        {s.levelsOn && (AnyOn(s.levels) || s.inputControls_highlight_recovery != 0), "the levels"},
         {s.curvesOn && s.rgbCurvesOn, "the RGB curves"},
         {s.curvesOn && s.hslCurvesOn, "the HSL curves"},
-        {s.secondaryOn && s.secondaryInUse, "the secondaries"},
+        {s.secondaryOn && s.secondaryInUse && AnyOn(s.secondary), "the secondaries"},
         {s.limiter_enable != 0, "the limiter"},
     };
     for (const auto& row : tools)

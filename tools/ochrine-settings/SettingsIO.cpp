@@ -54,7 +54,8 @@ bool ReadGrade(const std::string& path, const ToolOptions& options, ToolGrade* g
 {
     const BPStatus err = BPReadFile(path.c_str(), kOCSettingsFileLimit, &grade->bytes);
     if (err != bpNoErr) {
-        Say("", err == bpFileNotFoundErr ? "there is no file " + path : path + " cannot be read");
+        Say("",
+            err == bpFileNotFoundErr || err == bpNotFolderErr ? "there is no file " + path : path + " cannot be read");
         return false;
     }
     OCResetSettings(&grade->settings, kOCResetAll, kOCResetAll, kOCResetDefaults);

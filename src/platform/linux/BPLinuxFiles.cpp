@@ -49,12 +49,34 @@ const char* ReasonAgainst(int folder)
     return nullptr;
 }
 
+/// What a stream's error comes to. What stands in no row is a wrong parameter.
+BPStatus StreamStatusOf(int number)
+{
+    switch (number) {
+    case ENOENT: return bpFileNotFoundErr;
+    case EIO: return bpIOErr;
+    case ENOMEM: return bpMemFullErr;
+    case EACCES: return bpPermissionErr;
+    case EBUSY: return bpFileBusyErr;
+    case EEXIST: return bpFileExistsErr;
+    case ENODEV: return bpNoDeviceErr;
+    case ENOTDIR: return bpNotFolderErr;
+    case EISDIR: return bpIsFolderErr;
+    case EINVAL: return bpBadFileErr;
+    case ENFILE: return bpTooManyFilesErr;
+    case EFBIG: return bpFileTooLargeErr;
+    case ENOSPC: return bpDiskFullErr;
+    case EROFS: return bpReadOnlyErr;
+    default: return bpParamErr;
+    }
+}
+
 BPStatus WriteAll(int file, const uint8_t* bytes, size_t byteCount)
 {
     while (byteCount > 0) {
         const ssize_t written = write(file, bytes, byteCount);
         if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return BPStatusFromErrno(errno);
+        if (written < 0) return StreamStatusOf(errno);
         bytes += written;
         byteCount -= static_cast<size_t>(written);
     }
@@ -80,7 +102,7 @@ BPStatus ReadAll(int file, size_t expectedBytes, size_t maximumBytes, std::vecto
     for (;;) {
         const ssize_t got = read(file, chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return BPStatusFromErrno(errno);
+        if (got < 0) return StreamStatusOf(errno);
         if (got == 0) return bpNoErr;
         const size_t count = static_cast<size_t>(got);
         if (count > maximumBytes - bytes->size()) return bpParamErr;
@@ -250,11 +272,13 @@ BPStatus BPReadFile(const char* path, size_t maximumBytes, std::vector<uint8_t>*
 {
     bytes->clear();
     const int file = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); // a pipe must not keep us waiting
-    if (file < 0) return BPStatusFromErrno(errno);
+    if (file < 0) return StreamStatusOf(errno);
 
     BPStatus status = bpNoErr;
     struct stat info = {};
-    if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (fstat(file, &info) == 0 && S_ISDIR(info.st_mode)) {
+        status = bpIsFolderErr;
+    } else if (!S_ISREG(info.st_mode)) {
         status = bpParamErr;
     } else if (info.st_size < 0 || static_cast<uint64_t>(info.st_size) > maximumBytes) {
         status = bpParamErr;
@@ -277,18 +301,21 @@ BPStatus BPWriteFile(const char* path, const void* bytes, size_t byteCount)
     mode_t mode = 0644;
     struct stat info = {};
     if (stat(target.c_str(), &info) == 0) {
+        if (S_ISDIR(info.st_mode)) return bpIsFolderErr;
         if (!S_ISREG(info.st_mode)) return bpParamErr;
-        mode = info.st_mode & 07777;
+        mode = info.st_mode & 0777;
     }
 
     std::string neighbour = folder + "/.ochrine-XXXXXX";
     const int file = mkostemp(neighbour.data(), O_CLOEXEC);
-    if (file < 0) return BPStatusFromErrno(errno);
+    if (file < 0) return StreamStatusOf(errno);
     BPStatus status = WriteAll(file, static_cast<const uint8_t*>(bytes), byteCount);
-    if (status == bpNoErr && fchmod(file, mode) != 0) status = BPStatusFromErrno(errno);
-    if (status == bpNoErr && fsync(file) != 0) status = BPStatusFromErrno(errno);
-    if (close(file) != 0 && status == bpNoErr) status = BPStatusFromErrno(errno);
-    if (status == bpNoErr && rename(neighbour.c_str(), target.c_str()) != 0) status = BPStatusFromErrno(errno);
+    // Some file systems know no modes; the contents are worth more.
+    if (status == bpNoErr && fchmod(file, mode) != 0 && errno != EPERM && errno != EOPNOTSUPP)
+        status = StreamStatusOf(errno);
+    if (status == bpNoErr && fsync(file) != 0) status = StreamStatusOf(errno);
+    if (close(file) != 0 && status == bpNoErr) status = StreamStatusOf(errno);
+    if (status == bpNoErr && rename(neighbour.c_str(), target.c_str()) != 0) status = StreamStatusOf(errno);
     if (status != bpNoErr) {
         unlink(neighbour.c_str());
         return status;
