@@ -222,6 +222,7 @@ class Layout {
     {
         const bool isLevels = page_.rows[static_cast<size_t>(wide_)].kind == tkRowLevels;
         const int most = isLevels ? kTKWideLevelsWidth : NeedsOf(tkRowLumaRange, 0).mostWidth;
+        if (StandsBeside() && Room() < kTKWideLevelsWidth) return kLevelsWideFrom; // one group below the other
         const int room = StandsBeside() ? Room() - kBesideGap - kTKLeastControlWidth : Room();
         return std::clamp(room, kTKLeastControlWidth, most);
     }
