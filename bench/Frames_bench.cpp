@@ -9,6 +9,7 @@
 #include "tests/support/TKTestSession.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -132,8 +133,11 @@ int main(int argc, char** argv)
         if (TKCreateSession(&platform, &ui, &session) != bpNoErr) return 1;
         windows.setSession(session);
         if (TKStartUp(session) != tkStartRun) return 1;
+        // A window manager may be late or missing; the figures are those of a window as large as the screen.
+        TincturaMainWin* window = windows.mainWindow();
+        window->showNormal();
+        window->setGeometry(window->screen()->availableGeometry());
         for (int i = 0; i < 50; ++i) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        const TincturaMainWin* window = windows.mainWindow();
         std::printf("Window %d x %d, picture 1920 x 1080, %u workers\n\n", window->width(), window->height(),
                     session->taskCount);
         std::printf("| grade | what | clock, ms | processor, ms |\n|---|---|---:|---:|\n");
