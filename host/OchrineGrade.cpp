@@ -97,7 +97,7 @@ ochrine_result ochrine_grade_load(ochrine_grade* grade, const char* path)
     if (!grade || !path) return OCHRINE_ARGUMENT;
     std::vector<uint8_t> bytes;
     BPStatus err = BPReadFile(path, kOCSettingsFileLimit, &bytes);
-    if (err == bpParamErr) err = bpInvalidSettingsErr; // no file, or far too large to be a grade
+    if (err == bpParamErr || err == bpIsFolderErr) err = bpInvalidSettingsErr; // no file, or far too large
     if (err == bpNoErr) err = TakeGrade(bytes.data(), bytes.size(), &grade->settings);
     return ResultOf(err);
 }

@@ -316,7 +316,7 @@ TEST(ASCCDL, TwoSavesInOneRunCountFromZero)
     };
     EXPECT_NE(saved().find("cdl:cc00000000\""), std::string::npos);
     LogCatch log; // a file that cannot be made ends the save silently, and does not count
-    EXPECT_EQ(ASCCDL_SaveCDLFile(Neutral(), (path + "/no/x.cdl").c_str(), {.date = "d"}), bpFileNotFoundErr);
+    EXPECT_EQ(ASCCDL_SaveCDLFile(Neutral(), (path + ".no/x.cdl").c_str(), {.date = "d"}), bpFileNotFoundErr);
     EXPECT_EQ(log.Text(), "");
     EXPECT_NE(saved().find("cdl:cc00000001\""), std::string::npos);
 

@@ -81,7 +81,8 @@ class Tools(harness.Session):
         self.show("pane_levels")
         handle = hand.wait_for("levels_master_levels.inblack")
         start = (handle.x + handle.width // 2, handle.y + handle.height // 2)
-        hand.drag(start, (start[0] + 64, start[1]))
+        scale = hand.wait_for("levels_master_levels.inwhite").x - handle.x
+        hand.drag(start, (start[0] + scale // 4, start[1]))
         self.show("pane_lumarange")
         handle = hand.wait_for("lumarange_editor.shadows")
         start = (handle.x + handle.width // 2, handle.y + handle.height // 2)

@@ -189,6 +189,7 @@ TEST_F(TKHueWheelImageTest, WithoutMemoryThereIsNoImage)
     BPFailAllocation(0);
     EXPECT_EQ(wheel.wheelImage.pixels, nullptr);
     EXPECT_EQ(TKPrepareHueWheelImage(session_, &wheel, 1), bpNoErr);
+    TKDisposeHueOffset(&wheel);
 }
 
 } // namespace

@@ -291,11 +291,14 @@ class Program(unittest.TestCase):
         self.assertEqual(self.grade(path, "--clean")["parameters"]["rgb_master_g_gain"], 2)
 
     def test_what_a_list_cannot_hold_is_told(self):
-        path = self.file("a.ocpreset", settings_file(
-            (20, words(1)), (16, words(1)), (30, (words(1) + floats(*[1, 1, 0] * 4)) * 4), (24, words(1))))
-        told = self.run_tool("convert", path, "a.cdl").stderr
+        chunks = ((20, words(1)), (16, words(1)), (30, (words(1) + floats(*[1, 1, 0] * 4)) * 4), (24, words(1)))
+        levels = (6, (words(0, 1) + floats(0, 0.25, 1, 0, 0.5, 1)) * 5)
+        told = self.run_tool("convert", self.file("a.ocpreset", settings_file(*chunks, levels)), "a.cdl").stderr
         for tool in ("the levels", "the RGB ranges", "the limiter"):
             self.assertIn("warning: the list leaves out " + tool + "\n", told)
+        # A pane that is on without a block that is does nothing.
+        without = self.run_tool("convert", self.file("b.ocpreset", settings_file(*chunks)), "b.cdl").stderr
+        self.assertEqual(without, told.replace("ochrine-settings: warning: the list leaves out the levels\n", ""))
         for tool in ("CMY", "curves", "hue offsets", "switched off"):
             self.assertNotIn(tool, told)
         off = self.file("b.ocpreset", settings_file((30, (words(0) + floats(2, 1, 0, *[1, 1, 0] * 3)) * 4)))
