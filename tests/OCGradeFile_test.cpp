@@ -107,7 +107,7 @@ TEST(GradeFile, AFileIsReadFromItsPath)
     std::string error;
     EXPECT_EQ(OCLoadGradeFile(path.c_str(), &settings, &kind, &error), bpFileNotFoundErr);
     EXPECT_EQ(error, "there is no file " + path);
-    EXPECT_EQ(OCLoadGradeFile("/", &settings, &kind, &error), bpParamErr);
+    EXPECT_EQ(OCLoadGradeFile("/", &settings, &kind, &error), bpIsFolderErr);
     EXPECT_EQ(error, "/ cannot be read");
     settings.primaryOn = 7;
     ASSERT_EQ(SaveSettingsFile(path.c_str(), settings), bpNoErr);
