@@ -44,6 +44,6 @@ class UICurveWin : public UIDragWin {
     CurveVars* vars_;
     ScopeSurface surface_ = {};
     uint32_t shownCursor_ = 0;
-    UIBoundView view_; ///< the readouts follow the format of colours
+    UIBoundView view_;  ///< the readouts follow the format of colours
     QString announced_; ///< the value as it was told last
 };
