@@ -4,6 +4,8 @@
 #include "src/platform/BPLog.h"
 #include "src/platform/BPMemory.h"
 
+#include <atomic>
+
 namespace {
 
 constexpr uint32_t kFewRows = 8; // below this a frame is not worth a worker
@@ -96,6 +98,21 @@ template <class Fill> void RunAll(uint32_t taskCount, MPTask* tasks, MPCommand c
     for (uint32_t i = 0; i < taskCount; ++i) BPWaitEvent(&tasks[i].doneEvent);
 }
 
+/// Work of which each thread takes the next share when it is free: one that wakes late finds less to do.
+struct Shares {
+    void (*each)(void* context, uint32_t index);
+    void* context;
+    uint32_t count;
+    std::atomic<uint32_t> next;
+};
+
+void TakeShares(void* context, uint32_t)
+{
+    auto& shares = *static_cast<Shares*>(context);
+    for (uint32_t i; (i = shares.next.fetch_add(1, std::memory_order_relaxed)) < shares.count;)
+        shares.each(shares.context, i);
+}
+
 } // namespace
 
 uint32_t MPGetProcessorCount()
@@ -154,17 +171,28 @@ void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks)
     RunAll(taskCount, tasks, mpDiagnostic, [=](MPTask* task, uint32_t) { task->argument = argument; });
 }
 
-void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks)
+void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks,
+               const MPErrand& errand)
 {
     if (!tasks || taskCount < 2) {
+        if (errand.run) errand.run(errand.context);
         for (uint32_t i = 0; i < taskCount; ++i) each(context, i);
         return;
     }
-    RunAll(taskCount, tasks, mpMedia, [=](MPTask* task, uint32_t) {
-        task->each = each;
-        task->eachContext = context;
-    });
-    for (uint32_t i = 0; i < taskCount; ++i) tasks[i].each = nullptr;
+    Shares shares = {.each = each, .context = context, .count = taskCount, .next = 0};
+    for (uint32_t i = 0; i + 1 < taskCount; ++i) {
+        tasks[i].taskIndex = i;
+        tasks[i].each = TakeShares;
+        tasks[i].eachContext = &shares;
+        tasks[i].command = mpMedia;
+        BPSignalEvent(&tasks[i].startEvent);
+    }
+    if (errand.run) errand.run(errand.context);
+    TakeShares(&shares, 0);
+    for (uint32_t i = 0; i + 1 < taskCount; ++i) {
+        BPWaitEvent(&tasks[i].doneEvent);
+        tasks[i].each = nullptr;
+    }
 }
 
 void ProcessImage(const OCEngine* engine, const FBFrame* source, const FBFrame* destination, const OCSettings* settings,

@@ -1,7 +1,7 @@
 // The worker pool: one thread a processor, one slot a thread, no queue.
 //
-// The main thread fills each slot, signals it and waits for all; it works on nothing in the meantime. The events give
-// the only ordering. What the workers read (tables, parameters) therefore stays still while they run, by construction.
+// The main thread fills each slot, signals it and waits for all; but for MPRunEach it works on nothing in the meantime.
+// The events give the only ordering. What the workers read (tables, parameters) therefore stays still while they run, by construction.
 #pragma once
 
 #include "src/FBTransfer.h"
@@ -61,9 +61,23 @@ void MPDisposeTasks(uint32_t count, MPTask** tasks);
 /// Hands `argument` to every worker, which logs it.
 void MPDiagnose(uint32_t argument, uint32_t taskCount, MPTask* tasks);
 
-/// Runs `each(context, index)` for every index below taskCount, each on a worker of its own; without workers (tasks
-/// null) one after the other on the calling thread.   Thread: main.
-void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks);
+/// Something that the calling thread does itself.
+struct MPErrand {
+    void (*run)(void* context); ///< null: nothing
+    void* context;
+};
+/// The errand of a function object, which must outlive it.
+template <class Run> MPErrand MPErrandOf(Run& run)
+{
+    return {.run = [](void* context) { (*static_cast<Run*>(context))(); },
+            .context = const_cast<void*>(static_cast<const void*>(&run))};
+}
+
+/// Runs `each(context, index)` once for every index below taskCount. Workers and the calling thread, which runs its
+/// errand first, take the next index when they are free; without workers (tasks null) all run on the calling thread, in
+/// order.   Thread: main.
+void MPRunEach(void (*each)(void* context, uint32_t index), void* context, uint32_t taskCount, MPTask* tasks,
+               const MPErrand& errand = {});
 
 // The dispatchers: the operation's own arguments, then the pool. A frame of at most taskCount rows, or below 8, runs on
 // the calling thread. Thread: main.

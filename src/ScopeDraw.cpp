@@ -44,6 +44,13 @@ void Fill(const ScopePort& port, const ScopeRect& limits, int32_t top, int32_t l
     const auto rowAt = [&](int32_t row) {
         return port.surface->pixels + static_cast<size_t>(row) * port.surface->rowBytes + static_cast<size_t>(left) * 4;
     };
+    constexpr int32_t kNarrow = 8; // less is not worth calls
+    if (right - left < kNarrow) {
+        for (int32_t row = top; row < bottom; ++row)
+            for (int32_t i = 0; i < right - left; ++i)
+                std::memcpy(rowAt(row) + static_cast<size_t>(i) * 4, &word, sizeof word);
+        return;
+    }
     uint8_t* pixel = rowAt(top);
     for (int32_t column = left; column < right; ++column, pixel += 4) std::memcpy(pixel, &word, sizeof word);
     for (int32_t row = top + 1; row < bottom; ++row)
@@ -171,6 +178,30 @@ void ScopeLineTo(ScopePort* port, int32_t x, int32_t y)
              std::max(x, fromX) + port->penSize);
     else
         Slope(*port, limits, fromX, fromY, x, y);
+}
+
+void ScopeDrawBars(ScopePort* port, int32_t left, int32_t bottom, const int32_t* tops, int32_t count)
+{
+    if (port->witness)
+        for (int32_t i = 0; i < count; ++i)
+            if (tops[i] <= bottom) Tell(*port, MarkOf(*port, scopeMarkLine, left + i, bottom, left + i, tops[i]));
+    const ScopeRect limits = Limits(*port);
+    const int32_t first = std::max(0, limits.left - left), end = std::min(count, limits.right - left);
+    if (first >= end) return;
+    const uint32_t word = ScopeWordOf(port->color);
+    const int32_t top = std::max<int32_t>(*std::min_element(tops + first, tops + end), limits.top);
+    const int32_t last = std::min<int32_t>(bottom, limits.bottom - 1);
+    // Row by row: pixels of a column lie too far apart for a cache.
+    for (int32_t row = top; row <= last; ++row) {
+        uint8_t* pixel = port->surface->pixels + static_cast<size_t>(row) * port->surface->rowBytes +
+                         static_cast<size_t>(left + first) * 4;
+        for (int32_t i = first; i < end; ++i, pixel += 4) {
+            uint32_t have;
+            std::memcpy(&have, pixel, sizeof have);
+            have = tops[i] <= row ? word : have;
+            std::memcpy(pixel, &have, sizeof have);
+        }
+    }
 }
 
 void ScopePaintRect(ScopePort* port, const ScopeRect& rect)

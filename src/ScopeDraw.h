@@ -104,6 +104,9 @@ ScopePort ScopePortOn(ScopeSurface* surface, const ScopeLetters* letters);
 void ScopeMoveTo(ScopePort* port, int32_t x, int32_t y);
 /// Draws from the pen to (x, y), both ends included, and moves the pen there.
 void ScopeLineTo(ScopePort* port, int32_t x, int32_t y);
+/// Stands `count` bars of a pixel's width side by side, the pixels that a line each would have: bar i in column left + i,
+/// from the row tops[i] down to `bottom`; none where the top is below. A witness sees lines.
+void ScopeDrawBars(ScopePort* port, int32_t left, int32_t bottom, const int32_t* tops, int32_t count);
 /// Fills with the port's colour.
 void ScopePaintRect(ScopePort* port, const ScopeRect& rect);
 /// Outlines inside the rectangle's own pixels.

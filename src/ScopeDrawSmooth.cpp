@@ -26,11 +26,10 @@ struct Segment {
     double x0, y0, x1, y1;
 };
 
-double DistanceSquared(const Segment& s, double x, double y)
+double DistanceSquared(const Segment& s, double x, double y, double perLength)
 {
     const double dx = s.x1 - s.x0, dy = s.y1 - s.y0;
-    const double length = dx * dx + dy * dy;
-    const double along = length > 0 ? std::clamp(((x - s.x0) * dx + (y - s.y0) * dy) / length, 0.0, 1.0) : 0.0;
+    const double along = std::clamp(((x - s.x0) * dx + (y - s.y0) * dy) * perLength, 0.0, 1.0);
     const double offX = x - (s.x0 + along * dx), offY = y - (s.y0 + along * dy);
     return offX * offX + offY * offY;
 }
@@ -41,6 +40,8 @@ void Cover(const ScopePort& port, const ScopeRect& limits, const ScopeColorRamp&
     const bool steep = std::fabs(s.y1 - s.y0) > std::fabs(s.x1 - s.x0);
     const double a0 = steep ? s.y0 : s.x0, a1 = steep ? s.y1 : s.x1;
     const double b0 = steep ? s.x0 : s.y0, b1 = steep ? s.x1 : s.y1;
+    const double length = (s.x1 - s.x0) * (s.x1 - s.x0) + (s.y1 - s.y0) * (s.y1 - s.y0);
+    const double perLength = length > 0 ? 1 / length : 0.0;
     const double slope = a1 != a0 ? (b1 - b0) / (a1 - a0) : 0.0;
     const double low = std::min(a0, a1), high = std::max(a0, a1);
     const int32_t mostA = (steep ? limits.bottom : limits.right) - 1, leastA = steep ? limits.top : limits.left;
@@ -53,7 +54,7 @@ void Cover(const ScopePort& port, const ScopeRect& limits, const ScopeColorRamp&
         const int32_t lastB = std::min(mostB, static_cast<int32_t>(std::ceil(middle)) + 1);
         for (int32_t b = firstB; b <= lastB; ++b) {
             const int32_t x = steep ? b : a, y = steep ? a : b;
-            const double distance = DistanceSquared(s, x, y);
+            const double distance = DistanceSquared(s, x, y, perLength);
             if (distance >= 1.0) continue;
             const auto entry = static_cast<size_t>(std::sqrt(distance) * 255.0 + 0.5);
             Lighten(port.surface->pixels + static_cast<size_t>(y) * port.surface->rowBytes + static_cast<size_t>(x) * 4,

@@ -17,6 +17,7 @@ constexpr double kPadOfHeight = 0.03;
 constexpr int32_t kLabelFrom = 45; // rows higher than this have labels
 constexpr uint32_t kManyColumns = 720, kManyLines = 576;
 constexpr uint64_t kLeastFull = 50;
+constexpr uint32_t kMostBins = 1024;
 
 constexpr const char* kRowNames[4] = {"Luma", "Red", "Green", "Blue"};
 
@@ -248,13 +249,14 @@ void DrawHistogramRow(ScopePort* port, const ScopeRect& row, const ScopeRect& pa
                       uint32_t binCount, double scale, bool showStats, ScopeColor textColor)
 {
     const int32_t floorRow = row.bottom - 2, ceilingRow = row.top + 1;
+    const int32_t bottom = std::max(floorRow, ceilingRow); // a row without room hangs its bars
+    int32_t tops[kMostBins];
+    binCount = std::min(binCount, kMostBins);
     for (uint32_t i = 0; i < binCount; ++i) {
-        if (bins[i] == 0) continue;
-        const int32_t x = row.left + 1 + static_cast<int32_t>(i);
-        const double height = std::min(bins[i] * scale, 65536.0);
-        ScopeMoveTo(port, x, floorRow);
-        ScopeLineTo(port, x, std::max(floorRow - static_cast<int32_t>(height), ceilingRow));
+        const auto height = static_cast<int32_t>(std::clamp(bins[i] * scale, 0.0, 65536.0));
+        tops[i] = bins[i] == 0 ? bottom + 1 : std::clamp(ceilingRow, floorRow - height, floorRow);
     }
+    ScopeDrawBars(port, row.left + 1, bottom, tops, static_cast<int32_t>(binCount));
     if (!showStats) return;
     const HistogramStatistics stats = HistogramStatisticsOf(bins, binCount);
     if (stats.total == 0) return;

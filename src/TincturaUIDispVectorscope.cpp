@@ -90,15 +90,16 @@ void DrawVectorscope(const VectorscopeParams& params, const ScopeContext& contex
     port.witness = context.witness;
     port.clip = ScopeIntersection(port.clip, b);
     if (context.clip) port.clip = ScopeIntersection(port.clip, *context.clip);
-    DrawVectorscopeGraticule(&port, params, scale, b.left, b.top);
+    const auto drawGraticule = [&] { DrawVectorscopeGraticule(&port, params, scale, b.left, b.top); };
     VectorscopeTrace trace;
-    if (!VectorscopeTraceOf(params, port.clip, &trace)) return;
-    if (context.readable) {
-        DrawVectorscopeTraceScalar(trace);
+    const bool hasTrace = VectorscopeTraceOf(params, port.clip, &trace);
+    if (!hasTrace || context.readable) {
+        drawGraticule();
+        if (hasTrace) DrawVectorscopeTraceScalar(trace);
         return;
     }
     const int64_t samples = ScopeLineCount(trace.lines) * (trace.sourceWidth / trace.columnStep);
-    DrawVectorscopeTrace(trace, ScopeTasksFor(samples, context.taskCount), context.tasks);
+    DrawVectorscopeTrace(trace, ScopeTasksFor(samples, context.taskCount), context.tasks, MPErrandOf(drawGraticule));
 }
 
 void DrawVectorscopeDisplay(ScopeSurface* target, const ScopeRect* rect, const ScopeSurface* source,

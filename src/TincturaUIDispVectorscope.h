@@ -47,8 +47,9 @@ struct VectorscopeTrace {
 bool VectorscopeTraceOf(const VectorscopeParams& params, const ScopeRect& clip, VectorscopeTrace* trace);
 
 void DrawVectorscopeTraceScalar(const VectorscopeTrace& trace);
-/// The same bytes, faster; the lines are shared by the tasks (null: none).   Thread: main.
-void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPTask* tasks);
+/// The same bytes, faster; the lines are shared by the tasks (null: none). `first` is what has to be drawn before; it
+/// runs on the calling thread while workers count hits already.   Thread: main.
+void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPTask* tasks, const MPErrand& first = {});
 
 /// The rung that replaces a pixel with this blue byte when it is hit.
 int32_t VectorscopeRung(uint8_t blue);

@@ -218,7 +218,7 @@ void ClimbTask(void* context, uint32_t index)
 
 } // namespace
 
-void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPTask* tasks)
+void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPTask* tasks, const MPErrand& first)
 {
     const VectorscopeTrace t = trace; // a copy of our own: no store to the target changes it
     auto* work = static_cast<Work*>(BPAllocate(sizeof(Work)));
@@ -243,9 +243,10 @@ void DrawVectorscopeTrace(const VectorscopeTrace& trace, uint32_t taskCount, MPT
         FillPlaces(work);
     }
     if (counts && FillClimbs(work)) {
-        MPRunEach(CountTask, work, count, tasks);
+        MPRunEach(CountTask, work, count, tasks, first); // hits are counted beside the target
         MPRunEach(ClimbTask, work, count, tasks);
     } else {
+        if (first.run) first.run(first.context);
         DrawVectorscopeTraceScalar(t);
     }
     BPFree(counts);

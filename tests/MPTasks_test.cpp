@@ -4,9 +4,11 @@
 #include "src/platform/BPMemory.h"
 #include "tests/CoreTest.h"
 
+#include <atomic>
 #include <cstring>
 #include <set>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -300,6 +302,32 @@ TEST(MPTasks, AFunctionRunsOnceForEachTaskAndIsForgotten)
     Seen seen;
     MPRunEach(count, &seen, 3, nullptr);
     EXPECT_EQ(seen.runs[0] + seen.runs[1] + seen.runs[2], 3u);
+}
+
+TEST(MPTasks, TheCallerRunsItsErrandOnceBesideTheWorkers)
+{
+    struct Seen {
+        std::atomic<uint32_t> runs{0};
+    };
+    const auto run = [](void* context, uint32_t) { ++static_cast<Seen*>(context)->runs; };
+    for (uint32_t tasks = 1; tasks <= 4; ++tasks) {
+        Pool pool(tasks);
+        Seen seen;
+        const std::thread::id caller = std::this_thread::get_id();
+        uint32_t errands = 0;
+        auto errand = [&] {
+            ++errands;
+            EXPECT_EQ(std::this_thread::get_id(), caller);
+            // With workers the parts need nobody else; without them nothing has begun.
+            if (!pool.tasks) {
+                EXPECT_EQ(seen.runs, 0u);
+            }
+            while (pool.tasks && seen.runs < pool.count) std::this_thread::yield();
+        };
+        MPRunEach(run, &seen, pool.count, pool.tasks, MPErrandOf(errand));
+        EXPECT_EQ(errands, 1u);
+        EXPECT_EQ(seen.runs, pool.count);
+    }
 }
 
 TEST(MPTasks, CommandsWithoutWorkAreAnsweredAndUnknownOnesEndTheThread)

@@ -53,6 +53,33 @@ TEST(ScopeLines, IncludeBothEnds)
     }
 }
 
+TEST(ScopeLines, SideBySideAreBars)
+{
+    Random numbers(5);
+    const auto random = [&](int32_t low, int32_t high) { return Within(numbers, low, high); };
+    for (int round = 0; round < 300; ++round) {
+        Surface lines(40, 30), bars(40, 30);
+        ScopePort port = White(&lines), other = White(&bars);
+        port.clip = other.clip = ScopeRectOf(random(0, 9), random(0, 9), random(15, 30), random(15, 40));
+        const int32_t left = random(-30, 45), bottom = random(-5, 35), count = random(0, 60);
+        std::vector<int32_t> tops;
+        int32_t seen = 0;
+        for (int32_t i = 0; i < count; ++i) {
+            tops.push_back(random(-8, bottom + 1));
+            if (tops.back() > bottom) continue;
+            ScopeMoveTo(&port, left + i, bottom);
+            ScopeLineTo(&port, left + i, tops.back());
+            ++seen;
+        }
+        ScopeDrawBars(&other, left, bottom, tops.data(), count);
+        ASSERT_TRUE(SameSurface(lines, bars)) << round;
+        Recorder recorder;
+        other.witness = &recorder.witness;
+        ScopeDrawBars(&other, left, bottom, tops.data(), count);
+        ASSERT_EQ(static_cast<int32_t>(recorder.Of(scopeMarkLine).size()), seen) << round;
+    }
+}
+
 TEST(ScopeLines, HangTheirPenBelowAndToTheRight)
 {
     Surface surface(12, 12);
