@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -71,11 +72,10 @@ bool IsWaveform(int32_t display)
 }
 
 /// Marks from the two drawings.
-int32_t MarksOf(const Pair& pair, const ScopeRect& area, int32_t display, double across, ScopeProbeMark* marks,
-                int32_t limit)
+int32_t MarksOf(const Pair& pair, const ScopeRect& area, int32_t display, double across, ScopeProbeMark* marks)
 {
     Blob blobs[kScopeProbeMarkLimit];
-    const int32_t count = FindBlobs(pair, area, blobs, std::min(limit, kScopeProbeMarkLimit));
+    const int32_t count = FindBlobs(pair, area, blobs, kScopeProbeMarkLimit);
     for (int32_t i = 0; i < count; ++i) {
         const double place = IsWaveform(display) ? across : 0.5;
         marks[i].x = blobs[i].left + static_cast<int32_t>(std::lround(place * (blobs[i].right - blobs[i].left)));
@@ -85,6 +85,51 @@ int32_t MarksOf(const Pair& pair, const ScopeRect& area, int32_t display, double
     return count;
 }
 
+/// The grey that stands nearest to the pixel's luma. A grey has no envelope, which is not the pixel's place.
+ScopeProbe GreyOf(const ScopeProbe& probe, const uint8_t* luma)
+{
+    const auto lumaOf = [=](uint32_t red, uint32_t green, uint32_t blue) {
+        return int32_t{luma[red]} + luma[256 + green] + luma[512 + blue];
+    };
+    const int32_t wanted = lumaOf(probe.red, probe.green, probe.blue);
+    uint32_t nearest = 0;
+    for (uint32_t grey = 1; grey < 256; ++grey) // the table's three roundings: a grey's luma may not be its own level
+        if (std::abs(lumaOf(grey, grey, grey) - wanted) < std::abs(lumaOf(nearest, nearest, nearest) - wanted))
+            nearest = grey;
+    ScopeProbe grey = probe;
+    grey.red = grey.green = grey.blue = static_cast<uint8_t>(nearest);
+    return grey;
+}
+
+/// Nothing is drawn: a row holds the triangle of the row above it too, and a spike's height tells nothing of the pixel.
+int32_t FindInHistograms(const ScopeRect& rect, const ScopeProbe& probe, const ScopeContext& context,
+                         ScopeProbeMark* marks)
+{
+    const HistogramLayout layout = HistogramLayoutOf(rect, true, context);
+    const uint8_t* luma = GetCurrentLumaTable(); // as the display's own counting takes it
+    const uint32_t level[4] = {uint32_t{luma[probe.red]} + luma[256 + probe.green] + luma[512 + probe.blue], probe.red,
+                               probe.green, probe.blue};
+    int32_t count = 0;
+    for (int i = 0; i < 4; ++i) {
+        const ScopeRect& row = layout.row[i];
+        const auto bin = static_cast<int32_t>(level[i] * layout.binCount / 256);
+        const ScopeProbeMark mark = {.x = row.left + 1 + bin, .y = (row.top + row.bottom - 1) / 2};
+        const bool isInside = mark.x >= rect.left && mark.x < rect.right && mark.y >= rect.top && mark.y < rect.bottom;
+        if (isInside && ScopeHeightOf(row) > 2) marks[count++] = mark; // lower ones have no spikes
+    }
+    return count;
+}
+
+/// Letters that take their room and leave no pixels; null without letters.
+const ScopeLetters* Mute(const ScopeLetters* letters, ScopeLetters* room)
+{
+    if (!letters) return nullptr;
+    *room = *letters;
+    room->draw = [](void*, const ScopeSurface&, const ScopeRect&, const ScopeFont&, ScopeColor, int32_t, int32_t,
+                    const char*) {};
+    return room;
+}
+
 } // namespace
 
 int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
@@ -92,12 +137,15 @@ int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe&
 {
     const int32_t width = ScopeWidthOf(rect), height = ScopeHeightOf(rect);
     if (width <= 0 || height <= 0 || display == scopeToneCurve || context.settings.updateSuspended) return 0;
+    if (display == scopeHistograms) return FindInHistograms(rect, probe, context, marks);
     ScopeSurface uniform = {};
     Pair pair;
     int32_t count = 0;
     if (pair.Make(static_cast<uint32_t>(width), static_cast<uint32_t>(height)) &&
         ScopeSurfaceCreate(kUniformWidth, kUniformHeight, &uniform) == bpNoErr) {
-        const uint8_t pixel[4] = {0xFF, probe.red, probe.green, probe.blue};
+        const int32_t matrix = ScopeMatrix(context.settings.videoSystem);
+        const ScopeProbe seen = display == scopeYCWFM ? GreyOf(probe, GetLumaTable(matrix)) : probe;
+        const uint8_t pixel[4] = {seen.alpha, seen.red, seen.green, seen.blue};
         for (uint32_t i = 0; i < kUniformWidth * kUniformHeight; ++i)
             std::memcpy(uniform.pixels + size_t{i / kUniformWidth} * uniform.rowBytes + size_t{i % kUniformWidth} * 4,
                         pixel, sizeof pixel);
@@ -109,13 +157,7 @@ int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe&
         const ScopeRect whole = ScopeBoundsOf(pair.plain);
         DrawComboQuadrant(&pair.plain, whole, nullptr, display, plain);
         DrawComboQuadrant(&pair.lit, whole, &uniform, display, plain);
-        if (display == scopeHistograms) {
-            const HistogramLayout layout = HistogramLayoutOf(whole, true, plain);
-            for (const ScopeRect& row : layout.row)
-                count += MarksOf(pair, ScopeIntersection(ScopeInset(row, 1), whole), display, 0, marks + count, 1);
-        } else {
-            count = MarksOf(pair, whole, display, std::clamp(probe.across, 0.0, 1.0), marks, kScopeProbeMarkLimit);
-        }
+        count = MarksOf(pair, whole, display, std::clamp(probe.across, 0.0, 1.0), marks);
     }
     pair.Dispose();
     ScopeSurfaceDispose(&uniform);
@@ -153,7 +195,8 @@ void DrawScopeGhost(ScopeSurface* target, const ScopeSelection& selection, const
     ScopeSelection behind = selection;
     behind.imageSelection = scopeImageReference;
     ScopeContext plain = context;
-    plain.letters = nullptr; // names and statistics are the live picture's
+    ScopeLetters muted;
+    plain.letters = Mute(context.letters, &muted); // texts are the live picture's; their room is both's
     DrawAnalysisPane(&ghost, behind, {nullptr, nullptr, picture}, plain);
     for (uint32_t y = 0; y < target->height; ++y) {
         uint8_t* out = target->pixels + size_t{y} * target->rowBytes;

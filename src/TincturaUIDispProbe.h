@@ -6,8 +6,8 @@
 
 /// A pixel of the picture in view.
 struct ScopeProbe {
-    double across;            ///< of the picture's width, 0 to 1
-    uint8_t red, green, blue; ///< as the surface holds it
+    double across;                   ///< of the picture's width, 0 to 1
+    uint8_t alpha, red, green, blue; ///< as the surface holds it
 };
 
 struct ScopeProbeMark {
@@ -15,9 +15,11 @@ struct ScopeProbeMark {
 };
 inline constexpr int32_t kScopeProbeMarkLimit = 16;
 
-/// The places of a pixel's trace in a display drawn into `rect`: one a waveform or a channel of it, one in the
-/// vectorscope, one a row of the histograms; none in the tone curve. Returns their number, at most kScopeProbeMarkLimit.
-/// Found by drawing a picture of that one colour, so that every setting of the display counts.
+/// The places of a pixel's trace in a display drawn into `rect`: one a waveform or a channel of it (that with the
+/// chroma's envelope is marked at its luma), one in the vectorscope, one a row of the histograms, in its middle; none in
+/// the tone curve. Returns their number, at most kScopeProbeMarkLimit. Those of waveforms and vectorscope are found by
+/// drawing a picture of that one colour, so that every setting of the display counts; those of histograms follow from
+/// their layout, for which the context must have the letters that the display is drawn with.
 int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
                        ScopeProbeMark marks[kScopeProbeMarkLimit]);
 

@@ -2,6 +2,7 @@
 #include "src/support/TKSession.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -12,8 +13,7 @@ struct LumaWeights {
 };
 constexpr LumaWeights kLumaWeights[kOCMatrixCount] = {{0.299, 0.114}, {0.2126, 0.0722}, {0.212, 0.087}};
 constexpr double kSetupIRE = 7.5;
-constexpr double kMillivoltsNTSC = 100 / 14.0, kMillivolts = 7; // of one IRE
-constexpr int32_t kNTSC = 1;
+constexpr double kMillivolts = 7; // of one IRE, in every video system: so are the lines of the waveform monitors
 
 double LevelOf(const TKPreferences& prefs, const ScopeProbe& pixel)
 {
@@ -24,8 +24,7 @@ double LevelOf(const TKPreferences& prefs, const ScopeProbe& pixel)
     if (range <= 0) return 0;
     const double setup = static_cast<int32_t>(prefs.videoBlackSetupPresent) > 0 ? kSetupIRE : 0;
     const double level = setup + (luma - prefs.videoBlackLevel) / range * (100 - setup);
-    if (prefs.wfmUnitsMV == 0) return level;
-    return level * (ScopeVideoSystem(prefs.videoSystem) == kNTSC ? kMillivoltsNTSC : kMillivolts);
+    return prefs.wfmUnitsMV == 0 ? level : level * kMillivolts;
 }
 
 const FBFrame* FrameBehind(const TKSession* session, const ScopeSurface* seen)
@@ -36,9 +35,11 @@ const FBFrame* FrameBehind(const TKSession* session, const ScopeSurface* seen)
     return frame && frame->width == seen->width && frame->height == seen->height ? frame : nullptr;
 }
 
-int TenBits(uint8_t value)
+/// The nearest code of the full range; what is below or above it, its end.
+int TenBits(float value)
 {
-    return (value * 1023 + 127) / 255;
+    if (std::isnan(value)) return 0;
+    return static_cast<int>(std::lround(std::clamp(value, 0.0f, 1.0f) * 1023.0f));
 }
 
 } // namespace
@@ -69,7 +70,11 @@ TKProbeReading TKReadProbe(const TKSession* session)
     reading.y = views.probeY;
     const uint8_t* pixel = seen->pixels + static_cast<size_t>(reading.y) * seen->rowBytes +
                            static_cast<size_t>(reading.x) * 4; // alpha, red, green, blue
-    reading.pixel = {.across = (reading.x + 0.5) / seen->width, .red = pixel[1], .green = pixel[2], .blue = pixel[3]};
+    reading.pixel = {.across = (reading.x + 0.5) / seen->width,
+                     .alpha = pixel[0],
+                     .red = pixel[1],
+                     .green = pixel[2],
+                     .blue = pixel[3]};
     for (int i = 0; i < 3; ++i) reading.rgb[i] = static_cast<float>(pixel[i + 1]) / 255.0f;
     if (const FBFrame* frame = FrameBehind(session, seen)) {
         float rgba[4] = {};
@@ -89,7 +94,7 @@ void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length)
     const ScopeProbe& pixel = reading.pixel;
     std::snprintf(text, length, "%d, %d   8-bit %d %d %d   10-bit %d %d %d   %.4f %.4f %.4f   %.1f %s",
                   static_cast<int>(reading.x), static_cast<int>(reading.y), pixel.red, pixel.green, pixel.blue,
-                  TenBits(pixel.red), TenBits(pixel.green), TenBits(pixel.blue), static_cast<double>(reading.rgb[0]),
-                  static_cast<double>(reading.rgb[1]), static_cast<double>(reading.rgb[2]), reading.level,
-                  reading.inMillivolts ? "mV" : "IRE");
+                  TenBits(reading.rgb[0]), TenBits(reading.rgb[1]), TenBits(reading.rgb[2]),
+                  static_cast<double>(reading.rgb[0]), static_cast<double>(reading.rgb[1]),
+                  static_cast<double>(reading.rgb[2]), reading.level, reading.inMillivolts ? "mV" : "IRE");
 }

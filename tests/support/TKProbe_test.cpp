@@ -1,6 +1,10 @@
 // The probe: which pixel it reads, and its readings against numbers worked out by hand.
 #include "tests/support/TKTestSession.h"
 
+#include <cmath>
+#include <cstring>
+#include <limits>
+
 namespace {
 
 class TKProbeTest : public TKSessionTest {
@@ -27,6 +31,16 @@ class TKProbeTest : public TKSessionTest {
         pixel[3] = blue;
         TKMoveProbe(session_, true, x, y);
         return TKReadProbe(session_);
+    }
+    /// Into the frame behind the same pixel.
+    void WriteFloats(float red, float green, float blue, int32_t x = 3, int32_t y = 2)
+    {
+        const FBFrame& frame = *session_->resultFrame;
+        const float values[3] = {red, green, blue};
+        for (uint32_t plane = 0; plane < 3; ++plane) {
+            uint8_t* row = frame.baseAddr + plane * frame.planeBytes + static_cast<uint32_t>(y) * frame.rowBytes;
+            std::memcpy(row + static_cast<size_t>(x) * sizeof(float), &values[plane], sizeof(float));
+        }
     }
     double Level(uint8_t red, uint8_t green, uint8_t blue) { return Read(red, green, blue).level; }
     double Grey(uint8_t grey) { return Level(grey, grey, grey); }
@@ -83,18 +97,17 @@ TEST_F(TKProbeTest, WithSetupBlackIsSevenAndAHalfIRE)
     EXPECT_NEAR(Grey(51), 26, 1e-9); // a fifth of the way: 7.5 + 92.5 / 5
 }
 
-TEST_F(TKProbeTest, MillivoltsOfNTSCAreOneHundredAndFortyIREInAVoltOthersSevenHundredInAHundred)
+TEST_F(TKProbeTest, MillivoltsAreSevenToTheIREAsTheMonitorsLinesAre)
 {
     session_->prefs.wfmUnitsMV = 1;
-    for (const uint32_t system : {2u, 3u, 4u}) {
+    for (const uint32_t system : {1u, 2u, 3u, 4u}) {
         session_->prefs.videoSystem = system;
         EXPECT_NEAR(Grey(255), 700, 1e-6) << system;
         EXPECT_NEAR(Grey(51), 140, 1e-6) << system;
     }
     session_->prefs.videoSystem = 1;
-    EXPECT_NEAR(Grey(255), 714.2857, 1e-4);
     SetRange(0, 255, 1);
-    EXPECT_NEAR(Grey(0), 53.5714, 1e-4); // 7.5 IRE
+    EXPECT_NEAR(Grey(0), 52.5, 1e-9); // 7.5 IRE
     EXPECT_TRUE(Read(0, 0, 0).inMillivolts);
 }
 
@@ -126,8 +139,30 @@ TEST_F(TKProbeTest, TheTextTellsPlaceEightBitsTenBitsFloatAndLevel)
 
 TEST_F(TKProbeTest, BlackAndWhiteAreZeroAndTheWholeRangeInTenBits)
 {
-    EXPECT_NE(Text(Read(0, 255, 1)).find("10-bit 0 1023 4"), std::string::npos);     // 1 x 1023 / 255 = 4.01
-    EXPECT_NE(Text(Read(254, 127, 2)).find("10-bit 1019 509 8"), std::string::npos); // 1018.99, 509.49, 8.02
+    const auto ten = [this](float red, float green, float blue) {
+        WriteFloats(red, green, blue);
+        const std::string text = Text(Read(9, 9, 9));
+        const size_t from = text.find("10-bit ");
+        return from == std::string::npos ? "" : text.substr(from + 7, text.find("   ", from) - from - 7);
+    };
+    EXPECT_EQ(ten(0, 1, 0.5f), "0 1023 512"); // 511.5: half away from zero
+    EXPECT_EQ(ten(-0.25f, 1.25f, 0.0004f), "0 1023 0");
+    EXPECT_EQ(ten(std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                  -std::numeric_limits<float>::infinity()),
+              "0 1023 0");
+}
+
+TEST_F(TKProbeTest, EveryCodeOfTenBitsIsTold)
+{
+    for (int code = 0; code < 1024; ++code) {
+        const float value = static_cast<float>(code) / 1023;
+        WriteFloats(value, value, value);
+        const auto eight = static_cast<uint8_t>(std::lround(value * 255)); // what the surface shows of it
+        const std::string number = std::to_string(code);
+        EXPECT_NE(Text(Read(eight, eight, eight)).find("10-bit " + number + " " + number + " " + number + "   "),
+                  std::string::npos)
+            << code;
+    }
 }
 
 TEST_F(TKProbeTest, TheFloatIsTheFramesOwnAboveWhiteToo)
@@ -138,6 +173,13 @@ TEST_F(TKProbeTest, TheFloatIsTheFramesOwnAboveWhiteToo)
     EXPECT_EQ(reading.rgb[0], 1.25f);
     EXPECT_EQ(reading.pixel.red, 255);
     EXPECT_NE(Text(reading).find("1.2500"), std::string::npos);
+}
+
+TEST_F(TKProbeTest, TheAlphaIsThePicturesOwn)
+{
+    EXPECT_EQ(Read(1, 2, 3).pixel.alpha, 0xFF);
+    session_->resultSurface.pixels[2 * session_->resultSurface.rowBytes + 3 * 4] = 0x40;
+    EXPECT_EQ(Read(1, 2, 3).pixel.alpha, 0x40);
 }
 
 TEST_F(TKProbeTest, ThePictureInViewIsRead)
