@@ -121,7 +121,8 @@ oc_ctest() {
     label="$OC_ROOT/build/$preset"
     rm -rf "$label/cases" "$label/junit.xml"
     cd "$OC_ROOT" || return 1
-    GTEST_OUTPUT="xml:$label/cases/" ctest --test-dir "$label" -j "${OC_JOBS:-2}" --output-on-failure --no-tests=error \
+    # One more than processors: whole sessions wait for pointer and clock most of their time.
+    GTEST_OUTPUT="xml:$label/cases/" ctest --test-dir "$label" -j "${OC_JOBS:-3}" --output-on-failure --no-tests=error \
         --output-junit "$label/junit.xml" "$@" </dev/null 9>&- || status=$?
     counts=$(python3 "$OC_ROOT/tools/test-totals" "$label/junit.xml" "$label/cases") || {
         [ "$status" != 0 ] || status=1
