@@ -263,6 +263,87 @@ TEST_F(TKViewsTest, WithCapsLockNoDisplayHasATrace)
     }
 }
 
+TEST_F(TKViewsTest, TheDisplaysTakeTheirSettingsFromThePreferences)
+{
+    TKPreferences& prefs = session_->prefs;
+    prefs.wfmColor = 11; // each another value
+    prefs.wfmUnitsMV = 12;
+    prefs.vsCalibration100 = 13;
+    prefs.videoSystem = 4;
+    prefs.videoBlackLevel = 16;
+    prefs.videoWhiteLevel = 235;
+    prefs.videoBlackSetupPresent = 1;
+    prefs.uiSaturation = 0x1234;
+    session_->updateSuspended = true;
+    const ScopeLetters letters = {};
+    session_->views.letters = &letters;
+    const ScopeContext context = TKScopeContextOf(session_);
+    EXPECT_EQ(context.settings.wfmColor, 11u);
+    EXPECT_EQ(context.settings.wfmUnitsMV, 12u);
+    EXPECT_EQ(context.settings.vsCalibration100, 13u);
+    EXPECT_EQ(context.settings.videoSystem, 4u);
+    EXPECT_EQ(context.settings.videoBlackLevel, 16);
+    EXPECT_EQ(context.settings.videoWhiteLevel, 235);
+    EXPECT_EQ(context.settings.videoBlackSetupPresent, 1);
+    EXPECT_EQ(context.settings.uiSaturation, 0x1234u);
+    EXPECT_TRUE(context.settings.updateSuspended);
+    EXPECT_EQ(context.letters, &letters);
+    EXPECT_EQ(context.clip, nullptr);
+    EXPECT_EQ(context.witness, nullptr);
+    EXPECT_FALSE(context.readable);
+    ASSERT_NE(session_->engine, nullptr);
+    EXPECT_EQ(context.engine, session_->engine);
+    EXPECT_EQ(context.liveSettings, &session_->liveSettings);
+    EXPECT_EQ(context.taskCount, session_->taskCount);
+    EXPECT_EQ(context.tasks, session_->tasks);
+    session_->views.letters = nullptr;
+    session_->updateSuspended = false;
+    EXPECT_FALSE(TKScopeContextOf(session_).settings.updateSuspended);
+    prefs.videoBlackSetupPresent = 0xFFFFFFFF; // -1, which is not above 0
+    EXPECT_EQ(TKScopeContextOf(session_).settings.videoBlackSetupPresent, -1);
+}
+
+TEST_F(TKViewsTest, EveryPreferenceOfTheDisplaysChangesTheirPixels)
+{
+    TKPreferences& prefs = session_->prefs;
+    prefs.videoSystem = 3;
+    prefs.wfmColor = prefs.wfmUnitsMV = prefs.vsCalibration100 = prefs.videoBlackSetupPresent = 0;
+    prefs.videoBlackLevel = 0;
+    prefs.videoWhiteLevel = 255;
+    prefs.uiSaturation = 0x6666;
+    const TKPreferences before = prefs;
+    const struct {
+        const char* name;
+        void (*set)(TKPreferences* prefs);
+        bool ofWaveforms, ofVectorscope, ofHistograms;
+    } cases[] = {
+        {"nothing", [](TKPreferences*) {}, false, false, false},
+        {"colour", [](TKPreferences* p) { p->wfmColor = 1; }, true, false, false},
+        {"units", [](TKPreferences* p) { p->wfmUnitsMV = 1; }, true, false, false},
+        {"calibration", [](TKPreferences* p) { p->vsCalibration100 = 1; }, false, true, false},
+        {"setup", [](TKPreferences* p) { p->videoBlackSetupPresent = 1; }, true, false, false},
+        {"no setup", [](TKPreferences* p) { p->videoBlackSetupPresent = 0xFFFFFFFF; }, false, false, false},
+        {"system", [](TKPreferences* p) { p->videoSystem = 1; }, true, true, false},
+        {"black", [](TKPreferences* p) { p->videoBlackLevel = 16; }, true, true, false},
+        {"white", [](TKPreferences* p) { p->videoWhiteLevel = 235; }, true, true, false},
+        {"saturation", [](TKPreferences* p) { p->uiSaturation = 0xFFFF; }, true, true, true},
+    };
+    const auto bytesOf = [this](int32_t tab) {
+        session_->views.analysisTab = tab;
+        UpdateAnalysisPane(session_, true);
+        return PortBytes();
+    };
+    for (const auto& each : cases)
+        for (const auto& [tab, changes] : {std::pair{scopeTabLumaWFM, each.ofWaveforms},
+                                           {scopeTabVectorscope, each.ofVectorscope},
+                                           {scopeTabHistograms, each.ofHistograms}}) {
+            const auto bytesNow = bytesOf(tab); // after the luma table's matrix of the waveforms
+            each.set(&prefs);
+            EXPECT_EQ(bytesOf(tab) != bytesNow, changes) << each.name << ", tab " << tab;
+            prefs = before;
+        }
+}
+
 TEST_F(TKViewsTest, TheDisplaysAnalyseWhatTheImagePaneShows)
 {
     MakeResultBlack();
