@@ -1,95 +1,8 @@
-// The vectorscope: scale, graticule, targets, rungs, and where colours fall.
-#include "src/TincturaUIDispVectorscope.h"
-#include "tests/ScopesTest.h"
+// The vectorscope: scale, gamma, rungs, and where colours fall.
+#include "tests/VectorscopeTest.h"
 
-#include <cmath>
-#include <map>
-#include <numbers>
-
-namespace {
-
-struct Scope {
-    ScopeRect bounds = {.top = 0, .left = 0, .bottom = 480, .right = 640};
-    VectorscopeParams params = {};
-
-    Scope()
-    {
-        params.sourceWidth = 720;
-        params.sourceHeight = 486;
-        params.flags = vectorscopeAlphaFirst;
-        params.zoom = 1;
-        params.whiteLevel = 255;
-        params.calibration75 = 1;
-        params.uiSaturation = 0x10000;
-        params.bounds = &bounds;
-    }
-    Scope(const Scope&) = delete;
-    Scope& operator=(const Scope&) = delete;
-
-    VectorscopeScale Scale()
-    {
-        VectorscopeScale scale = {};
-        EXPECT_TRUE(VectorscopeScaleOf(params, &scale));
-        return scale;
-    }
-    void Draw(Surface* target, const Surface* source, const ScopeContext& context)
-    {
-        params.target = target;
-        if (source) {
-            params.sourcePixels = source->pixels;
-            params.sourceWidth = static_cast<int32_t>(source->width);
-            params.sourceHeight = static_cast<int32_t>(source->height);
-            params.sourceRowBytes = static_cast<int32_t>(source->rowBytes);
-            params.flags |= vectorscopeTrace;
-        }
-        DrawVectorscope(params, context);
-    }
-};
-
-/// Mean place of what a one-coloured picture lights: units right of and above the centre.
-struct Place {
-    double right, up;
-    int32_t hits;
-    double Angle() const
-    {
-        const double degrees = std::atan2(up, right) * 180 / std::numbers::pi;
-        return degrees < 0 ? degrees + 360 : degrees;
-    }
-    double Radius() const { return std::hypot(right, up); }
-};
-
-/// The trace alone, on black.
-Place PlaceOf(Scope* scope, Surface::Pixel color)
-{
-    Surface source(64, 64), target(640, 480);
-    source.Fill([=](int32_t, int32_t) { return color; });
-    scope->params.target = &target;
-    scope->params.sourcePixels = source.pixels;
-    scope->params.sourceWidth = scope->params.sourceHeight = 64;
-    scope->params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
-    scope->params.flags |= vectorscopeTrace;
-    VectorscopeTrace trace;
-    EXPECT_TRUE(VectorscopeTraceOf(scope->params, scope->bounds, &trace));
-    DrawVectorscopeTrace(trace, 1, nullptr);
-    const VectorscopeScale s = scope->Scale();
-    Place place = {};
-    for (int32_t y = 0; y < 480; ++y)
-        for (int32_t x = 0; x < 640; ++x) {
-            if (target.At(x, y) == Surface::Pixel{}) continue;
-            place.right += x - 320;
-            place.up += 240 - y;
-            ++place.hits;
-        }
-    if (place.hits == 0) return place;
-    place.right = place.right / place.hits * 65536 / static_cast<double>(s.unitX);
-    place.up = place.up / place.hits * 65536 / static_cast<double>(s.unitY);
-    return place;
-}
-
-/// Of the bars magenta, red, yellow, green, cyan, blue.
-constexpr int32_t kBars[] = {4, 5, 1, 3, 2, 6};
-
-} // namespace
+#include <algorithm>
+#include <set>
 
 TEST(VectorscopeScale, OfFullRangeAt100PercentIsOneUnitACode)
 {
@@ -169,116 +82,6 @@ TEST(VectorscopeDisplay, IsAThirdWiderThanHighAndCentred)
     EXPECT_EQ(paints[0].mark.y1, 390);
 }
 
-TEST(VectorscopeGraticule, HasACircleOf180UnitsACrossAndFourLines)
-{
-    Surface target(640, 480);
-    Recorder recorder;
-    Scope s;
-    s.Draw(&target, nullptr, recorder.Context());
-    const double unit = 0x4B7D * 4 / 65536.0;
-    const std::vector<SeenMark> arcs = recorder.Of(scopeMarkSmoothArc);
-    ASSERT_FALSE(arcs.empty());
-    EXPECT_NEAR(arcs[0].mark.x1, 180 * unit, 0.5);
-    EXPECT_NEAR(arcs[0].mark.y1, 180 * unit, 0.5);
-    EXPECT_EQ(arcs[0].mark.angle1 - arcs[0].mark.angle0, 360);
-    const std::vector<SeenMark> cross = recorder.Of(scopeMarkLine);
-    ASSERT_EQ(cross.size(), 6u);
-    EXPECT_EQ(cross[0].mark.x0, 320 - std::lround(195 * unit));
-    EXPECT_EQ(cross[0].mark.x1, 320 - std::lround(85 * unit));
-    EXPECT_EQ(cross[3].mark.y0, 240 - std::lround(10 * unit));
-    // I and Q: at -33, 57, 147 and 237 degrees with y down.
-    const std::vector<SeenMark> lines = recorder.Of(scopeMarkSmoothLine);
-    const double angles[] = {-33, 57, 147, 237};
-    for (size_t i = 0; i < 4; ++i) {
-        const double a = angles[i] * std::numbers::pi / 180;
-        EXPECT_NEAR(lines[i].mark.x0, 320 + 75 * unit * std::cos(a), 0.01);
-        EXPECT_NEAR(lines[i].mark.y0, 240 + 75 * unit * std::sin(a), 0.01);
-        EXPECT_NEAR(lines[i].mark.x1, 320 + 195 * unit * std::cos(a), 0.01);
-        EXPECT_NEAR(lines[i].mark.y1, 240 + 195 * unit * std::sin(a), 0.01);
-    }
-}
-
-TEST(VectorscopeGraticule, Of601HasPolarTargetsAndOf709AndOf240MSquares)
-{
-    for (int32_t matrix = 0; matrix < 3; ++matrix) {
-        Surface target(640, 480);
-        Recorder recorder;
-        Scope s;
-        s.params.matrix = matrix;
-        s.Draw(&target, nullptr, recorder.Context());
-        EXPECT_EQ(recorder.Of(scopeMarkFrame).size(), matrix == 0 ? 0u : 6u);
-        // The circle; for each target three arcs, two inner corners and two outer ones where they lie inside the circle.
-        // Only red and cyan, at 0.88 + 0.15, do not.
-        EXPECT_EQ(recorder.Of(scopeMarkSmoothArc).size(), matrix == 0 ? 1u + 6 * 5 + 4 * 2 : 1u);
-        EXPECT_EQ(recorder.Of(scopeMarkSmoothLine).size(), matrix == 0 ? 4u + 6 * 7 : 4u);
-    }
-}
-
-TEST(VectorscopeGraticule, EndsACornerThatWouldLeaveTheCircleAtTheCircle)
-{
-    Surface target(640, 480);
-    Recorder recorder;
-    Scope s;
-    s.Draw(&target, nullptr, recorder.Context());
-    const double unit = 0x4B7D * 4 / 65536.0;
-    double furthest = 0;
-    const std::vector<SeenMark> lines = recorder.Of(scopeMarkSmoothLine);
-    for (size_t i = 4; i < lines.size(); ++i)
-        furthest = std::max(furthest, std::hypot(lines[i].mark.x1 - 320, lines[i].mark.y1 - 240) / unit);
-    EXPECT_NEAR(furthest, 180, 0.01);
-}
-
-TEST(VectorscopeGraticule, NamesAxesColoursMatrixZoomAndCalibration)
-{
-    struct {
-        int32_t matrix, zoom, calibration75;
-        const char* caption;
-    } const cases[] = {{0, 1, 1, "601 1x 75%"}, {1, 5, 0, "709 5x 100%"}, {2, 10, 1, "240M 10x 75%"}};
-    for (const auto& each : cases) {
-        Surface target(640, 480);
-        Recorder recorder;
-        Scope s;
-        s.params.matrix = each.matrix;
-        s.params.zoom = each.zoom;
-        s.params.calibration75 = each.calibration75;
-        s.Draw(&target, nullptr, recorder.Context());
-        EXPECT_EQ(recorder.Texts(),
-                  (std::vector<std::string>{"B-Y ", "R-Y ", "Mg", "R", "Yl", "G", "Cy", "B", each.caption}));
-        const SeenMark caption = recorder.Text(each.caption);
-        EXPECT_EQ(caption.mark.x1, 635);
-        EXPECT_EQ(caption.mark.font.size, 13);
-        EXPECT_TRUE(caption.mark.font.italic);
-        const SeenMark axis = recorder.Text("B-Y ");
-        const double unit = 0x4B7D * 4 / 65536.0;
-        EXPECT_EQ(axis.mark.x0, 320 + std::lround(185 * unit));
-        EXPECT_EQ(axis.mark.y0, 240 - 4); // the descent of size 16
-        EXPECT_EQ(axis.mark.font.size, 16);
-        EXPECT_FALSE(axis.mark.font.italic);
-        EXPECT_EQ(recorder.Text("R-Y ").mark.x0, 320 + std::lround(5 * unit));
-        EXPECT_EQ(recorder.Text("R-Y ").mark.y0, 240 - std::lround(183 * unit));
-    }
-}
-
-TEST(VectorscopeGraticule, PutsEachLabelBesideItsTarget)
-{
-    const std::map<std::string, int32_t> bars = {{"Mg", 4}, {"R", 5}, {"Yl", 1}, {"G", 3}, {"Cy", 2}, {"B", 6}};
-    for (int32_t matrix = 0; matrix < 3; ++matrix) {
-        Surface target(640, 480);
-        Recorder recorder;
-        Scope s;
-        s.params.matrix = matrix;
-        s.Draw(&target, nullptr, recorder.Context());
-        for (const auto& [label, bar] : bars) {
-            const SeenMark mark = recorder.Text(label);
-            const double x = (mark.mark.x0 + mark.mark.x1) / 2 - 320, y = 240 - mark.mark.y0;
-            const Place place = PlaceOf(&s, BarColor(bar, 191));
-            double apart = std::fabs(std::atan2(y, x) * 180 / std::numbers::pi - place.Angle());
-            apart = std::min(apart, 360 - apart);
-            EXPECT_LT(apart, 30) << label << " of matrix " << matrix;
-        }
-    }
-}
-
 TEST(VectorscopeTrace, OfGreyHitsTheCentreAloneAndClimbsToTheTop)
 {
     for (const uint8_t level : {uint8_t{0}, uint8_t{128}, uint8_t{255}}) {
@@ -349,22 +152,82 @@ TEST(VectorscopeTrace, BeginsOnTheGraticuleAsOnBlack)
 
 TEST(VectorscopeTrace, KeepsTheThresholdsOfTheLadderWhenItIsMuted)
 {
-    // Muted to 0.4 the lowest rung's blue is 0x21: two hits still lead to the next rung, but not beyond.
-    Surface target(640, 480);
-    Scope s;
-    s.params.uiSaturation = 0x6666;
-    s.params.target = &target;
-    Surface source(1, 1);
-    source.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
-    s.params.sourcePixels = source.pixels;
-    s.params.sourceWidth = s.params.sourceHeight = 1;
-    s.params.flags |= vectorscopeTrace;
-    VectorscopeTrace trace;
-    ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-    DrawVectorscopeTrace(trace, 1, nullptr);
-    const ScopeColor muted = DesaturateColor({0, 0x3232, 0x1919}, 0x6666);
-    EXPECT_EQ(target.At(321, 240).blue, muted.blue >> 8);
-    EXPECT_EQ(target.At(321, 240).alpha, 0);
+    // Muted to greys the rungs' blues are 0x20, 0x42, 0x62, 0x84, 0xA5 and 0xCC: the fourth hit's 0x84 is a threshold of
+    // the whole ladder already, so that the next hit jumps over a rung.
+    const int ladder[] = {0x20, 0x42, 0x62, 0x84, 0xCC, 0xCC};
+    for (const bool fast : {false, true}) {
+        Surface target(640, 480), source(1, 1);
+        source.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
+        for (const int grey : ladder) {
+            Scope s;
+            s.params.uiSaturation = 0;
+            s.params.target = &target;
+            s.params.sourcePixels = source.pixels;
+            s.params.sourceWidth = s.params.sourceHeight = 1;
+            s.params.flags |= vectorscopeTrace;
+            VectorscopeTrace trace;
+            ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
+            if (fast)
+                DrawVectorscopeTrace(trace, 1, nullptr);
+            else
+                DrawVectorscopeTraceScalar(trace);
+            const auto level = static_cast<uint8_t>(grey);
+            EXPECT_EQ(target.At(321, 240), (Surface::Pixel{0, level, level, level})) << fast;
+        }
+    }
+}
+
+TEST(VectorscopeTrace, ClimbsFromTheBlueThatTheGraticuleHasLeft)
+{
+    // The whole orange has no blue: the first hit gives the lowest rung. Muted to 0.4 it has 0x47 where it is whole and
+    // less where a line is minor or covers a pixel in part: the first hit leads up to two rungs higher.
+    constexpr ScopeColor kLadder[] = {{0x6D6D, 0xFFFF, 0xB9B9}, {0, 0xFFFF, 0x8484}, {0, 0xCCCC, 0x6A6A},
+                                      {0, 0x9898, 0x4E4E},      {0, 0x6666, 0x3535}, {0, 0x3232, 0x1919}};
+    const struct {
+        uint32_t saturation;
+        std::set<int> rungs, blues; // that must be seen
+    } cases[] = {{0x10000, {5}, {0}}, {0x6666, {3, 4, 5}, {0, 0x47}}};
+    const ScopeRect bounds = ScopeRectOf(10, 14, 470, 14 + 612); // as the display has it
+    for (const auto& each : cases)
+        for (const bool fast : {false, true}) {
+            ScopeContext context = ScopeDefaultContext();
+            context.settings.uiSaturation = each.saturation;
+            Surface target(640, 480), source(1, 1);
+            DrawVectorscopeDisplay(&target, nullptr, nullptr, context);
+            const std::vector<uint8_t> graticule(target.pixels, target.pixels + size_t{target.rowBytes} * 480);
+            std::set<int> rungs, blues;
+            for (int32_t color = 0; color < 512; ++color) {
+                const auto level = [](int32_t eighth) { return static_cast<uint8_t>(eighth % 8 * 36); };
+                source.Set(0, 0, Opaque(level(color), level(color / 8), level(color / 64)));
+                Scope s;
+                s.bounds = bounds;
+                s.params.uiSaturation = static_cast<int32_t>(each.saturation);
+                s.params.target = &target;
+                s.params.sourcePixels = source.pixels;
+                s.params.sourceWidth = s.params.sourceHeight = 1;
+                s.params.flags |= vectorscopeTrace;
+                VectorscopeTrace trace;
+                ASSERT_TRUE(VectorscopeTraceOf(s.params, bounds, &trace));
+                std::copy(graticule.begin(), graticule.end(), target.pixels);
+                if (fast)
+                    DrawVectorscopeTrace(trace, 1, nullptr);
+                else
+                    DrawVectorscopeTraceScalar(trace);
+                const auto other = std::mismatch(graticule.begin(), graticule.end(), target.pixels).first;
+                if (other == graticule.end()) continue; // off the scope
+                const size_t at = static_cast<size_t>(other - graticule.begin()) / 4 * 4;
+                const int blue = graticule[at + 3];
+                const int rung = blue >= 0x4E ? 2 : blue >= 0x35 ? 3 : blue >= 0x19 ? 4 : 5;
+                const ScopeColor muted = DesaturateColor(kLadder[rung], each.saturation);
+                EXPECT_EQ(target.pixels[at + 1], muted.red >> 8) << blue;
+                EXPECT_EQ(target.pixels[at + 2], muted.green >> 8) << blue;
+                EXPECT_EQ(target.pixels[at + 3], muted.blue >> 8) << blue;
+                rungs.insert(rung);
+                blues.insert(blue);
+            }
+            EXPECT_EQ(rungs, each.rungs);
+            EXPECT_TRUE(std::includes(blues.begin(), blues.end(), each.blues.begin(), each.blues.end()));
+        }
 }
 
 TEST(VectorscopeTrace, DropsWhatZoomThrowsOff)
