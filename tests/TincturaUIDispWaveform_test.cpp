@@ -250,6 +250,48 @@ TEST(WaveformGraticule, InMillivoltsMarks350OnTheYCbCrDisplay)
     EXPECT_EQ(LinesOf(other).back().color.red, 0xCE00);
 }
 
+TEST(WaveformGraticule, InMillivoltsBelowBlackCounts350FromTheStepTowardsZero)
+{
+    Surface target(640, 480);
+    Recorder recorder;
+    Monitor m;
+    m.params.flags &= ~waveformIRE;
+    m.params.mode = waveformYCbCr;
+    m.params.blackLevel = 16;
+    m.params.whiteLevel = 235;
+    ASSERT_EQ(m.Scale().lowIre, -14);
+    m.Draw(&target, nullptr, recorder.Context());
+    // -14 / 14.2857 - 0.5 is -1.48: the first step is -1, and (3.5 + 1) x 219 / 7 is 140.8.
+    EXPECT_EQ(LinesOf(recorder).back().y, static_cast<double>(m.RowOf(140)));
+    EXPECT_NE(m.RowOf(140), m.RowOf(172)); // of the step below
+}
+
+TEST(WaveformGraticule, WithSetupBeginsAtAMultipleOf10AndBlackStandsOnTheLineOfTheSetup)
+{
+    Surface target(640, 480), source(1, 400);
+    source.Fill([](int32_t, int32_t) { return Opaque(0, 0, 0); });
+    Recorder recorder;
+    Monitor m;
+    m.params.setup = 200;
+    m.params.videoSystem = 1;
+    const WaveformScale scale = m.Scale();
+    EXPECT_EQ(scale.lowIre, 0); // from 7
+    EXPECT_EQ(scale.highIre, 100);
+    EXPECT_EQ(scale.span, 275);
+    m.Draw(&target, &source, recorder.Context());
+    EXPECT_EQ(recorder.Texts(), (std::vector<std::string>{"0", "20", "40", "60", "80", "100"}));
+    const std::vector<Line> lines = LinesOf(recorder);
+    ASSERT_EQ(lines.size(), 12u);
+    for (int k = 0; k <= 10; ++k)
+        EXPECT_EQ(lines[static_cast<size_t>(k)].y, static_cast<double>(m.RowOf(k * 10 * 275 / 100))) << k;
+    const auto setup = static_cast<int32_t>(m.RowOf(20)); // 75 x 275 / 1000 = 20.6
+    EXPECT_EQ(lines.back().y, setup);
+    EXPECT_EQ(lines.back().color.red, 0x9800);
+    // Code 0 is 20 codes, 31.9999 pixels, above 0 IRE: nearly all of its light falls on the row above the line.
+    EXPECT_EQ(target.At(300, setup - 1).green, 0xFF);
+    EXPECT_EQ(target.At(300, setup - 2), Opaque(0, 0, 0));
+}
+
 TEST(WaveformGraticule, WithAPenOf2HasEvenRows)
 {
     Surface target(640, 480);
