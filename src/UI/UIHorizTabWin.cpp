@@ -1,6 +1,7 @@
 // The window of a row of tabs.
 #include "src/UI/UIHorizTabWin.h"
 
+#include "src/UI/UIHoldWin.h"
 #include "src/UI/UIHorizTabAccessibleWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
@@ -275,6 +276,15 @@ void UIHorizTabWin::keyPressEvent(QKeyEvent* event)
 void UIHorizTabWin::leaveEvent(QEvent*)
 {
     hover(-1, false);
+}
+
+bool UIHorizTabWin::event(QEvent* event)
+{
+    if (pressedSwitch_ >= 0 && UIEndsHold(*event, Qt::LeftButton)) {
+        pressedSwitch_ = -1;
+        update();
+    }
+    return QWidget::event(event);
 }
 
 void UIHorizTabWin::focusInEvent(QFocusEvent*)

@@ -1,6 +1,7 @@
 // The transport bar's window.
 #include "src/UI/UITransportWin.h"
 
+#include "src/UI/UIHoldWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/UI/UITransportAccessibleWin.h"
 #include "src/support/TKTransport.h"
@@ -205,6 +206,16 @@ void UITransportWin::leaveEvent(QEvent*)
 {
     hovered_ = -1;
     update();
+}
+
+bool UITransportWin::event(QEvent* event)
+{
+    if ((pressed_ >= 0 || scrubbing_) && UIEndsHold(*event, Qt::LeftButton)) {
+        pressed_ = -1;
+        scrubbing_ = false;
+        update();
+    }
+    return QWidget::event(event);
 }
 
 void UITransportWin::focusInEvent(QFocusEvent*)

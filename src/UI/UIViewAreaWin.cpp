@@ -1,6 +1,7 @@
 // Layout of the two panes.
 #include "src/UI/UIViewAreaWin.h"
 
+#include "src/UI/UIHoldWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKStartup.h"
 
@@ -132,7 +133,7 @@ void UIViewAreaWin::mouseReleaseEvent(QMouseEvent* event)
 
 void UIViewAreaWin::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    if (!handleRect().contains(event->position().toPoint())) return;
+    if (event->button() != Qt::LeftButton || !handleRect().contains(event->position().toPoint())) return;
     share_ = kMiddle;
     grab_ = -1;
     layOut();
@@ -142,4 +143,13 @@ void UIViewAreaWin::leaveEvent(QEvent*)
 {
     hovered_ = false;
     update();
+}
+
+bool UIViewAreaWin::event(QEvent* event)
+{
+    if (grab_ >= 0 && UIEndsHold(*event, Qt::LeftButton)) {
+        grab_ = -1;
+        update();
+    }
+    return QWidget::event(event);
 }
