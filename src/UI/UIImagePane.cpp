@@ -66,10 +66,7 @@ Extent Down(const ImagePaneVars& pane)
 
 void ClampPan(ImagePaneVars* pane)
 {
-    if (!HasPicture(*pane)) {
-        pane->panX = pane->panY = 0;
-        return;
-    }
+    if (!HasPicture(*pane)) return; // kept for the next picture, which clamps it
     const double zoom = static_cast<double>(pane->zoom);
     const double mostX = WideOf(*pane) - Across(*pane).shown * pane->scaleX * zoom;
     const double mostY = HighOf(*pane) - Down(*pane).shown * pane->scaleY * zoom;
@@ -278,6 +275,15 @@ TKPaneEffect TKZoomPane(ImagePaneVars* pane, bool closer, int32_t x, int32_t y)
     return {.handled = true, .repaints = true};
 }
 
+TKPaneEffect TKPanPane(ImagePaneVars* pane, int32_t right, int32_t down)
+{
+    const double zoom = static_cast<double>(pane->zoom), beforeX = pane->panX, beforeY = pane->panY;
+    pane->panX -= right * pane->scaleX * zoom; // the picture follows the hand
+    pane->panY -= down * pane->scaleY * zoom;
+    ClampPan(pane);
+    return {.handled = true, .repaints = pane->panX != beforeX || pane->panY != beforeY};
+}
+
 TKPaneEffect TKPaneWheel(ImagePaneVars* pane, int32_t x, int32_t y, int32_t delta)
 {
     if (!pane->canZoom || delta == 0) return {};
@@ -322,13 +328,10 @@ TKPaneEffect TKPanePress(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton
 TKPaneEffect TKPaneMove(ImagePaneVars* pane, int32_t x, int32_t y, uint32_t)
 {
     if (pane->panning) {
-        const double zoom = static_cast<double>(pane->zoom), beforeX = pane->panX, beforeY = pane->panY;
-        pane->panX -= (x - pane->lastX) * pane->scaleX * zoom; // the picture follows the hand
-        pane->panY -= (y - pane->lastY) * pane->scaleY * zoom;
+        const TKPaneEffect effect = TKPanPane(pane, x - pane->lastX, y - pane->lastY);
         pane->lastX = x;
         pane->lastY = y;
-        ClampPan(pane);
-        return {.handled = true, .repaints = pane->panX != beforeX || pane->panY != beforeY};
+        return effect;
     }
     if (!pane->dragging) {
         // A pick reads before the press too: the swatches show what is under the pointer.

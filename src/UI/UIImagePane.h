@@ -81,9 +81,10 @@ struct [[nodiscard]] TKPaneEffect {
 /// No surface, fit size, square pixels, a line down the middle, nothing allowed.
 void TKCreateImagePane(ImagePaneVars* pane);
 
-/// Place and size of the pane; zoom stays, the pan is clamped.
+/// Place and size of the pane; zoom stays, the pan is clamped. Without room for a picture the pan waits for one.
 void TKSetPaneFrame(ImagePaneVars* pane, const TKImageRect& frame);
-/// Another picture, or none; an aspect that is not finite or not above 0 counts as 1. Zoom stays, the pan is clamped.
+/// Another picture, or none; an aspect that is not finite or not above 0 counts as 1. Zoom stays, the pan is clamped;
+/// without a picture it waits for the next one.
 void TKSetPaneSurface(ImagePaneVars* pane, const ScopeSurface* surface, float aspect);
 /// Takes zoom and pan of another pane over, so that two pictures are compared in the same place.
 void TKCopyPaneView(ImagePaneVars* pane, const ImagePaneVars& from);
@@ -110,6 +111,8 @@ void TKReadPicture(const ImagePaneVars& pane, TKPicturePoint point, float rgb[3]
 
 /// One step of zoom with the picture's point under (x, y) staying there. At the end of the table nothing happens.
 TKPaneEffect TKZoomPane(ImagePaneVars* pane, bool closer, int32_t x, int32_t y);
+/// Moves the picture in the pane by so many pixels of the pane, as far as there is more of it.
+TKPaneEffect TKPanPane(ImagePaneVars* pane, int32_t right, int32_t down);
 
 // Events. Modifiers are the modifier word.
 

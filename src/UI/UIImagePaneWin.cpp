@@ -3,6 +3,7 @@
 
 #include "src/UI/UICursorsWin.h"
 #include "src/UI/UIDevicePixelsWin.h"
+#include "src/UI/UIHoldWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UIStyleWin.h"
 #include "src/support/TKPreviewLUTs.h"
@@ -29,6 +30,17 @@ TKPaneButton ButtonOf(Qt::MouseButton button)
     case Qt::RightButton: return tkButtonRight;
     default: return tkButtonNone;
     }
+}
+
+Qt::MouseButton QtButtonOf(TKPaneButton button)
+{
+    switch (button) {
+    case tkButtonNone: return Qt::NoButton;
+    case tkButtonLeft: return Qt::LeftButton;
+    case tkButtonMiddle: return Qt::MiddleButton;
+    case tkButtonRight: return Qt::RightButton;
+    }
+    return Qt::NoButton;
 }
 
 const FBFrame* FrameOfMode(const TKSession* session, int32_t mode)
@@ -151,6 +163,29 @@ void UIImagePaneWin::picturesChanged()
 {
     stale_ = true;
     update();
+    probeFollows();
+}
+
+void UIImagePaneWin::pointerMoved(const QSinglePointEvent& event)
+{
+    hasPointer_ = true;
+    desktop_ = event.globalPosition();
+    pointer_ = UIDeviceAreaOf(this).pointAt(event.position());
+}
+
+void UIImagePaneWin::pointerLeft()
+{
+    qApp->removeEventFilter(this);
+    hasPointer_ = false;
+    if (fixedMode_ < 0) TKMoveProbe(session_, false, 0, 0);
+}
+
+void UIImagePaneWin::probeFollows()
+{
+    if (fixedMode_ >= 0 || !hasPointer_) return;
+    const ImagePaneVars& pane = ready();
+    const TKPicturePoint point = TKPicturePointQuietly(pane, pointer_.x(), pointer_.y());
+    TKMoveProbe(session_, TKIsOverPicture(pane, pointer_.x(), pointer_.y()), point.x, point.y);
 }
 
 void UIImagePaneWin::pickModeChanged()
@@ -224,6 +259,17 @@ void UIImagePaneWin::paintProbe(QPainter& painter, const ImagePaneVars& pane)
     painter.drawText(box, Qt::AlignCenter, metrics.elidedText(text, Qt::ElideRight, wide - gap));
 }
 
+void UIImagePaneWin::paintFocus(QPainter& painter, const QRect& whole, qreal ratio)
+{
+    if (!hasFocus()) return;
+    const QColor color = UIShadesNow().accent.lighter(140);
+    const int wide = qBound(1, qRound(ratio), 2); // the picture leaves two pixels free
+    painter.fillRect(QRect(0, 0, whole.width(), wide), color);
+    painter.fillRect(QRect(0, whole.height() - wide, whole.width(), wide), color);
+    painter.fillRect(QRect(0, 0, wide, whole.height()), color);
+    painter.fillRect(QRect(whole.width() - wide, 0, wide, whole.height()), color);
+}
+
 void UIImagePaneWin::paintEvent(QPaintEvent*)
 {
     const UIShades& shades = UIShadesNow();
@@ -237,6 +283,8 @@ void UIImagePaneWin::paintEvent(QPaintEvent*)
         painter.setPen(shades.dimText);
         if (pane.surface == nullptr && mode() == tkImageReference)
             painter.drawText(rect(), Qt::AlignCenter, QStringLiteral("No reference image"));
+        UIEnterDevicePixels(&painter, area);
+        paintFocus(painter, whole, area.ratio);
         return;
     }
     makeWords(pane);
@@ -246,11 +294,15 @@ void UIImagePaneWin::paintEvent(QPaintEvent*)
     painter.drawImage(picture.topLeft(), words_);
     if (pane.canSplit) paintSplit(painter, pane);
     if (session_->views.probeOn) paintProbe(painter, pane);
+    paintFocus(painter, whole, area.ratio);
 }
 
 void UIImagePaneWin::resizeEvent(QResizeEvent*)
 {
     (void)ready();
+    if (!hasPointer_) return;
+    pointer_ = UIDeviceAreaOf(this).pointAt(mapFromGlobal(desktop_)); // the window has moved under it, too
+    probeFollows();
 }
 
 void UIImagePaneWin::carryOut(const TKPaneEffect& effect)
@@ -264,6 +316,7 @@ void UIImagePaneWin::carryOut(const TKPaneEffect& effect)
     } else if (effect.repaints) {
         update();
     }
+    if (effect.repaints) probeFollows();
     if ((effect.repaints || effect.sampled) && QAccessible::isActive()) {
         QAccessibleEvent event(this, QAccessible::ValueChanged);
         QAccessible::updateAccessibility(&event);
@@ -283,7 +336,7 @@ void UIImagePaneWin::showCursor(Qt::KeyboardModifiers modifiers)
         shownCursorRatio_ = devicePixelRatioF();
         setCursor(pane.panning ? QCursor(Qt::ClosedHandCursor) : UICursorOf(number, shownCursorRatio_));
     }
-    const int32_t end = pane.canSplit ? TKSplitEndAt(pane, pointer_.x(), pointer_.y()) : 0;
+    const int32_t end = pane.canSplit && hasPointer_ ? TKSplitEndAt(pane, pointer_.x(), pointer_.y()) : 0;
     if (end == hoveredEnd_) return;
     hoveredEnd_ = end;
     update();
@@ -292,7 +345,7 @@ void UIImagePaneWin::showCursor(Qt::KeyboardModifiers modifiers)
 void UIImagePaneWin::mousePressEvent(QMouseEvent* event)
 {
     (void)CommitOpenEdit(session_, true);
-    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    pointerMoved(*event);
     carryOut(TKPanePress(&ready(), pointer_.x(), pointer_.y(), ButtonOf(event->button()),
                          TKModifiersOf(event->modifiers())));
     showCursor(event->modifiers());
@@ -305,17 +358,15 @@ void UIImagePaneWin::mouseDoubleClickEvent(QMouseEvent* event)
 
 void UIImagePaneWin::mouseMoveEvent(QMouseEvent* event)
 {
-    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    pointerMoved(*event);
     carryOut(TKPaneMove(&ready(), pointer_.x(), pointer_.y(), TKModifiersOf(event->modifiers())));
     showCursor(event->modifiers());
-    if (fixedMode_ >= 0) return;
-    const TKPicturePoint point = TKPicturePointQuietly(ready(), pointer_.x(), pointer_.y());
-    TKMoveProbe(session_, TKIsOverPicture(ready(), pointer_.x(), pointer_.y()), point.x, point.y);
+    probeFollows();
 }
 
 void UIImagePaneWin::mouseReleaseEvent(QMouseEvent* event)
 {
-    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    pointerMoved(*event);
     carryOut(TKPaneRelease(&ready(), pointer_.x(), pointer_.y(), ButtonOf(event->button()),
                            TKModifiersOf(event->modifiers())));
     showCursor(event->modifiers());
@@ -324,7 +375,7 @@ void UIImagePaneWin::mouseReleaseEvent(QMouseEvent* event)
 
 void UIImagePaneWin::wheelEvent(QWheelEvent* event)
 {
-    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    pointerMoved(*event);
     carryOut(TKPaneWheel(&ready(), pointer_.x(), pointer_.y(), event->angleDelta().y()));
     showCursor(event->modifiers());
     event->accept();
@@ -351,21 +402,20 @@ void UIImagePaneWin::keyPressEvent(QKeyEvent* event)
         return;
     }
     if (pane.dragging || pane.panning) return; // the mouse holds the picture
-    (void)TKPanePress(&pane, middle.x(), middle.y(), tkButtonMiddle, 0);
-    carryOut(TKPaneRelease(&pane, middle.x() + move.x(), middle.y() + move.y(), tkButtonMiddle, 0));
+    carryOut(TKPanPane(&pane, move.x(), move.y()));
 }
 
 void UIImagePaneWin::enterEvent(QEnterEvent* event)
 {
-    pointer_ = UIDeviceAreaOf(this).pointAt(event->position());
+    pointerMoved(*event);
     qApp->installEventFilter(this); // Shift and Control change the cursor without a move
     showCursor(QGuiApplication::keyboardModifiers());
+    probeFollows();
 }
 
 void UIImagePaneWin::leaveEvent(QEvent*)
 {
-    qApp->removeEventFilter(this);
-    if (fixedMode_ < 0) TKMoveProbe(session_, false, 0, 0);
+    pointerLeft();
     if (hoveredEnd_ == 0) return;
     hoveredEnd_ = 0;
     update();
@@ -373,14 +423,28 @@ void UIImagePaneWin::leaveEvent(QEvent*)
 
 void UIImagePaneWin::hideEvent(QHideEvent*)
 {
-    qApp->removeEventFilter(this);
-    if (fixedMode_ < 0) TKMoveProbe(session_, false, 0, 0);
-    TKPaneLoseGrab(&ready());
+    pointerLeft();
+    hoveredEnd_ = 0;
+}
+
+void UIImagePaneWin::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void UIImagePaneWin::focusOutEvent(QFocusEvent*)
+{
+    update();
 }
 
 bool UIImagePaneWin::event(QEvent* event)
 {
-    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::UngrabMouse) TKPaneLoseGrab(&ready());
+    ImagePaneVars* pane = shownMode_ >= 0 ? &panes_[shownMode_] : nullptr;
+    if (pane && (pane->dragging || pane->panning) && UIEndsHold(*event, QtButtonOf(pane->heldButton))) {
+        TKPaneLoseGrab(pane);
+        showCursor(QGuiApplication::keyboardModifiers());
+        update();
+    }
     return QWidget::event(event);
 }
 

@@ -7,6 +7,8 @@
 #include <QImage>
 #include <QWidget>
 
+class QSinglePointEvent;
+
 class UIImagePaneWin : public QWidget {
   public:
     /// Follows the session's image mode with a record for each, or shows one mode for good.
@@ -33,6 +35,8 @@ class UIImagePaneWin : public QWidget {
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -42,6 +46,10 @@ class UIImagePaneWin : public QWidget {
     void makeWords(const ImagePaneVars& pane);
     void paintSplit(QPainter& painter, const ImagePaneVars& pane);
     void paintProbe(QPainter& painter, const ImagePaneVars& pane);
+    void paintFocus(QPainter& painter, const QRect& whole, qreal ratio);
+    void pointerMoved(const QSinglePointEvent& event);
+    void pointerLeft();
+    void probeFollows(); ///< the picture may have moved under the pointer
     void showCursor(Qt::KeyboardModifiers modifiers);
 
     TKSession* session_;
@@ -51,8 +59,10 @@ class UIImagePaneWin : public QWidget {
     float sample_[3] = {};   ///< what a pick reads into
     QImage words_;           ///< the visible part, at the size it is shown, in device pixels
     TKPaneScale wordsScale_ = {};
-    bool stale_ = true; ///< words_ is older than the surface
-    QPoint pointer_;    ///< device pixels
+    bool stale_ = true;       ///< words_ is older than the surface
+    QPoint pointer_;          ///< device pixels
+    QPointF desktop_;         ///< the same place among the windows: it stays when this window moves
+    bool hasPointer_ = false; ///< the pointer is over this window, or holds something of it
     int32_t hoveredEnd_ = 0;
     int64_t shownCursor_ = -1; ///< its number; a new cursor for each move would be a new picture for the window system
     qreal shownCursorRatio_ = 0;

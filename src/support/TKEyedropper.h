@@ -72,8 +72,8 @@ bool TKIsPickingFor(const TKSession* session, const TKEyedropper* eyedropper);
 uint32_t TKPickCursor(const TKSession* session, uint32_t modifiers);
 
 /// The colour under the pointer; outside the picture 0, 0, 0. Called with each move over a picture, before the press
-/// too, with the press, each move of the drag and the release; swatches show it, the record keeps its colour. A component that is no finite number counts as 0. Nothing happens while
-/// nothing is picked.
+/// too, with the press, each move of the drag and the release; swatches show it, the record keeps its colour. A
+/// component that is no finite number counts as 0. Nothing happens while nothing is picked.
 void TKPickSample(TKSession* session, const float rgb[3]);
 
 /// The mouse button was released: the procedure is called with the last sample, which is then stored at the bound field
@@ -84,8 +84,8 @@ TKEffect TKPickEnd(TKSession* session);
 /// Gives the pick up; nothing changes but what swatches show.
 void TKPickCancel(TKSession* session);
 
-/// Offers a key of the window, wherever the focus is: Escape gives a pick up, unless an open edit has a use for it. True
-/// when the key was consumed.
+/// Offers a key of the window, wherever the focus is: Escape gives a pick up, unless an open edit has a use for it.
+/// True when the key was consumed.
 bool TKPickKey(TKSession* session, uint32_t virtualKey);
 
 /// An eyedropper ends before the session does: a pick of its own is given up.

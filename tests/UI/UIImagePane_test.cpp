@@ -305,6 +305,42 @@ TEST_F(ImagePane, AnotherSizeOfPaneKeepsTheZoomAndClampsThePan)
     EXPECT_EQ(TKShownRect(pane_).width, 0);
 }
 
+TEST_F(ImagePane, ThePanWaitsForARoomOrAPictureThatIsMissingForAWhile)
+{
+    ZoomTo(4, 300, 200);
+    const ImagePaneVars before = pane_;
+    ASSERT_GT(before.panX, 0);
+    ASSERT_GT(before.panY, 0);
+    TKSetPaneFrame(&pane_, {.x = 0, .y = 0, .width = 3, .height = 3});
+    TKSetPaneSurface(&pane_, nullptr, 1);
+    EXPECT_FALSE(TKPanPane(&pane_, 50, 50).repaints);
+    EXPECT_FALSE(TKZoomPane(&pane_, false, 1, 1).repaints);
+    TKSetPaneSurface(&pane_, &picture_, 1);
+    TKSetPaneFrame(&pane_, before.frame);
+    EXPECT_EQ(pane_.zoom, before.zoom);
+    EXPECT_EQ(pane_.panX, before.panX);
+    EXPECT_EQ(pane_.panY, before.panY);
+    const Surface small(80, 60); // a smaller picture instead: clamped to what there is of it
+    TKSetPaneSurface(&pane_, nullptr, 1);
+    TKSetPaneSurface(&pane_, &small, 1);
+    EXPECT_LE(pane_.panX, 60);
+    EXPECT_LE(pane_.panY, 45);
+    EXPECT_TRUE(TKIsInPicture(pane_, At(401, 301)));
+}
+
+TEST_F(ImagePane, AKeysPanIsThatOfTheHandAndEndsAtTheEdge)
+{
+    ZoomTo(4, 200, 150);
+    const double before = pane_.panX;
+    EXPECT_TRUE(TKPanPane(&pane_, -40, 0).repaints);
+    EXPECT_DOUBLE_EQ(pane_.panX, before + 20);
+    EXPECT_TRUE(TKPanPane(&pane_, 100000, 100000).repaints);
+    EXPECT_EQ(pane_.panX, 0);
+    EXPECT_EQ(pane_.panY, 0);
+    EXPECT_FALSE(TKPanPane(&pane_, 1, 1).repaints);
+    EXPECT_FALSE(pane_.panning);
+}
+
 TEST_F(ImagePane, AViewIsTakenOverByAnotherPane)
 {
     ZoomTo(3, 300, 200);
