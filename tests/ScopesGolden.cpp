@@ -12,8 +12,10 @@ using Selection = ScopeSelection;
 
 void Nothing(Context*, Selection*) {}
 
+constexpr ScopeGoldenSize kSmall = {160, 120}, kMiddle = {320, 240};
+
 constexpr ScopeGoldenCase kCases[] = {
-    {"combo", scopeTabCombo, Nothing, false},
+    {"combo", scopeTabCombo, Nothing, kMiddle},
     {"combo-of-others", scopeTabCombo,
      [](Context*, Selection* s) {
          s->comboSelection[0] = scopeRGBWFM;
@@ -22,21 +24,21 @@ constexpr ScopeGoldenCase kCases[] = {
          s->comboSelection[3] = scopeYCWFM;
          s->comboVectorscopeZoom = 2;
      },
-     false},
-    {"luma", scopeTabLumaWFM, Nothing, true},
+     kMiddle},
+    {"luma", scopeTabLumaWFM, Nothing, kSmall},
     {"luma-pal-mv", scopeTabLumaWFM,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 2;
          c->settings.wfmUnitsMV = 1;
      },
-     true},
+     kSmall},
     {"luma-709-legal", scopeTabLumaWFM,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 3;
          c->settings.videoBlackLevel = 16;
          c->settings.videoWhiteLevel = 235;
      },
-     true},
+     kSmall},
     {"luma-709-legal-mv", scopeTabLumaWFM,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 3;
@@ -44,48 +46,53 @@ constexpr ScopeGoldenCase kCases[] = {
          c->settings.videoBlackLevel = 16;
          c->settings.videoWhiteLevel = 235;
      },
-     true},
-    {"luma-setup", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.videoBlackSetupPresent = 1; }, true},
-    {"luma-picture-colour", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
-    {"luma-saturated", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0x10000; }, true},
-    {"luma-grey", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0xCCC; }, true},
-    {"luma-suspended", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.updateSuspended = true; }, true},
-    {"luma-playing", scopeTabLumaWFM, [](Context*, Selection* s) { s->isPlaying = true; }, true},
-    {"yc", scopeTabLumaWFM + 1, Nothing, true},
+     kSmall},
+    {"luma-setup", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.videoBlackSetupPresent = 1; }, kSmall},
+    {"luma-picture-colour", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, kSmall},
+    {"luma-saturated", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0x10000; }, kSmall},
+    {"luma-grey", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.uiSaturation = 0xCCC; }, kSmall},
+    {"luma-suspended", scopeTabLumaWFM, [](Context* c, Selection*) { c->settings.updateSuspended = true; }, kSmall},
+    {"luma-playing", scopeTabLumaWFM, [](Context*, Selection* s) { s->isPlaying = true; }, kSmall},
+    {"yc", scopeTabLumaWFM + 1, Nothing, kSmall},
     {"yc-mv", scopeTabLumaWFM + 1,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 2;
          c->settings.wfmUnitsMV = 1;
      },
-     true},
-    {"yc-picture-colour", scopeTabLumaWFM + 1, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
-    {"rgb", scopeTabLumaWFM + 2, Nothing, true},
-    {"gbr", scopeTabLumaWFM + 3, Nothing, true},
-    {"yrgb", scopeTabLumaWFM + 4, Nothing, true},
-    {"ycbcr", scopeTabLumaWFM + 5, Nothing, true},
+     kSmall},
+    {"yc-picture-colour", scopeTabLumaWFM + 1, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, kSmall},
+    {"rgb", scopeTabLumaWFM + 2, Nothing, kSmall},
+    {"gbr", scopeTabLumaWFM + 3, Nothing, kSmall},
+    {"yrgb", scopeTabLumaWFM + 4, Nothing, kSmall},
+    {"ycbcr", scopeTabLumaWFM + 5, Nothing, kSmall},
     {"ycbcr-mv", scopeTabLumaWFM + 5,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 2;
          c->settings.wfmUnitsMV = 1;
      },
-     true},
-    {"ycbcr-picture-colour", scopeTabLumaWFM + 5, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, true},
-    {"overlay", scopeTabLumaWFM + 6, Nothing, true},
-    {"vectorscope-601", scopeTabVectorscope, Nothing, true},
+     kSmall},
+    {"ycbcr-picture-colour", scopeTabLumaWFM + 5, [](Context* c, Selection*) { c->settings.wfmColor = 1; }, kSmall},
+    {"overlay", scopeTabLumaWFM + 6, Nothing, kSmall},
+    {"vectorscope-601", scopeTabVectorscope, Nothing, kSmall},
     {"vectorscope-601-100", scopeTabVectorscope, [](Context* c, Selection*) { c->settings.vsCalibration100 = 1; },
-     true},
-    {"vectorscope-709", scopeTabVectorscope, [](Context* c, Selection*) { c->settings.videoSystem = 3; }, true},
+     kSmall},
+    {"vectorscope-709", scopeTabVectorscope, [](Context* c, Selection*) { c->settings.videoSystem = 3; }, kSmall},
     {"vectorscope-240m-100", scopeTabVectorscope,
      [](Context* c, Selection*) {
          c->settings.videoSystem = 4;
          c->settings.vsCalibration100 = 1;
      },
-     true},
-    {"vectorscope-5x", scopeTabVectorscope, [](Context*, Selection* s) { s->vectorscopeZoom = 5; }, true},
-    {"histograms", scopeTabHistograms, Nothing, false},
-    {"histograms-small", scopeTabHistograms, Nothing, true},
-    {"tone-curve", scopeTabToneCurve, Nothing, true},
-    {"source", scopeTabCombo, [](Context*, Selection* s) { s->imageSelection = scopeImageSource; }, true},
+     kSmall},
+    {"vectorscope-5x", scopeTabVectorscope, [](Context*, Selection* s) { s->vectorscopeZoom = 5; }, kSmall},
+    {"histograms", scopeTabHistograms, Nothing, kMiddle},
+    {"histograms-small", scopeTabHistograms, Nothing, kSmall},
+    {"histograms-wide", scopeTabHistograms, Nothing, {640, 480}},   // 512 bins, statistics beside them
+    {"histograms-tight", scopeTabHistograms, Nothing, {312, 288}},  // 256 bins, the statistics moved in
+    {"histograms-halves", scopeTabHistograms, Nothing, {240, 300}}, // 128 bins with statistics
+    {"histograms-ghost", scopeTabHistograms, Nothing, {360, 288}, true},
+    {"combo-ghost", scopeTabCombo, Nothing, kMiddle, true},
+    {"tone-curve", scopeTabToneCurve, Nothing, kSmall},
+    {"source", scopeTabCombo, [](Context*, Selection* s) { s->imageSelection = scopeImageSource; }, kSmall},
 };
 
 /// Eight bars above, ramps of several colours below; alpha is real.
@@ -142,7 +149,7 @@ std::vector<uint8_t> MakeScopeGolden(const ScopeGoldenCase& which, bool readable
 {
     ScopeSurface result, source, target;
     if (ScopeSurfaceCreate(176, 96, &result) != bpNoErr || ScopeSurfaceCreate(64, 48, &source) != bpNoErr ||
-        ScopeSurfaceCreate(which.isSmall ? 160 : 320, which.isSmall ? 120 : 240, &target) != bpNoErr)
+        ScopeSurfaceCreate(which.size.width, which.size.height, &target) != bpNoErr)
         return {};
     FillPicture(result, 191);
     FillPicture(source, 255);
@@ -155,6 +162,7 @@ std::vector<uint8_t> MakeScopeGolden(const ScopeGoldenCase& which, bool readable
     selection.analysisSelection = which.tab;
     which.edit(&context, &selection);
     DrawAnalysisPane(&target, selection, {&result, &source, nullptr}, context);
+    if (which.hasGhost) DrawScopeGhost(&target, selection, &source, context);
     std::vector<uint8_t> bytes = Packed(target);
     ScopeSurfaceDispose(&result);
     ScopeSurfaceDispose(&source);

@@ -4,17 +4,22 @@
 // little-endian. Letters are boxes of known size, so that no font matters.
 #pragma once
 
-#include "src/TincturaUIDispCombo.h"
+#include "src/TincturaUIDispProbe.h"
 
 #include <span>
 #include <string>
 #include <vector>
 
+struct ScopeGoldenSize {
+    uint32_t width, height;
+};
+
 struct ScopeGoldenCase {
     const char* name; ///< of the file
     int32_t tab;      ///< ScopeTab
     void (*edit)(ScopeContext* context, ScopeSelection* selection);
-    bool isSmall; ///< a pane of 160 x 120 instead of 320 x 240
+    ScopeGoldenSize size;  ///< of the pane
+    bool hasGhost = false; ///< the source's, behind the result
 };
 
 std::span<const ScopeGoldenCase> ScopeGoldenCases();

@@ -155,6 +155,100 @@ TEST(WaveformTrace, OfTheFastKernelHasTheReadableOnesBytesOnEveryInstructionSetA
     });
 }
 
+TEST(WaveformTrace, OfTheFastKernelReadsAnyStrideAndNoByteBeyondThePicture)
+{
+    Random random(21);
+    int drawn = 0;
+    for (int round = 0; round < 200; ++round) {
+        Surface fast(330, 160), readable(330, 160), scene(static_cast<uint32_t>(Within(random, 1, 200)), 30);
+        FillAny(&scene, random);
+        const size_t packed = size_t{scene.width} * 4, offset = random() % 16;
+        const size_t stride = packed + random() % 19;              // no multiple of anything
+        std::vector<uint8_t> bytes(offset + 29 * stride + packed); // and it ends with its last pixel
+        for (size_t row = 0; row < 30; ++row)
+            std::memcpy(bytes.data() + offset + row * stride, scene.pixels + row * scene.rowBytes, packed);
+        const ScopeRect bounds = ScopeBoundsOf(fast);
+        WaveformParams params = AnyMonitor(random, &fast, &bounds, scene);
+        if (round % 2 == 0) params.mode = waveformSingle;
+        params.sourcePixels = bytes.data() + offset;
+        params.sourceRowBytes = static_cast<int32_t>(stride);
+        WaveformTrace trace;
+        if (!WaveformTraceOf(params, bounds, &trace)) continue;
+        ++drawn;
+        DrawWaveformTrace(trace, 1, nullptr);
+        trace.target = readable;
+        trace.source = scene.pixels;
+        trace.sourceRowBytes = scene.rowBytes;
+        DrawWaveformTraceScalar(trace);
+        ASSERT_TRUE(SameSurface(readable, fast))
+            << "round " << round << ", stride " << stride << ", mode " << params.mode << ", flags " << params.flags;
+    }
+    EXPECT_GT(drawn, 100);
+}
+
+TEST(WaveformTrace, OfTheFastKernelKeepsToAClipInsideTheBounds)
+{
+    Random random(22);
+    int drawn = 0, cut = 0;
+    for (int round = 0; round < 300; ++round) {
+        Surface fast(330, 200), readable(330, 200), whole(330, 200), source(60, 40);
+        FillAny(&source, random);
+        fast.FillBytes(0x33);
+        readable.FillBytes(0x33);
+        whole.FillBytes(0x33);
+        const ScopeRect bounds = ScopeRectOf(10, 10, 190, 320);
+        const int32_t top = Within(random, 12, 150), left = Within(random, 12, 250);
+        const ScopeRect clip = ScopeRectOf(top, left, Within(random, top + 1, 188), Within(random, left + 1, 318));
+        WaveformParams params = AnyMonitor(random, &fast, &bounds, source);
+        if (round % 2 == 0) params.mode = waveformSingle;
+        WaveformTrace trace;
+        if (!WaveformTraceOf(params, clip, &trace)) continue;
+        ++drawn;
+        DrawWaveformTrace(trace, 1, nullptr);
+        trace.target = readable;
+        DrawWaveformTraceScalar(trace);
+        ASSERT_TRUE(SameSurface(readable, fast)) << "round " << round << ", mode " << params.mode;
+        // The clip is all that parts it from the whole trace.
+        ASSERT_TRUE(WaveformTraceOf(params, bounds, &trace));
+        trace.target = whole;
+        DrawWaveformTrace(trace, 1, nullptr);
+        for (int32_t y = 0; y < 200; ++y)
+            for (int32_t x = 0; x < 330; ++x) {
+                const bool isInside = x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
+                const Surface::Pixel expected = isInside ? whole.At(x, y) : Surface::Pixel{0x33, 0x33, 0x33, 0x33};
+                ASSERT_EQ(fast.At(x, y), expected) << "round " << round << ": " << x << ", " << y;
+                cut += !isInside && !(whole.At(x, y) == expected);
+            }
+    }
+    EXPECT_GT(drawn, 150);
+    EXPECT_GT(cut, 1000);
+}
+
+TEST(WaveformTrace, OfAPictureMuchWiderThanThePaneHasTheReadableOnesBytes)
+{
+    // More than ten pixels a column.
+    for (const uint32_t width : {1100u, 4096u, 20000u}) {
+        Surface source(width, 6);
+        FillScene(&source);
+        for (const uint32_t flags : {0u, uint32_t{waveformYC}, uint32_t{waveformPictureColor}})
+            for (const int32_t mode : {1, 2, 3, 4, 5, 6}) {
+                Surface fast(110, 90), readable(110, 90);
+                const ScopeRect bounds = ScopeBoundsOf(fast);
+                WaveformParams params = PlainMonitor(mode, &bounds);
+                params.flags |= flags;
+                params.sourcePixels = source.pixels;
+                params.sourceWidth = static_cast<int32_t>(width);
+                params.sourceHeight = 6;
+                params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+                WaveformLayout layout;
+                ASSERT_TRUE(WaveformLayoutOf(params, 110, &layout));
+                ASSERT_GT(layout.xStep, 10 * 65536);
+                DrawBoth(params, &fast, &readable);
+                EXPECT_TRUE(SameSurface(readable, fast)) << width << ", mode " << mode << ", flags " << flags;
+            }
+    }
+}
+
 TEST(WaveformTrace, OfAPaneHigherThanATileHasTheReadableOnesBytes)
 {
     for (const int32_t height : {4090, 4092, 4093, 5000}) {
