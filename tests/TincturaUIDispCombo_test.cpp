@@ -15,6 +15,10 @@ std::vector<std::vector<int32_t>> Curves(const Recorder& recorder, const ScopeRe
     for (const SeenMark& seen : recorder.Of(scopeMarkLine)) {
         if (seen.mark.x0 == plot.left + 1 && seen.mark.x1 == plot.right - 2) continue; // grid
         if (seen.mark.x1 == plot.left) curves.emplace_back();
+        if (curves.empty()) {
+            ADD_FAILURE() << "a line before the first curve";
+            break;
+        }
         EXPECT_EQ(seen.mark.x1, plot.left + static_cast<double>(curves.back().size()));
         curves.back().push_back(static_cast<int32_t>(seen.mark.y1));
     }
@@ -122,13 +126,27 @@ TEST(ToneCurve, OfANeutralResultIsTheDiagonalInFourColoursTheLumaLast)
     context.resultSurface = &result;
     DrawToneCurve(&target, nullptr, &result, context);
     const ScopeRect plot = ToneCurvePlot(ScopeBoundsOf(target));
-    for (const auto& curve : Curves(recorder, plot))
+    const std::vector<std::vector<int32_t>> curves = Curves(recorder, plot);
+    ASSERT_EQ(curves.size(), 4u);
+    for (const auto& curve : curves) {
+        ASSERT_EQ(curve.size(), 376u);
         for (int32_t i = 0; i < 376; ++i) EXPECT_NEAR(curve[static_cast<size_t>(i)], plot.bottom - 1 - i, 1) << i;
+    }
     ScopePalette palette;
     PrepareScopePalette(&palette, context.settings.uiSaturation);
-    EXPECT_EQ(recorder.Of(scopeMarkLine).back().mark.color.red, palette.luma.red);
     EXPECT_EQ(palette.luma.red, palette.luma.green);
     EXPECT_EQ(palette.luma.red, palette.luma.blue);
+    // The last 4 x 376 lines are the curves', in the order red, green, blue, luma.
+    const std::vector<SeenMark> lines = recorder.Of(scopeMarkLine);
+    ASSERT_GE(lines.size(), 4u * 376);
+    const ScopeColor colors[4] = {palette.red, palette.green, palette.blue, palette.luma};
+    for (size_t i = 0; i < 4 * 376; ++i) {
+        const ScopeColor seen = lines[lines.size() - 4 * 376 + i].mark.color, expected = colors[i / 376];
+        ASSERT_TRUE(seen.red == expected.red && seen.green == expected.green && seen.blue == expected.blue) << i;
+    }
+    const auto grey = static_cast<uint8_t>(palette.luma.red >> 8); // what is seen of all four
+    for (int32_t i = 1; i < 375; ++i)
+        ASSERT_EQ(target.At(plot.left + i, curves[3][static_cast<size_t>(i)]), Opaque(grey, grey, grey)) << i;
 }
 
 TEST(ToneCurve, ClampsWhatLeavesTheScale)
