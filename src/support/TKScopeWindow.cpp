@@ -1,4 +1,4 @@
-// The record of the displays' window, and its store.
+// The record of the displays' window, and the store of what the displays remember beside the preferences.
 #include "src/support/TKScopeWindow.h"
 
 #include "src/platform/BPLog.h"
@@ -11,26 +11,28 @@ namespace {
 constexpr int32_t kMostZoom = 10;
 constexpr char kGeometryName[] = "Window Geometry";
 
-/// A number of the record: its name in the store, and what it may be.
+/// A number that is remembered: its name in the store, and what it may be.
 struct NumberRow {
     const char* name;
-    int32_t* (*field)(TKScopeWindow* window);
+    int32_t* (*field)(TKViews* views);
     int32_t least, most;
 };
 
 constexpr NumberRow kNumbers[] = {
-    {"Window Open", [](TKScopeWindow* w) { return &w->isOpen; }, 0, 1},
-    {"Window Display", [](TKScopeWindow* w) { return &w->analysisTab; }, scopeTabCombo, scopeTabToneCurve},
-    {"Window Combo Upper Left", [](TKScopeWindow* w) { return &w->comboSelection[scopeUpperLeft]; }, 1,
+    {"Window Open", [](TKViews* v) { return &v->window.isOpen; }, 0, 1},
+    {"Window Display", [](TKViews* v) { return &v->window.analysisTab; }, scopeTabCombo, scopeTabToneCurve},
+    {"Window Combo Upper Left", [](TKViews* v) { return &v->window.comboSelection[scopeUpperLeft]; }, 1,
      kScopeDisplayCount},
-    {"Window Combo Upper Right", [](TKScopeWindow* w) { return &w->comboSelection[scopeUpperRight]; }, 1,
+    {"Window Combo Upper Right", [](TKViews* v) { return &v->window.comboSelection[scopeUpperRight]; }, 1,
      kScopeDisplayCount},
-    {"Window Combo Lower Left", [](TKScopeWindow* w) { return &w->comboSelection[scopeLowerLeft]; }, 1,
+    {"Window Combo Lower Left", [](TKViews* v) { return &v->window.comboSelection[scopeLowerLeft]; }, 1,
      kScopeDisplayCount},
-    {"Window Combo Lower Right", [](TKScopeWindow* w) { return &w->comboSelection[scopeLowerRight]; }, 1,
+    {"Window Combo Lower Right", [](TKViews* v) { return &v->window.comboSelection[scopeLowerRight]; }, 1,
      kScopeDisplayCount},
-    {"Window Vectorscope Zoom", [](TKScopeWindow* w) { return &w->vectorscopeZoom; }, 1, kMostZoom},
-    {"Window Combo Vectorscope Zoom", [](TKScopeWindow* w) { return &w->comboVectorscopeZoom; }, 1, kMostZoom},
+    {"Window Vectorscope Zoom", [](TKViews* v) { return &v->window.vectorscopeZoom; }, 1, kMostZoom},
+    {"Window Combo Vectorscope Zoom", [](TKViews* v) { return &v->window.comboVectorscopeZoom; }, 1, kMostZoom},
+    {"Vectorscope Zoom", [](TKViews* v) { return &v->vectorscopeZoom; }, 1, kMostZoom},
+    {"Combo Vectorscope Zoom", [](TKViews* v) { return &v->comboVectorscopeZoom; }, 1, kMostZoom},
 };
 
 void ReadGeometry(const BPKeyedStoreOps& ops, BPKeyedStore* store, TKScopeWindow* window)
@@ -57,6 +59,7 @@ void TKReadScopeWindow(TKSession* session)
 {
     TKScopeWindow& window = session->views.window;
     TKInitScopeWindow(&window);
+    session->views.vectorscopeZoom = session->views.comboVectorscopeZoom = 1;
     const BPKeyedStoreOps& ops = session->platform->keyedStore;
     BPKeyedStore store = {};
     if (ops.open(kTKScopeWindowStore, &store) != bpNoErr) return; // a first start, or told by the log
@@ -65,7 +68,7 @@ void TKReadScopeWindow(TKSession* session)
         const BPStatus err = ops.readNumber(&store, row.name, &value);
         if (err != bpNoErr && err != bpNotFoundErr) break; // each further value would wait as long as this one did
         if (err == bpNoErr && value >= static_cast<uint32_t>(row.least) && value <= static_cast<uint32_t>(row.most))
-            *row.field(&window) = static_cast<int32_t>(value);
+            *row.field(&session->views) = static_cast<int32_t>(value);
     }
     if (TKScopeWindowNumberOf(window.analysisTab) < 0) window.analysisTab = scopeTabCombo; // a pane of its own
     ReadGeometry(ops, &store, &window);
@@ -82,13 +85,13 @@ void TKWriteScopeWindow(TKSession* session)
     if (err == bpNoErr) err = ops.begin(&store);
     if (err == bpNoErr) {
         for (const NumberRow& row : kNumbers)
-            (void)ops.writeNumber(&store, row.name, static_cast<uint32_t>(*row.field(&window)));
+            (void)ops.writeNumber(&store, row.name, static_cast<uint32_t>(*row.field(&session->views)));
         if (window.geometryBytes > 0)
             (void)ops.writeBlock(&store, kGeometryName, window.geometry, window.geometryBytes);
         err = ops.commit(&store);
     }
     if (store.handle != 0) ops.close(&store);
-    if (err != bpNoErr) BPDebugLog("The window of the displays could not be stored, error %d\n", err);
+    if (err != bpNoErr) BPDebugLog("The displays' window and zooms could not be stored, error %d\n", err);
 }
 
 void TKOpenScopeWindow(TKSession* session, bool open)

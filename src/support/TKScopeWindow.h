@@ -1,7 +1,8 @@
 // The displays in a window of their own, on any screen: an option, off until a user turns it on. The window has a
 // selection of its own and follows each refresh as the analysis pane does, in the single view as well.
 //
-// It is remembered in a store of its own, so that the preferences hold what they always held.
+// It is remembered in a store of its own, so that the preferences hold what they always held; there lie the zooms of the
+// analysis pane too.
 #pragma once
 
 #include "src/TincturaUIDispCombo.h"
@@ -25,10 +26,11 @@ struct TKScopeWindow {
 /// Closed, with the selection of a first start and no place.
 void TKInitScopeWindow(TKScopeWindow* window);
 
-/// Reads what the last session left. What is missing, out of range or unreadable is as TKInitScopeWindow makes it.
+/// Reads what the last session left, the pane's zooms included. What is missing, out of range or unreadable is as
+/// TKInitViews makes it.
 void TKReadScopeWindow(TKSession* session);
 
-/// Stores it, all or nothing; the log tells a failure.
+/// Stores it and the pane's zooms, all or nothing; the log tells a failure.
 void TKWriteScopeWindow(TKSession* session);
 
 /// Opens or closes the window, at once and for the next sessions.

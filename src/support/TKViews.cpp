@@ -194,9 +194,12 @@ bool TKDrawStaleAnalysis(TKSession* session, TKScopePlace place)
 
 void TKShowSelection(TKSession* session, TKScopePlace place, const ScopeSelection& selection, bool writes, bool force)
 {
+    const ScopeSelection before = TKSelectionOf(session, place);
     TKStoreSelection(session, selection, place);
+    const bool zooms = selection.vectorscopeZoom != before.vectorscopeZoom ||
+                       selection.comboVectorscopeZoom != before.comboVectorscopeZoom;
+    if (zooms || (writes && place == tkScopesWindow)) TKWriteScopeWindow(session);
     if (place == tkScopesWindow) {
-        if (writes) TKWriteScopeWindow(session);
         UpdateScopeWindow(session, force);
     } else {
         if (writes) TKWritePreferences(session);

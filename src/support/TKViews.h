@@ -100,7 +100,8 @@ void UpdateAnalysisPane(TKSession* session, bool force);
 /// For the paint: brings a port up to date. True when it had to be drawn.
 bool TKDrawStaleAnalysis(TKSession* session, TKScopePlace place = tkScopesPane);
 
-/// Shows another selection: keeps it where the effect says so, and draws it. For both places.
+/// Shows another selection: keeps it where the effect says so, its zooms whenever they change, and draws it. For both
+/// places.
 void TKShowSelection(TKSession* session, TKScopePlace place, const ScopeSelection& selection, bool writes, bool force);
 
 /// What the displays of a place show, in words, for a screen reader: their names, and the probe's reading.

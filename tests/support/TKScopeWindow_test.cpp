@@ -127,6 +127,26 @@ TEST_F(TKScopeWindowTest, WhatTheNextSessionReadsIsWhatThisOneLeft)
     EXPECT_EQ(std::memcmp(&left, &Window(), sizeof left), 0);
 }
 
+TEST_F(TKScopeWindowTest, TheZoomsOfThePaneAreKeptAsSoonAsTheyChange)
+{
+    ScopeSelection selection = TKSelectionOf(session_);
+    TKShowSelection(session_, tkScopesPane, selection, false, true);
+    EXPECT_EQ(Store().size(), 0u); // nothing has changed
+    selection.vectorscopeZoom = 7;
+    TKShowSelection(session_, tkScopesPane, selection, false, true);
+    selection.comboVectorscopeZoom = 2;
+    TKShowSelection(session_, tkScopesPane, selection, false, true);
+    TKReadScopeWindow(session_);
+    EXPECT_EQ(TKSelectionOf(session_).vectorscopeZoom, 7);
+    EXPECT_EQ(TKSelectionOf(session_).comboVectorscopeZoom, 2);
+    EXPECT_EQ(TKSelectionOf(session_, tkScopesWindow).vectorscopeZoom, 1);
+    StoreNumber("Vectorscope Zoom", 11);
+    StoreNumber("Combo Vectorscope Zoom", 0);
+    TKReadScopeWindow(session_);
+    EXPECT_EQ(TKSelectionOf(session_).vectorscopeZoom, 1);
+    EXPECT_EQ(TKSelectionOf(session_).comboVectorscopeZoom, 1);
+}
+
 TEST_F(TKScopeWindowTest, WhatNoSessionCanHaveLeftIsTheDefault)
 {
     TKOpenScopeWindow(session_, true);
@@ -164,7 +184,7 @@ TEST_F(TKScopeWindowTest, AStoreThatFailsLeavesWhatIsOnScreen)
     gBPFake.failFrom[bpFakeStoreOpen] = 1;
     TKOpenScopeWindow(session_, true);
     EXPECT_EQ(Window().isOpen, 1);
-    EXPECT_GE(TKLogCount("The window of the displays could not be stored"), 1u);
+    EXPECT_GE(TKLogCount("The displays' window and zooms could not be stored"), 1u);
     EXPECT_EQ(gBPFake.openStores, 0u);
 }
 
