@@ -61,14 +61,16 @@ UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWid
     options_->setPopupMode(QToolButton::InstantPopup);
     options_->setMenu(new QMenu(options_));
     options_->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
-    addOption("Probe", "probe", &TKViews::probeOn);
-    addOption("Ghost of Reference", "ghost", &TKViews::ghostOn);
+    (void)addOption("Probe", "probe", &TKViews::probeOn);
+    QAction* ghost = addOption("Ghost of Reference", "ghost", &TKViews::ghostOn);
     QAction* window = options_->menu()->addAction(QStringLiteral("Displays in a Window"));
     window->setObjectName(QStringLiteral("scope_window_option"));
     window->setCheckable(true);
     connect(window, &QAction::triggered, this, [this](bool on) { TKOpenScopeWindow(session_, on); });
-    connect(options_->menu(), &QMenu::aboutToShow, this, // it may have been closed by itself
-            [this, window] { window->setChecked(session_->views.window.isOpen != 0); });
+    connect(options_->menu(), &QMenu::aboutToShow, this, [this, ghost, window] {
+        ghost->setEnabled(session_->views.referenceSurface.pixels != nullptr);
+        window->setChecked(session_->views.window.isOpen != 0); // it may have been closed by itself
+    });
     tabs_->select(qBound(0, session->views.analysisTab, kScopeTabCount - 1));
     session->views.analysisTab = tabs_->current();
     tabs_->onSelect = [this](int index) { tabSelected(index); };
@@ -100,7 +102,7 @@ void UIAnalysisPaneWin::showPage()
     scopes_->setVisible(tab != scopeTabReference && tab != scopeTabGallery);
 }
 
-void UIAnalysisPaneWin::addOption(const char* title, const char* name, bool TKViews::*option)
+QAction* UIAnalysisPaneWin::addOption(const char* title, const char* name, bool TKViews::*option)
 {
     QAction* action = options_->menu()->addAction(QString::fromLatin1(title));
     action->setObjectName(QString::fromLatin1(name));
@@ -109,6 +111,7 @@ void UIAnalysisPaneWin::addOption(const char* title, const char* name, bool TKVi
         session_->views.*option = on;
         RefreshDisplaysOnly(session_, false);
     });
+    return action;
 }
 
 void UIAnalysisPaneWin::fitTabs(int room)

@@ -23,7 +23,7 @@ class UIAnalysisPaneWin : public QWidget {
     void tabSelected(int index);
     void showPage();
     void fitTabs(int room);
-    void addOption(const char* title, const char* name, bool TKViews::*option);
+    QAction* addOption(const char* title, const char* name, bool TKViews::*option);
 
     TKSession* session_;
     UIHorizTabWin* tabs_;

@@ -74,10 +74,11 @@ BPStatus FitFrame(FBFrame** frame, uint32_t width, uint32_t height)
     return FBCreateRGBFrameBuffer(width, height, frame, pixFormatRGBYPlanar_Float);
 }
 
+/// What has the size of the clip; a reference picture of another one could not be laid beside it.
 void DisposeWorlds(TKSession* session)
 {
-    for (ScopeSurface* surface :
-         {&session->resultSurface, &session->splitSurface, &session->splitMask, &session->secondarySurface})
+    for (ScopeSurface* surface : {&session->resultSurface, &session->splitSurface, &session->splitMask,
+                                  &session->secondarySurface, &session->views.referenceSurface})
         ScopeSurfaceDispose(surface);
 }
 

@@ -48,7 +48,8 @@ struct TKViews {
     int32_t analysisTab;                           ///< ScopeTab; -1 before the panes exist
     int32_t vectorscopeZoom, comboVectorscopeZoom; ///< 1 to 10
     ScopeSplitLine split;
-    ScopeSurface referenceSurface;        ///< the reference image, of the source's size; empty without one
+    ScopeSurface referenceSurface;        ///< the reference image, of the source's size; empty without one, and
+                                          ///< after a clip of another size came
     bool previewBuilding, previewPlaying; ///< rapid preview; the displays then have no picture
     bool probeOn, ghostOn;                ///< options of the displays, off at the start
     bool probeHasPixel;                   ///< the pointer is over a picture

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QToolButton>
 
 namespace {
 
@@ -293,6 +294,28 @@ TEST_F(UIViews, TheWheelZoomsTheVectorscopeUnderThePointerAlone)
     EXPECT_EQ(session_->views.vectorscopeZoom, 10);
     ClickTab(Tabs(), scopeTabLumaWFM);
     EXPECT_EQ(OpenMenu(Scopes()->rect().center()), nullptr);
+}
+
+TEST_F(UIViews, TheGhostCanBeChosenOnlyWhileThereIsAReferencePicture)
+{
+    QMenu* menu = Find<QToolButton>("scope_options")->menu();
+    const auto item = [menu](const char* name) { return menu->findChild<QAction*>(QString::fromLatin1(name)); };
+    const auto open = [menu] {
+        menu->popup(QPoint(50, 50));
+        menu->close();
+    };
+    ASSERT_NE(item("ghost"), nullptr);
+    open();
+    EXPECT_FALSE(item("ghost")->isEnabled());
+    EXPECT_TRUE(item("probe")->isEnabled());
+    ASSERT_EQ(ScopeSurfaceCreate(64, 36, &session_->views.referenceSurface), bpNoErr);
+    open();
+    EXPECT_TRUE(item("ghost")->isEnabled());
+    item("ghost")->trigger();
+    EXPECT_TRUE(session_->views.ghostOn);
+    ScopeSurfaceDispose(&session_->views.referenceSurface);
+    open();
+    EXPECT_FALSE(item("ghost")->isEnabled());
 }
 
 TEST_F(UIViews, ADisplayFollowsADrag)

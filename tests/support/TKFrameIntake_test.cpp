@@ -153,6 +153,25 @@ TEST_F(TKFrameIntake, TheSurfacesFollowTheSizeAndStayWhenItStays)
     EXPECT_TRUE(ShowsFrame(session_->resultSurface, 1));
 }
 
+TEST_F(TKFrameIntake, AReferencePictureStaysForAClipOfItsSizeAndGoesWithAnother)
+{
+    Attach();
+    ASSERT_EQ(ScopeSurfaceCreate(8, 6, &session_->views.referenceSurface), bpNoErr);
+    const uint8_t* pixels = session_->views.referenceSurface.pixels;
+    TKCloseCommBlock(session_);
+    host_.Make();
+    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(session_->views.referenceSurface.pixels, pixels);
+    TKCloseCommBlock(session_);
+    host_.height = 9;
+    host_.Make();
+    ASSERT_NE(TKOpenCommBlock(session_), nullptr);
+    ASSERT_EQ(TKPrepareFrameWorlds(session_), bpNoErr);
+    EXPECT_EQ(session_->views.referenceSurface.pixels, nullptr);
+    EXPECT_EQ(TKSurfaceOfMode(session_, tkImageReference), nullptr);
+}
+
 TEST_F(TKFrameIntake, AnAspectThatIsNoneCountsAsOne)
 {
     AttachOnly();
