@@ -86,7 +86,7 @@ ToolAreaWin::Node ToolAreaWin::build(std::span<const TKTabRow> tabs, const QStri
     Node node;
     std::vector<UITab> row;
     for (const TKTabRow& tab : tabs) row.push_back(TabOf(tab));
-    node.bar = new UIHorizTabWin(session_, std::move(row), this);
+    node.bar = CreateHorizTabs(session_, this, QRect(), std::move(row), true, nullptr); // showPath has the pages
     node.bar->setObjectName(name);
     node.bar->onSelect = [this](int) { showPath(); };
     bars_.push_back(node.bar);
@@ -144,7 +144,7 @@ void ToolAreaWin::showPath()
 
 void ToolAreaWin::selectPane(int index)
 {
-    top_.bar->select(index);
+    SelectTab(top_.bar, index);
 }
 
 void ToolAreaWin::keepSelection()
@@ -161,7 +161,7 @@ void ToolAreaWin::selectTabs(int pane, int inner, int innermost)
     Node* node = &top_;
     for (const int index : {pane, inner, innermost}) {
         if (!node->bar) return;
-        node->bar->select(index);
+        SelectTab(node->bar, index);
         node = &node->children[static_cast<size_t>(node->bar->current())];
     }
 }

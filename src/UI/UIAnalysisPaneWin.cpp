@@ -6,6 +6,7 @@
 
 #include <QPainter>
 #include <QToolButton>
+#include <algorithm>
 
 namespace {
 
@@ -45,12 +46,16 @@ std::vector<UITab> Tabs()
 UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWidget(parent), session_(session)
 {
     setObjectName(QStringLiteral("analysis"));
-    tabs_ = new UIHorizTabWin(session, Tabs(), this);
+    std::span<QWidget*> pages;
+    tabs_ = CreateHorizTabs(session, this, QRect(), Tabs(), false, &pages);
     tabs_->setObjectName(QStringLiteral("analysis_tabs"));
     scopes_ = new UIScopeViewWin(session, tkScopesPane, QStringLiteral("scopes"), this);
     reference_ = new UIImagePaneWin(session, QStringLiteral("reference"), tkImageReference, this);
     gallery_ = new EmptyPage(this);
     gallery_->setObjectName(QStringLiteral("gallery"));
+    std::ranges::fill(pages, scopes_);
+    pages[scopeTabReference] = reference_;
+    pages[scopeTabGallery] = gallery_;
     options_ = new QToolButton(this);
     options_->setObjectName(QStringLiteral("scope_options"));
     options_->setAccessibleName(QStringLiteral("Options of the displays"));
@@ -71,15 +76,14 @@ UIAnalysisPaneWin::UIAnalysisPaneWin(TKSession* session, QWidget* parent) : QWid
         ghost->setEnabled(session_->views.referenceSurface.pixels != nullptr);
         window->setChecked(session_->views.window.isOpen != 0); // it may have been closed by itself
     });
-    tabs_->select(qBound(0, session->views.analysisTab, kScopeTabCount - 1));
+    SelectTab(tabs_, qBound(0, session->views.analysisTab, kScopeTabCount - 1));
     session->views.analysisTab = tabs_->current();
     tabs_->onSelect = [this](int index) { tabSelected(index); };
-    showPage();
 }
 
 void UIAnalysisPaneWin::selectTab(int index)
 {
-    tabs_->select(index);
+    SelectTab(tabs_, index);
 }
 
 void UIAnalysisPaneWin::tabSelected(int index)
@@ -88,18 +92,9 @@ void UIAnalysisPaneWin::tabSelected(int index)
     const TKAnalysisEffect effect = SelectAnalysisDisplay(&selection, index);
     if (!effect.changed) return;
     TKStoreSelection(session_, selection);
-    showPage();
     UpdateAnalysisPane(session_, false);
     if (effect.writesPreferences) TKWritePreferences(session_);
     if (effect.updatesGallery) TK_UI(session_, updateGallery);
-}
-
-void UIAnalysisPaneWin::showPage()
-{
-    const int32_t tab = session_->views.analysisTab;
-    reference_->setVisible(tab == scopeTabReference);
-    gallery_->setVisible(tab == scopeTabGallery);
-    scopes_->setVisible(tab != scopeTabReference && tab != scopeTabGallery);
 }
 
 QAction* UIAnalysisPaneWin::addOption(const char* title, const char* name, bool TKViews::*option)

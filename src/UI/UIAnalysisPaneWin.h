@@ -21,7 +21,6 @@ class UIAnalysisPaneWin : public QWidget {
 
   private:
     void tabSelected(int index);
-    void showPage();
     void fitTabs(int room);
     QAction* addOption(const char* title, const char* name, bool TKViews::*option);
 

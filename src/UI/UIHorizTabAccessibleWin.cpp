@@ -56,7 +56,7 @@ class TabAccessible : public QAccessibleInterface, public QAccessibleActionInter
     }
     void doAction(const QString& name) override
     {
-        if (name == pressAction()) tabs_->select(index_);
+        if (name == pressAction()) SelectTab(tabs_, index_);
         if (name == toggleAction()) tabs_->toggle(index_);
     }
     QStringList keyBindingsForAction(const QString&) const override { return {}; }

@@ -30,9 +30,51 @@ void PaintTick(QPainter& painter, const QRect& box)
 
 } // namespace
 
-UIHorizTabWin::UIHorizTabWin(TKSession* session, std::vector<UITab> tabs, QWidget* parent)
-    : QWidget(parent), session_(session), padding_(kPadding), tabs_(std::move(tabs)), shownOn_(tabs_.size())
+UIHorizTabWin* CreateHorizTabs(TKSession* session, QWidget* owner, const QRect& rect, std::vector<UITab> titles,
+                               bool hasCheckboxes, std::span<QWidget*>* pagesOut)
 {
+    if (!hasCheckboxes)
+        for (UITab& tab : titles) tab.switchOffset = kUINoSwitch;
+    auto* bar = new UIHorizTabWin(session, std::move(titles), owner);
+    bar->setGeometry(QRect(rect.topLeft(), QSize(rect.width(), UIHorizTabWin::kHeight)));
+    if (pagesOut) *pagesOut = bar->bar_.page;
+    return bar;
+}
+
+void SelectTab(UIHorizTabWin* bar, int index)
+{
+    if (index < 0 || index >= bar->tabCount()) return;
+    QWidget* wanted = bar->bar_.page[static_cast<size_t>(index)];
+    for (QWidget* page : bar->bar_.page)
+        if (page && page != wanted) page->hide();
+    if (wanted) wanted->show();
+    if (index == bar->bar_.current) return;
+    bar->bar_.current = index;
+    bar->update();
+    if (bar->onSelect) bar->onSelect(index);
+    UITabWasSelected(bar, index);
+}
+
+void SetTabCheck(UIHorizTabWin* bar, int index, bool value)
+{
+    if (!bar->session_ || !bar->hasSwitch(index)) return;
+    if (bar->isOn(index) != value) {
+        const uint32_t word = value ? 1 : 0;
+        auto* base = reinterpret_cast<uint8_t*>(&bar->session_->liveSettings);
+        std::memcpy(base + bar->bar_.tab[static_cast<size_t>(index)].switchOffset, &word, sizeof word);
+    }
+    if (bar->bar_.shownOn[static_cast<size_t>(index)] == value) return;
+    bar->bar_.shownOn[static_cast<size_t>(index)] = value;
+    bar->update(bar->tabRect(index));
+    UITabSwitchChanged(bar, index);
+}
+
+UIHorizTabWin::UIHorizTabWin(TKSession* session, std::vector<UITab> tabs, QWidget* parent)
+    : QWidget(parent), session_(session), padding_(kPadding)
+{
+    bar_.page.resize(tabs.size());
+    bar_.shownOn.resize(tabs.size());
+    bar_.tab = std::move(tabs);
     [[maybe_unused]] const TKSession* HTVH = session;
     BP_ASSERT(HTVH != 0, kModule);
     UIInstallTabAccessibility();
@@ -40,14 +82,14 @@ UIHorizTabWin::UIHorizTabWin(TKSession* session, std::vector<UITab> tabs, QWidge
     setMouseTracking(true);
     setFocusPolicy(Qt::TabFocus);
     setProperty(kUITakesArrows, true);
-    for (int i = 0; i < tabCount(); ++i) shownOn_[static_cast<size_t>(i)] = isOn(i);
+    for (int i = 0; i < tabCount(); ++i) bar_.shownOn[static_cast<size_t>(i)] = isOn(i);
 }
 
 void UIHorizTabWin::fitLabels(const std::vector<QString>& full, const std::vector<QString>& cut, int room)
 {
     const auto use = [this](const std::vector<QString>& labels, int padding) {
         padding_ = padding;
-        for (size_t i = 0; i < tabs_.size() && i < labels.size(); ++i) tabs_[i].label = labels[i];
+        for (size_t i = 0; i < bar_.tab.size() && i < labels.size(); ++i) bar_.tab[i].label = labels[i];
         return ownWidth();
     };
     if (use(full, kPadding) > room && use(full, kNarrowPadding) > room && use(cut, kPadding) > room)
@@ -55,18 +97,9 @@ void UIHorizTabWin::fitLabels(const std::vector<QString>& full, const std::vecto
     update();
 }
 
-void UIHorizTabWin::select(int index)
-{
-    if (index < 0 || index >= tabCount() || index == current_) return;
-    current_ = index;
-    update();
-    if (onSelect) onSelect(index);
-    UITabWasSelected(this, index);
-}
-
 const UITab* UIHorizTabWin::tabOf(int index) const
 {
-    const UITab* buttonRef = index >= 0 && index < tabCount() ? &tabs_[static_cast<size_t>(index)] : nullptr;
+    const UITab* buttonRef = index >= 0 && index < tabCount() ? &bar_.tab[static_cast<size_t>(index)] : nullptr;
     BP_ASSERT(buttonRef != 0, kModule);
     return buttonRef;
 }
@@ -94,7 +127,7 @@ bool UIHorizTabWin::isOn(int index) const
     if (!session_ || !hasSwitch(index)) return false;
     uint32_t word = 0;
     const auto* base = reinterpret_cast<const uint8_t*>(&session_->liveSettings);
-    std::memcpy(&word, base + tabs_[static_cast<size_t>(index)].switchOffset, sizeof word);
+    std::memcpy(&word, base + bar_.tab[static_cast<size_t>(index)].switchOffset, sizeof word);
     return word != 0;
 }
 
@@ -104,28 +137,24 @@ void UIHorizTabWin::toggle(int index)
         session_ ? &session_->liveSettings : nullptr; // what the switch is bound to
     BP_ASSERT(HTBVH != 0, kModule);
     if (!HTBVH || !hasSwitch(index)) return;
-    const QByteArray name = tabs_[static_cast<size_t>(index)].name.toLatin1();
+    const QByteArray name = bar_.tab[static_cast<size_t>(index)].name.toLatin1();
     TKCheckbox checkbox;
-    TKCreateCheckbox(&checkbox, &session_->liveSettings, tabs_[static_cast<size_t>(index)].switchOffset, tkSectionNone,
-                     name.constData(), name.constData());
+    TKCreateCheckbox(&checkbox, &session_->liveSettings, bar_.tab[static_cast<size_t>(index)].switchOffset,
+                     tkSectionNone, name.constData(), name.constData());
     (void)TKCheckboxClick(session_, &checkbox, !isOn(index));
     switchesChanged();
 }
 
 void UIHorizTabWin::switchesChanged()
 {
-    for (int i = 0; i < tabCount(); ++i) {
-        if (shownOn_[static_cast<size_t>(i)] == isOn(i)) continue;
-        shownOn_[static_cast<size_t>(i)] = isOn(i);
-        update(tabRect(i));
-        UITabSwitchChanged(this, i);
-    }
+    for (int i = 0; i < tabCount(); ++i)
+        if (hasSwitch(i)) SetTabCheck(this, i, isOn(i));
 }
 
 std::vector<int> UIHorizTabWin::naturalWidths() const
 {
     std::vector<int> widths;
-    for (const UITab& tab : tabs_)
+    for (const UITab& tab : bar_.tab)
         widths.push_back(fontMetrics().horizontalAdvance(tab.label) + 2 * padding_ +
                          (tab.switchOffset != kUINoSwitch ? kSwitchSide + kSwitchGap : 0));
     return widths;
@@ -182,7 +211,7 @@ void UIHorizTabWin::paintTab(QPainter& painter, int index) const
 {
     const UIShades& shades = UIShadesNow();
     const QRect tab = tabRect(index);
-    const bool isCurrent = index == current_, isHovered = index == hovered_;
+    const bool isCurrent = index == bar_.current, isHovered = index == hovered_;
     painter.setPen(Qt::NoPen);
     if (isCurrent || isHovered) {
         painter.setBrush(isCurrent ? shades.control : shades.panel);
@@ -201,7 +230,7 @@ void UIHorizTabWin::paintTab(QPainter& painter, int index) const
     painter.setPen(isCurrent ? shades.text : shades.dimText);
     const int room = tab.right() + 1 - textLeft - 2;
     painter.drawText(QRect(textLeft, 0, room, height()), Qt::AlignLeft | Qt::AlignVCenter,
-                     fontMetrics().elidedText(tabs_[static_cast<size_t>(index)].label, Qt::ElideRight, room));
+                     fontMetrics().elidedText(bar_.tab[static_cast<size_t>(index)].label, Qt::ElideRight, room));
     if (!isCurrent) return;
     painter.fillRect(QRectF(tab.left() + 4, tab.bottom() - 1, tab.width() - 8, 2), shades.accent.lighter(120));
     if (!hasFocus()) return;
@@ -229,7 +258,7 @@ void UIHorizTabWin::mousePressEvent(QMouseEvent* event)
         update();
         return;
     }
-    select(index);
+    SelectTab(this, index);
 }
 
 void UIHorizTabWin::mouseReleaseEvent(QMouseEvent* event)
@@ -259,18 +288,18 @@ void UIHorizTabWin::mouseMoveEvent(QMouseEvent* event)
 
 void UIHorizTabWin::keyPressEvent(QKeyEvent* event)
 {
-    if (event->modifiers() == Qt::NoModifier && event->key() == Qt::Key_Space && hasSwitch(current_)) {
-        toggle(current_);
+    if (event->modifiers() == Qt::NoModifier && event->key() == Qt::Key_Space && hasSwitch(bar_.current)) {
+        toggle(bar_.current);
         return;
     }
     const int next = event->modifiers() == Qt::NoModifier || event->modifiers() == Qt::KeypadModifier
-                         ? TKTabAfterKey(current_, tabCount(), TKVirtualKey(*event))
+                         ? TKTabAfterKey(bar_.current, tabCount(), TKVirtualKey(*event))
                          : -1;
     if (next < 0) {
         QWidget::keyPressEvent(event);
         return;
     }
-    select(next);
+    SelectTab(this, next);
 }
 
 void UIHorizTabWin::leaveEvent(QEvent*)

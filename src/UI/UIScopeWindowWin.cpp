@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -48,11 +49,13 @@ UIScopeWindowWin::UIScopeWindowWin(TKSession* session, QWidget* mainWindow)
     setMinimumSize(kLeastSize);
     setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    tabs_ = new UIHorizTabWin(session, Tabs(), this);
+    std::span<QWidget*> pages;
+    tabs_ = CreateHorizTabs(session, this, QRect(), Tabs(), false, &pages);
     tabs_->setObjectName(QStringLiteral("window_tabs"));
     tabs_->setAccessibleName(QStringLiteral("Displays"));
     scopes_ = new UIScopeViewWin(session, tkScopesWindow, QStringLiteral("window_scopes"), this);
-    tabs_->select(TKScopeWindowNumberOf(session->views.window.analysisTab));
+    std::ranges::fill(pages, scopes_);
+    SelectTab(tabs_, TKScopeWindowNumberOf(session->views.window.analysisTab));
     tabs_->onSelect = [this](int number) {
         ScopeSelection selection = TKSelectionOf(session_, tkScopesWindow);
         selection.analysisSelection = TKScopeWindowTabAt(number);
@@ -150,7 +153,7 @@ bool UIScopeWindowWin::selectByLetter(const QKeyEvent& event)
         const int32_t number = TKScopeWindowNumberOf(row.select[0]);
         if (row.character != character || row.modifiers != modifiers || number < 0) continue;
         if (session_->platform->keyboard.modifierWord() & bpCapsLock) return false;
-        tabs_->select(number);
+        SelectTab(tabs_, number);
         return true;
     }
     return false;

@@ -7,6 +7,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <algorithm>
 
 namespace {
 
@@ -29,15 +30,17 @@ UIViewAreaWin::UIViewAreaWin(TKSession* session, QWidget* parent) : QWidget(pare
     setObjectName(QStringLiteral("view_area"));
     setMouseTracking(true);
     analysis_ = new UIAnalysisPaneWin(session, this);
-    views_ = new UIHorizTabWin(session, Views(), this);
+    std::span<QWidget*> pages;
+    views_ = CreateHorizTabs(session, this, QRect(), Views(), false, &pages);
     views_->setObjectName(QStringLiteral("views"));
-    views_->select(qBound(0, session->imagePaneMode, kTKImageModeCount - 1));
+    SelectTab(views_, qBound(0, session->imagePaneMode, kTKImageModeCount - 1));
     session->imagePaneMode = views_->current();
     views_->onSelect = [this](int index) {
         SelectImageDisplay(session_, index);
         TKWritePreferences(session_);
     };
     picture_ = new UIImagePaneWin(session, QStringLiteral("picture"), this);
+    std::ranges::fill(pages, picture_); // one window, with a pane's record for each view
 }
 
 bool UIViewAreaWin::isNormal() const
@@ -47,7 +50,7 @@ bool UIViewAreaWin::isNormal() const
 
 void UIViewAreaWin::selectView(int index)
 {
-    views_->select(index);
+    SelectTab(views_, index);
 }
 
 void UIViewAreaWin::showViewMode(uint32_t mode)

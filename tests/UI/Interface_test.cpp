@@ -274,11 +274,11 @@ TEST_F(UITest, SourceShowsThePictureUngraded)
 {
     Press(Slider("hsl_master_gain"), 0);
     auto* views = Find<UIHorizTabWin>("views");
-    views->select(1);
+    SelectTab(views, 1);
     auto* picture = Find<UIImagePaneWin>("picture");
     const QImage shot = picture->grab().toImage();
     EXPECT_EQ(shot.pixelColor(shot.width() / 2, shot.height() / 2).blue(), 200);
-    views->select(0);
+    SelectTab(views, 0);
     const QImage graded = picture->grab().toImage();
     EXPECT_EQ(graded.pixelColor(graded.width() / 2, graded.height() / 2).blue(), 0);
 }

@@ -80,6 +80,74 @@ TEST_F(UIPaneRules, ATabThatIsNotThereIsReportedAndAnsweredWithNothing)
     }
 }
 
+TEST_F(UIPaneRules, ABarShowsThePageOfItsTabAndHidesTheOthers)
+{
+    QWidget owner;
+    std::span<QWidget*> pages;
+    const std::vector<UITab> titles = {{QStringLiteral("One"), QStringLiteral("one"), kUINoSwitch},
+                                       {QStringLiteral("Two"), QStringLiteral("two"), kUINoSwitch},
+                                       {QStringLiteral("Three"), QStringLiteral("three"), kUINoSwitch},
+                                       {QStringLiteral("Four"), QStringLiteral("four"), kUINoSwitch}};
+    UIHorizTabWin* bar = CreateHorizTabs(session_, &owner, QRect(7, 9, 300, 400), titles, false, &pages);
+    EXPECT_EQ(bar->parentWidget(), &owner);
+    EXPECT_EQ(bar->geometry(), QRect(7, 9, 300, 20));
+    ASSERT_EQ(pages.size(), 4u);
+    for (const QWidget* page : pages) EXPECT_EQ(page, nullptr);
+    auto* first = new QWidget(&owner);
+    auto* shared = new QWidget(&owner);
+    pages[0] = first;
+    pages[1] = pages[2] = shared; // the last tab has none
+    std::vector<int> told;
+    bar->onSelect = [&told](int index) { told.push_back(index); };
+    SelectTab(bar, 0); // it is in front already: its page comes, and nobody is told
+    EXPECT_TRUE(first->isVisibleTo(&owner));
+    EXPECT_FALSE(shared->isVisibleTo(&owner));
+    for (const int index : {1, 2}) {
+        SelectTab(bar, index);
+        EXPECT_FALSE(first->isVisibleTo(&owner));
+        EXPECT_TRUE(shared->isVisibleTo(&owner));
+    }
+    for (const int index : {-1, 4}) SelectTab(bar, index);
+    EXPECT_EQ(bar->current(), 2);
+    SelectTab(bar, 3);
+    EXPECT_FALSE(first->isVisibleTo(&owner) || shared->isVisibleTo(&owner));
+    EXPECT_EQ(told, (std::vector<int>{1, 2, 3}));
+}
+
+TEST_F(UIPaneRules, ACheckboxOfATabAndItsWordAreSetTogether)
+{
+    auto* panes = Find<UIHorizTabWin>("panes");
+    const uint32_t undos = session_->undoRing->undoAvailable;
+    const QImage off = panes->grab().toImage();
+    ASSERT_EQ(Live().primaryOn, 0u);
+    SetTabCheck(panes, 0, true);
+    EXPECT_EQ(Live().primaryOn, 1u);
+    EXPECT_NE(panes->grab().toImage(), off);
+    Live().primaryOn = 7; // on as well: the word stays
+    SetTabCheck(panes, 0, true);
+    EXPECT_EQ(Live().primaryOn, 7u);
+    SetTabCheck(panes, 0, false);
+    EXPECT_EQ(Live().primaryOn, 0u);
+    EXPECT_EQ(panes->grab().toImage(), off);
+    EXPECT_EQ(session_->undoRing->undoAvailable, undos);
+    const OCSettings before = Live();
+    for (const int index : {-1, 9}) SetTabCheck(panes, index, true);
+    SetTabCheck(Find<UIHorizTabWin>("views"), 0, true);
+    EXPECT_EQ(std::memcmp(&before, &Live(), sizeof before), 0);
+}
+
+TEST_F(UIPaneRules, ABarWithoutCheckboxesHasNoneWhateverItsRowsSay)
+{
+    QWidget owner;
+    const uint32_t word = offsetof(OCSettings, primaryOn);
+    const std::vector<UITab> titles = {{QStringLiteral("One"), QStringLiteral("one"), word}};
+    EXPECT_TRUE(CreateHorizTabs(session_, &owner, QRect(), titles, true, nullptr)->hasSwitch(0));
+    UIHorizTabWin* bar = CreateHorizTabs(session_, &owner, QRect(), titles, false, nullptr);
+    EXPECT_FALSE(bar->hasSwitch(0));
+    SetTabCheck(bar, 0, true);
+    EXPECT_EQ(Live().primaryOn, 0u);
+}
+
 TEST_F(UIPaneRules, ABarWithoutASessionIsReportedAndItsSwitchesAreOff)
 {
     BPFakeCaptureLog();
