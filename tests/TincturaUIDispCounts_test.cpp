@@ -69,6 +69,55 @@ TEST(VectorscopeTrace, OfTheFastKernelHasTheReadableOnesBytesOnEveryInstructionS
     OnEveryInstructionSet([&] { CompareVectorscopes(120, 6, pools); });
 }
 
+TEST(VectorscopeTrace, OfTheFastKernelReadsAnyStrideAndKeepsToAClipInsideTheScope)
+{
+    Random random(31);
+    int cut = 0;
+    for (int round = 0; round < 200; ++round) {
+        Surface fast(200, 150), readable(200, 150), whole(200, 150),
+            scene(static_cast<uint32_t>(Within(random, 1, 900)), 20);
+        FillAny(&scene, random);
+        const size_t packed = size_t{scene.width} * 4, offset = random() % 16, stride = packed + random() % 19;
+        std::vector<uint8_t> bytes(offset + 19 * stride + packed); // ends with the last pixel
+        for (size_t row = 0; row < 20; ++row)
+            std::memcpy(bytes.data() + offset + row * stride, scene.pixels + row * scene.rowBytes, packed);
+        const ScopeRect bounds = ScopeRectOf(5, 4, 145, 190);
+        const int32_t top = Within(random, 6, 120), left = Within(random, 6, 160);
+        const ScopeRect clip = ScopeRectOf(top, left, Within(random, top + 1, 144), Within(random, left + 1, 189));
+        VectorscopeParams p = {};
+        p.target = &fast;
+        p.bounds = &bounds;
+        p.sourcePixels = bytes.data() + offset;
+        p.sourceWidth = static_cast<int32_t>(scene.width);
+        p.sourceHeight = 20;
+        p.sourceRowBytes = static_cast<int32_t>(stride);
+        p.flags = vectorscopeTrace | (random() % 2 != 0 ? vectorscopeAlphaFirst : 0u);
+        p.zoom = Within(random, 1, 3);
+        p.whiteLevel = 255;
+        p.uiSaturation = 0x6666;
+        VectorscopeTrace trace;
+        ASSERT_TRUE(VectorscopeTraceOf(p, clip, &trace));
+        DrawVectorscopeTrace(trace, 1, nullptr);
+        trace.source = scene.pixels;
+        trace.sourceRowBytes = scene.rowBytes;
+        trace.target = readable;
+        DrawVectorscopeTraceScalar(trace);
+        ASSERT_TRUE(SameSurface(readable, fast)) << "round " << round << ", stride " << stride;
+        // The clip is all that parts it from the whole trace.
+        ASSERT_TRUE(VectorscopeTraceOf(p, bounds, &trace));
+        trace.target = whole;
+        DrawVectorscopeTrace(trace, 1, nullptr);
+        for (int32_t y = 0; y < 150; ++y)
+            for (int32_t x = 0; x < 200; ++x) {
+                const bool isInside = x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
+                const Surface::Pixel expected = isInside ? whole.At(x, y) : Surface::Pixel{};
+                ASSERT_EQ(fast.At(x, y), expected) << "round " << round << ": " << x << ", " << y;
+                cut += !isInside && !(whole.At(x, y) == Surface::Pixel{});
+            }
+    }
+    EXPECT_GT(cut, 1000);
+}
+
 TEST(VectorscopeTrace, OfPixelsThatAreHitMoreOftenThanACountHoldsStandsStill)
 {
     Surface source(600, 400), fast(160, 120), readable(160, 120);
