@@ -39,6 +39,8 @@ struct ScopeSettings {
     uint32_t uiSaturation;          ///< 16.16
     int32_t vectorscopeZoom;        ///< 1 to 10
     bool updateSuspended;           ///< by Caps Lock: graticules only
+
+    bool operator==(const ScopeSettings&) const = default;
 };
 
 /// The defaults of the preferences, zoom 1.

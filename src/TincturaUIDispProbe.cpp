@@ -40,19 +40,28 @@ struct Pair {
     }
 };
 
-/// The blobs in which the two differ inside `area`; at most `limit`.
-int32_t FindBlobs(const Pair& pair, const ScopeRect& area, Blob* blobs, int32_t limit)
+/// Most rows are the same in both.
+bool RowDiffers(const Pair& pair, int32_t y)
 {
+    const size_t at = static_cast<size_t>(y) * pair.plain.rowBytes;
+    return std::memcmp(pair.plain.pixels + at, pair.lit.pixels + at, size_t{pair.plain.width} * 4) != 0;
+}
+
+/// The blobs in which the two differ.
+int32_t FindBlobs(const Pair& pair, Blob blobs[kScopeProbeMarkLimit])
+{
+    const auto width = static_cast<int32_t>(pair.plain.width), height = static_cast<int32_t>(pair.plain.height);
     int32_t count = 0;
-    for (int32_t y = area.top; y < area.bottom; ++y)
-        for (int32_t x = area.left; x < area.right; ++x) {
+    for (int32_t y = 0; y < height; ++y) {
+        if (!RowDiffers(pair, y)) continue;
+        for (int32_t x = 0; x < width; ++x) {
             if (!Differs(pair.plain, pair.lit, x, y)) continue;
             const int32_t left = x;
-            while (x + 1 < area.right && Differs(pair.plain, pair.lit, x + 1, y)) ++x;
+            while (x + 1 < width && Differs(pair.plain, pair.lit, x + 1, y)) ++x;
             Blob* home = nullptr;
             for (int32_t i = 0; i < count && !home; ++i)
                 if (y - blobs[i].lastRow <= 1 && left <= blobs[i].right + 2 && x >= blobs[i].left - 2) home = &blobs[i];
-            if (!home && count == limit) continue;
+            if (!home && count == kScopeProbeMarkLimit) continue;
             if (!home) {
                 home = &blobs[count++];
                 *home = {.left = left, .right = x, .rowSum = 0, .count = 0, .lastRow = y};
@@ -63,6 +72,7 @@ int32_t FindBlobs(const Pair& pair, const ScopeRect& area, Blob* blobs, int32_t 
             home->count += x - left + 1;
             home->lastRow = y;
         }
+    }
     return count;
 }
 
@@ -71,18 +81,38 @@ bool IsWaveform(int32_t display)
     return display >= scopeLumaWFM && display <= scopeOverlayWFM;
 }
 
-/// Marks from the two drawings.
-int32_t MarksOf(const Pair& pair, const ScopeRect& area, int32_t display, double across, ScopeProbeMark* marks)
+/// A picture of one colour in a display of this size. False when there is no memory for the drawings.
+bool FindSpans(int32_t width, int32_t height, int32_t display, const uint8_t pixel[4], const ScopeContext& context,
+               ScopeProbeSpan spans[kScopeProbeMarkLimit], int32_t* count)
 {
-    Blob blobs[kScopeProbeMarkLimit];
-    const int32_t count = FindBlobs(pair, area, blobs, kScopeProbeMarkLimit);
-    for (int32_t i = 0; i < count; ++i) {
-        const double place = IsWaveform(display) ? across : 0.5;
-        marks[i].x = blobs[i].left + static_cast<int32_t>(std::lround(place * (blobs[i].right - blobs[i].left)));
-        marks[i].y = static_cast<int32_t>(
-            std::lround(static_cast<double>(blobs[i].rowSum) / static_cast<double>(blobs[i].count)));
+    ScopeSurface uniform = {};
+    Pair pair;
+    const bool isMade = pair.Make(static_cast<uint32_t>(width), static_cast<uint32_t>(height)) &&
+                        ScopeSurfaceCreate(kUniformWidth, kUniformHeight, &uniform) == bpNoErr;
+    *count = 0;
+    if (isMade) {
+        for (uint32_t i = 0; i < kUniformWidth * kUniformHeight; ++i)
+            std::memcpy(uniform.pixels + size_t{i / kUniformWidth} * uniform.rowBytes + size_t{i % kUniformWidth} * 4,
+                        pixel, 4);
+        ScopeContext plain = context;
+        plain.letters = nullptr;
+        plain.witness = nullptr;
+        plain.clip = nullptr;
+        plain.settings.wfmColor = 0; // a black pixel's trace is to be seen
+        const ScopeRect whole = ScopeBoundsOf(pair.plain);
+        DrawComboQuadrant(&pair.plain, whole, nullptr, display, plain);
+        DrawComboQuadrant(&pair.lit, whole, &uniform, display, plain);
+        Blob blobs[kScopeProbeMarkLimit];
+        *count = FindBlobs(pair, blobs);
+        for (int32_t i = 0; i < *count; ++i)
+            spans[i] = {.left = blobs[i].left,
+                        .right = blobs[i].right,
+                        .y = static_cast<int32_t>(
+                            std::lround(static_cast<double>(blobs[i].rowSum) / static_cast<double>(blobs[i].count)))};
     }
-    return count;
+    pair.Dispose();
+    ScopeSurfaceDispose(&uniform);
+    return isMade;
 }
 
 /// The grey that stands nearest to the pixel's luma. A grey has no envelope, which is not the pixel's place.
@@ -130,59 +160,68 @@ const ScopeLetters* Mute(const ScopeLetters* letters, ScopeLetters* room)
     return room;
 }
 
+/// As ScopeFindProbe. `found` is what is known and will be.
+int32_t FindMarks(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
+                  ScopeProbeMark* marks, ScopeProbeMemory::Found* found)
+{
+    const int32_t width = ScopeWidthOf(rect), height = ScopeHeightOf(rect);
+    if (width <= 0 || height <= 0 || display == scopeToneCurve || context.settings.updateSuspended) return 0;
+    if (display == scopeHistograms) return FindInHistograms(rect, probe, context, marks);
+    const ScopeProbe seen =
+        display == scopeYCWFM ? GreyOf(probe, GetLumaTable(ScopeMatrix(context.settings.videoSystem))) : probe;
+    const uint8_t pixel[4] = {seen.alpha, seen.red, seen.green, seen.blue};
+    const bool isKnown = found->isKnown && found->width == width && found->height == height &&
+                         found->display == display && std::memcmp(found->pixel, pixel, sizeof pixel) == 0 &&
+                         found->settings == context.settings;
+    if (!isKnown) {
+        *found = {.isKnown = false,
+                  .width = width,
+                  .height = height,
+                  .display = display,
+                  .pixel = {pixel[0], pixel[1], pixel[2], pixel[3]},
+                  .settings = context.settings,
+                  .count = 0,
+                  .spans = {}};
+        found->isKnown = FindSpans(width, height, display, pixel, context, found->spans, &found->count);
+    }
+    const double place = IsWaveform(display) ? std::clamp(probe.across, 0.0, 1.0) : 0.5;
+    for (int32_t i = 0; i < found->count; ++i) {
+        const ScopeProbeSpan& span = found->spans[i];
+        marks[i].x = rect.left + span.left + static_cast<int32_t>(std::lround(place * (span.right - span.left)));
+        marks[i].y = rect.top + span.y;
+    }
+    return found->count;
+}
+
 } // namespace
 
 int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
                        ScopeProbeMark marks[kScopeProbeMarkLimit])
 {
-    const int32_t width = ScopeWidthOf(rect), height = ScopeHeightOf(rect);
-    if (width <= 0 || height <= 0 || display == scopeToneCurve || context.settings.updateSuspended) return 0;
-    if (display == scopeHistograms) return FindInHistograms(rect, probe, context, marks);
-    ScopeSurface uniform = {};
-    Pair pair;
-    int32_t count = 0;
-    if (pair.Make(static_cast<uint32_t>(width), static_cast<uint32_t>(height)) &&
-        ScopeSurfaceCreate(kUniformWidth, kUniformHeight, &uniform) == bpNoErr) {
-        const int32_t matrix = ScopeMatrix(context.settings.videoSystem);
-        const ScopeProbe seen = display == scopeYCWFM ? GreyOf(probe, GetLumaTable(matrix)) : probe;
-        const uint8_t pixel[4] = {seen.alpha, seen.red, seen.green, seen.blue};
-        for (uint32_t i = 0; i < kUniformWidth * kUniformHeight; ++i)
-            std::memcpy(uniform.pixels + size_t{i / kUniformWidth} * uniform.rowBytes + size_t{i % kUniformWidth} * 4,
-                        pixel, sizeof pixel);
-        ScopeContext plain = context;
-        plain.letters = nullptr;
-        plain.witness = nullptr;
-        plain.clip = nullptr;
-        plain.settings.wfmColor = 0; // a black pixel's trace is to be seen
-        const ScopeRect whole = ScopeBoundsOf(pair.plain);
-        DrawComboQuadrant(&pair.plain, whole, nullptr, display, plain);
-        DrawComboQuadrant(&pair.lit, whole, &uniform, display, plain);
-        count = MarksOf(pair, whole, display, std::clamp(probe.across, 0.0, 1.0), marks);
-    }
-    pair.Dispose();
-    ScopeSurfaceDispose(&uniform);
-    for (int32_t i = 0; i < count; ++i) {
-        marks[i].x += rect.left;
-        marks[i].y += rect.top;
-    }
-    return count;
+    ScopeProbeMemory::Found none = {};
+    return FindMarks(rect, display, probe, context, marks, &none);
 }
 
 int32_t ScopeFindProbes(uint32_t width, uint32_t height, const ScopeSelection& selection, const ScopeProbe& probe,
-                        const ScopeContext& context, ScopeProbeMark marks[kScopePaneMarkLimit])
+                        const ScopeContext& context, ScopeProbeMark marks[kScopePaneMarkLimit],
+                        ScopeProbeMemory* memory)
 {
     const ScopeTabRow* tab = ScopeTabAt(selection.analysisSelection);
     if (!tab || tab->isPane) return 0;
     const ScopeRect whole = ScopeRectOf(0, 0, static_cast<int32_t>(std::min(height, 32767u)),
                                         static_cast<int32_t>(std::min(width, 32767u)));
+    ScopeProbeMemory none = {};
+    if (!memory) memory = &none;
     ScopeContext inner = context;
     inner.settings.vectorscopeZoom = selection.vectorscopeZoom;
-    if (selection.analysisSelection != scopeTabCombo) return ScopeFindProbe(whole, tab->display, probe, inner, marks);
+    if (selection.analysisSelection != scopeTabCombo)
+        return FindMarks(whole, tab->display, probe, inner, marks, &memory->found[0]);
     inner.settings.vectorscopeZoom = selection.comboVectorscopeZoom;
     const ComboLayout layout = ComboLayoutOf(whole);
     int32_t count = 0;
     for (int32_t i = 0; i < kScopeQuadrantCount; ++i)
-        count += ScopeFindProbe(layout.display[i], selection.comboSelection[i], probe, inner, marks + count);
+        count +=
+            FindMarks(layout.display[i], selection.comboSelection[i], probe, inner, marks + count, &memory->found[i]);
     return count;
 }
 

@@ -23,10 +23,32 @@ inline constexpr int32_t kScopeProbeMarkLimit = 16;
 int32_t ScopeFindProbe(const ScopeRect& rect, int32_t display, const ScopeProbe& probe, const ScopeContext& context,
                        ScopeProbeMark marks[kScopeProbeMarkLimit]);
 
+/// Where one colour lights a display: the columns of its trace, from the display's own corner, and its middle row.
+struct ScopeProbeSpan {
+    int32_t left, right; ///< inside
+    int32_t y;
+};
+
+/// What was found last in each quadrant, or in the first for a display alone, and for what: a pane that is painted again
+/// while colour, display, size and settings are the same draws nothing. All zero: nothing yet.
+struct ScopeProbeMemory {
+    struct Found {
+        bool isKnown;
+        int32_t width, height, display;
+        uint8_t pixel[4];
+        ScopeSettings settings;
+        int32_t count;
+        ScopeProbeSpan spans[kScopeProbeMarkLimit];
+    } found[kScopeQuadrantCount];
+};
+
 /// The same for everything that an analysis pane of this size shows.
+///
+/// memory   of earlier calls, brought up to date; null: every call draws
 inline constexpr int32_t kScopePaneMarkLimit = kScopeQuadrantCount * kScopeProbeMarkLimit;
 int32_t ScopeFindProbes(uint32_t width, uint32_t height, const ScopeSelection& selection, const ScopeProbe& probe,
-                        const ScopeContext& context, ScopeProbeMark marks[kScopePaneMarkLimit]);
+                        const ScopeContext& context, ScopeProbeMark marks[kScopePaneMarkLimit],
+                        ScopeProbeMemory* memory = nullptr);
 
 /// Lays another picture's displays, dimmed, behind what the target holds: brighter pixels stay. Nothing happens without
 /// a picture or without memory.

@@ -4,6 +4,9 @@
 #include "src/TincturaUIDispWaveform.h"
 #include "tests/WaveformTest.h"
 
+#include "src/platform/BPMemory.h"
+
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -87,6 +90,30 @@ TEST(ScopeProbe, AWaveformsMarkFollowsThePixelAcrossAndItsLevelUp)
     EXPECT_GT(right[0].x - left[0].x, 350);
     EXPECT_EQ(right[0].y, left[0].y);
     EXPECT_GT(left[0].y - bright[0].y, 100);
+}
+
+TEST(ScopeProbe, AWaveformsMarkIsTheMiddleOfTheRowsThatItsLevelLights)
+{
+    Surface bare(640, 480), lit(640, 480), picture(800, 4);
+    DrawWaveformDisplay(&bare, nullptr, nullptr, scopeLumaWFM, ScopeDefaultContext());
+    for (int32_t grey = 0; grey < 256; grey += 5) {
+        const auto level = static_cast<uint8_t>(grey);
+        picture.Fill([=](int32_t, int32_t) { return Opaque(level, level, level); });
+        DrawWaveformDisplay(&lit, nullptr, &picture, scopeLumaWFM, ScopeDefaultContext());
+        double sum = 0, rows = 0;
+        for (int32_t y = 0; y < 480; ++y)
+            if (!(lit.At(320, y) == bare.At(320, y))) {
+                sum += y;
+                ++rows;
+            }
+        ASSERT_TRUE(rows == 1 || rows == 2) << grey;
+        ScopeProbeMark marks[kScopeProbeMarkLimit];
+        ASSERT_EQ(ScopeFindProbe(ScopeBoundsOf(lit), scopeLumaWFM, Pixel(0.5, level, level, level),
+                                 ScopeDefaultContext(), marks),
+                  1);
+        EXPECT_EQ(marks[0].y, std::lround(sum / rows)) << grey;
+        EXPECT_NEAR(marks[0].x, 10 + 56 + 546 / 2, 1) << grey;
+    }
 }
 
 TEST(ScopeProbe, AGreyIsInTheMiddleOfTheVectorscope)
@@ -196,6 +223,102 @@ TEST(ScopeProbe, TheComboMarksEachQuadrantInsideIt)
     EXPECT_LT(marks[0].x, 320);
     EXPECT_GT(marks[1].x, 320);
     for (int32_t i = 2; i < count; ++i) EXPECT_TRUE(marks[i].x > 320 && marks[i].y >= 240) << i;
+}
+
+TEST(ScopeProbe, DrawsAgainOnlyForAnotherColourSizeDisplayOrSetting)
+{
+    ScopeProbeMemory memory = {};
+    ScopeProbeMark marks[kScopePaneMarkLimit], fresh[kScopePaneMarkLimit];
+    uint32_t width = 640, height = 480;
+    ScopeSelection selection = ScopeDefaultSelection();
+    ScopeProbe probe = Pixel(0.2, 100, 120, 90);
+    ScopeContext context = ScopeDefaultContext();
+    /// The requests for memory of a call, which only drawings make, and whether the marks are those that a first call finds.
+    const auto drawings = [&] {
+        const int32_t expected = ScopeFindProbes(width, height, selection, probe, context, fresh);
+        BPFailAllocation(0);
+        const int32_t count = ScopeFindProbes(width, height, selection, probe, context, marks, &memory);
+        const uint64_t requests = BPAllocationCount();
+        EXPECT_EQ(count, expected);
+        EXPECT_GT(count, 0);
+        for (int32_t i = 0; i < count; ++i) EXPECT_TRUE(marks[i].x == fresh[i].x && marks[i].y == fresh[i].y) << i;
+        return requests;
+    };
+    EXPECT_GT(drawings(), 0u);
+    EXPECT_EQ(drawings(), 0u);
+    const int32_t before = marks[0].x;
+    probe.across = 0.7; // the same colour elsewhere
+    EXPECT_EQ(drawings(), 0u);
+    EXPECT_GT(marks[0].x, before + 50);
+    const std::function<void()> changes[] = {
+        [&] { ++probe.red; },
+        [&] { --probe.green; },
+        [&] { ++probe.blue; },
+        [&] { probe.alpha = 200; },
+        [&] { width = 660; },
+        [&] { height = 500; },
+        [&] { context.settings.videoSystem = 3; },
+        [&] { context.settings.videoBlackLevel = 16; },
+        [&] { context.settings.wfmUnitsMV = 1; },
+        [&] { context.settings.uiSaturation = 0x10000; },
+    };
+    for (size_t i = 0; i < std::size(changes); ++i) {
+        changes[i]();
+        EXPECT_GT(drawings(), 0u) << i;
+        EXPECT_EQ(drawings(), 0u) << i;
+    }
+    selection.comboVectorscopeZoom = 2;
+    const uint64_t two = drawings(); // a waveform and a vectorscope
+    selection.comboSelection[0] = scopeYCWFM;
+    const uint64_t one = drawings();
+    EXPECT_TRUE(one > 0 && one < two) << "the other quadrants are known: " << one << " of " << two;
+    selection.analysisSelection = scopeTabVectorscope;
+    EXPECT_GT(drawings(), 0u);
+    selection.vectorscopeZoom = 3;
+    EXPECT_GT(drawings(), 0u);
+    EXPECT_EQ(drawings(), 0u);
+}
+
+TEST(ScopeProbe, OfAnyOrderOfChangesIsTheSameFromMemoryAndAnew)
+{
+    Random random(12);
+    ScopeProbeMemory memory = {};
+    ScopeSelection selection = ScopeDefaultSelection();
+    ScopeContext context = ScopeDefaultContext();
+    ScopeProbe probe = Pixel(0.5, 100, 100, 100);
+    uint32_t width = 300, height = 200;
+    for (int round = 0; round < 400; ++round) {
+        switch (random() % 8) {
+        case 0: probe.red = static_cast<uint8_t>(random()); break;
+        case 1: probe.alpha = static_cast<uint8_t>(random()); break;
+        case 2: width = static_cast<uint32_t>(Within(random, 1, 400)); break;
+        case 3: height = static_cast<uint32_t>(Within(random, 1, 300)); break;
+        case 4: context.settings.videoSystem = static_cast<uint32_t>(Within(random, 1, 4)); break;
+        case 5: selection.comboSelection[random() % 4] = Within(random, 1, 10); break;
+        case 6: selection.analysisSelection = Within(random, 0, kScopeTabCount - 1); break;
+        default: probe.across = Within(random, 0, 100) / 100.0;
+        }
+        ScopeProbeMark marks[kScopePaneMarkLimit], fresh[kScopePaneMarkLimit];
+        const int32_t count = ScopeFindProbes(width, height, selection, probe, context, marks, &memory);
+        ASSERT_EQ(count, ScopeFindProbes(width, height, selection, probe, context, fresh)) << round;
+        for (int32_t i = 0; i < count; ++i)
+            ASSERT_TRUE(marks[i].x == fresh[i].x && marks[i].y == fresh[i].y) << round << ", " << i;
+    }
+}
+
+TEST(ScopeProbe, WithoutMemoryForADrawingHasNoMarkAndFindsItTheNextTime)
+{
+    ScopeProbeMemory memory = {};
+    ScopeProbeMark marks[kScopePaneMarkLimit];
+    ScopeSelection selection = ScopeDefaultSelection();
+    selection.analysisSelection = scopeTabLumaWFM;
+    for (uint64_t request = 1; request <= 3; ++request) {
+        memory = {};
+        BPFailAllocation(request);
+        EXPECT_EQ(ScopeFindProbes(320, 240, selection, Pixel(0.5, 9, 9, 9), ScopeDefaultContext(), marks, &memory), 0);
+        BPFailAllocation(0);
+        EXPECT_EQ(ScopeFindProbes(320, 240, selection, Pixel(0.5, 9, 9, 9), ScopeDefaultContext(), marks, &memory), 1);
+    }
 }
 
 TEST(ScopeGhost, OfTheLivePictureItselfLiesExactlyBehindIt)

@@ -5,6 +5,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QHash>
 #include <QImage>
 #include <QPainter>
@@ -23,7 +24,9 @@ struct Coverage {
     int width; ///< by which the pen moves
 };
 
-QHash<QString, Coverage> gKept; // main thread
+QHash<QString, Coverage> gKept;         // main thread
+QHash<QByteArray, bool> gFamilies;      // main thread; what is there and what is missing, of the families asked for
+QMetaObject::Connection gDatabaseWatch; // main thread; as long as the application object lives
 
 QFont FontOf(const ScopeFont& font)
 {
@@ -33,6 +36,13 @@ QFont FontOf(const ScopeFont& font)
     made.setItalic(font.italic);
     made.setStyleStrategy(QFont::NoSubpixelAntialias);
     return made;
+}
+
+/// Another font in the system may be a family that was missing, or other letters for a text.
+void WatchDatabase()
+{
+    if (!gDatabaseWatch && qGuiApp)
+        gDatabaseWatch = QObject::connect(qGuiApp, &QGuiApplication::fontDatabaseChanged, UIForgetScopeLetters);
 }
 
 const Coverage& CoverageOf(const ScopeFont& font, const char* text)
@@ -45,6 +55,7 @@ const Coverage& CoverageOf(const ScopeFont& font, const char* text)
     const auto known = gKept.constFind(key);
     if (known != gKept.constEnd()) return *known;
     if (gKept.size() >= kMostKept) gKept.clear();
+    WatchDatabase();
     const QFont face = FontOf(font);
     const QFontMetrics metrics(face);
     const QString letters = QString::fromLatin1(text);
@@ -65,10 +76,18 @@ const Coverage& CoverageOf(const ScopeFont& font, const char* text)
 
 bool HasFamily(void*, const char* family)
 {
-    // A face with the same metrics counts as the family: fontconfig knows which.
+    // Every waveform, vectorscope and tone curve asks at each draw, and to list the families takes its time.
+    const auto known = gFamilies.constFind(QByteArray::fromRawData(family, static_cast<qsizetype>(qstrlen(family))));
+    if (known != gFamilies.constEnd()) return *known;
+    WatchDatabase();
+    const QStringList families = QFontDatabase::families();
     const QString name = QString::fromLatin1(family);
-    if (QFontDatabase::families().contains(name)) return true;
-    return name == QLatin1String("Arial") && QFontDatabase::families().contains(QStringLiteral("Liberation Sans"));
+    // A face with the same metrics counts as the family: fontconfig knows which.
+    const bool isThere = families.contains(name) ||
+                         (name == QLatin1String("Arial") && families.contains(QStringLiteral("Liberation Sans")));
+    if (gFamilies.size() >= kMostKept) gFamilies.clear();
+    gFamilies.insert(QByteArray(family), isThere);
+    return isThere;
 }
 
 ScopeFontMetrics Metrics(void*, const ScopeFont& font)
@@ -125,4 +144,5 @@ const ScopeLetters* UIScopeLetters()
 void UIForgetScopeLetters()
 {
     gKept.clear();
+    gFamilies.clear();
 }

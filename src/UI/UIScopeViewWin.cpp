@@ -100,11 +100,8 @@ void UIScopeViewWin::paintEvent(QPaintEvent*)
 
 void UIScopeViewWin::paintProbe(QPainter& painter)
 {
-    const TKProbeReading reading = TKReadProbe(session_);
-    if (!reading.valid) return;
     ScopeProbeMark marks[kScopePaneMarkLimit];
-    const int32_t count = ScopeFindProbes(surface_.width, surface_.height, TKSelectionOf(session_, place_),
-                                          reading.pixel, TKScopeContextOf(session_), marks);
+    const int32_t count = TKFindProbe(session_, place_, surface_.width, surface_.height, marks);
     const qreal ratio = devicePixelRatioF();
     painter.setRenderHint(QPainter::Antialiasing);
     for (const bool isRim : {true, false}) {

@@ -86,6 +86,15 @@ TKProbeReading TKReadProbe(const TKSession* session)
     return reading;
 }
 
+int32_t TKFindProbe(TKSession* session, TKScopePlace place, uint32_t width, uint32_t height,
+                    ScopeProbeMark marks[kScopePaneMarkLimit])
+{
+    const TKProbeReading reading = TKReadProbe(session);
+    if (!reading.valid) return 0;
+    return ScopeFindProbes(width, height, TKSelectionOf(session, place), reading.pixel, TKScopeContextOf(session),
+                           marks, &session->views.probeMemory[place]);
+}
+
 void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length)
 {
     if (length == 0) return;

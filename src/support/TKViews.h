@@ -54,9 +54,10 @@ struct TKViews {
     bool probeOn, ghostOn;                ///< options of the displays, off at the start
     bool probeHasPixel;                   ///< the pointer is over a picture
     int32_t probeX, probeY;               ///< its pixel
-    const ScopeLetters* letters;          ///< of the window system, or null
-    TKScopePort port[kTKScopePlaceCount]; ///< by TKScopePlace
-    TKScopeWindow window;                 ///< the displays' own
+    ScopeProbeMemory probeMemory[kTKScopePlaceCount]; ///< by TKScopePlace
+    const ScopeLetters* letters;                      ///< of the window system, or null
+    TKScopePort port[kTKScopePlaceCount];             ///< by TKScopePlace
+    TKScopeWindow window;                             ///< the displays' own
 };
 
 /// The state before the panes exist: no tab, zooms of 1, a split down the middle.
@@ -91,7 +92,12 @@ struct TKProbeReading {
 };
 TKProbeReading TKReadProbe(const TKSession* session);
 
-/// The same in words: place, 8 bits, 10 bits, float, level. Empty without a pixel.
+/// The marks of that pixel in a place's displays of this size; returns their number, 0 without a pixel. Painted again, the
+/// displays are not drawn again.
+int32_t TKFindProbe(TKSession* session, TKScopePlace place, uint32_t width, uint32_t height,
+                    ScopeProbeMark marks[kScopePaneMarkLimit]);
+
+/// A reading in words: place, 8 bits, 10 bits, float, level. Empty without a pixel.
 void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length);
 
 /// Draws what the analysis pane shows into its port: erased first, then by the selection. With `force` at once, and the

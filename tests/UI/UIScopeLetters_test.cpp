@@ -4,6 +4,9 @@
 #include "src/UI/UIScopeLettersWin.h"
 #include "tests/ScopesTest.h"
 
+#include <QDirIterator>
+#include <QFile>
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QImage>
 
@@ -23,6 +26,23 @@ ScopeRect InkOf(const Surface& surface)
                 ink = ScopeRectOf(std::min<int32_t>(ink.top, y), std::min<int32_t>(ink.left, x),
                                   std::max<int32_t>(ink.bottom, y + 1), std::max<int32_t>(ink.right, x + 1));
     return ink;
+}
+
+/// A face of the system under another name of the same length; empty when it is not there.
+QByteArray FaceNamed(const char* family, const char* name)
+{
+    QDirIterator files(QStringLiteral("/usr/share/fonts"), {QStringLiteral("LiberationSans-Regular.ttf")}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    if (!files.hasNext()) return {};
+    QFile file(files.next());
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    QByteArray bytes = file.readAll();
+    QByteArray from, to; // names in a face are UTF-16, high bytes first, and Latin for another system
+    for (const char* c = family; *c != 0; ++c) from.append('\0').append(*c);
+    for (const char* c = name; *c != 0; ++c) to.append('\0').append(*c);
+    EXPECT_EQ(from.size(), to.size());
+    EXPECT_TRUE(bytes.contains(from));
+    return bytes.replace(from, to).replace(family, name);
 }
 
 ScopeContext WithLetters()
@@ -110,6 +130,33 @@ TEST(ScopeLetters, AreTheSameFromMemoryAndAnew)
     UIForgetScopeLetters();
     DrawVectorscopeDisplay(&second, nullptr, nullptr, WithLetters());
     EXPECT_TRUE(SameSurface(first, second));
+}
+
+TEST(ScopeLetters, KnowAFamilyThatComesAndGoesWhileTheyLive)
+{
+    const char* name = "Ochrinean Names";
+    const auto hasIt = [=] { return UIScopeLetters()->hasFamily(nullptr, name); };
+    const QByteArray face = FaceNamed("Liberation Sans", name);
+    ASSERT_FALSE(face.isEmpty());
+    UIForgetScopeLetters();
+    EXPECT_FALSE(hasIt());
+    // As long as nobody says that the fonts are others, the answer is the one that was given.
+    qGuiApp->blockSignals(true);
+    const int unseen = QFontDatabase::addApplicationFontFromData(face);
+    qGuiApp->blockSignals(false);
+    ASSERT_GE(unseen, 0);
+    ASSERT_TRUE(QFontDatabase::families().contains(QLatin1String(name)));
+    EXPECT_FALSE(hasIt()) << "the families were listed again";
+    UIForgetScopeLetters();
+    EXPECT_TRUE(hasIt());
+    ASSERT_TRUE(QFontDatabase::removeApplicationFont(unseen));
+    EXPECT_FALSE(hasIt()) << "the database told of its change";
+    const int seen = QFontDatabase::addApplicationFontFromData(face);
+    EXPECT_TRUE(hasIt());
+    EXPECT_TRUE(UIScopeLetters()->hasFamily(nullptr, "Arial")) << "each name has an answer of its own";
+    EXPECT_FALSE(UIScopeLetters()->hasFamily(nullptr, "No Such Family"));
+    ASSERT_TRUE(QFontDatabase::removeApplicationFont(seen));
+    EXPECT_FALSE(hasIt());
 }
 
 TEST(ScopePictures, AreWrittenWhereTheyAreAskedFor)

@@ -1,6 +1,8 @@
 // The probe: which pixel it reads, and its readings against numbers worked out by hand.
 #include "tests/support/TKTestSession.h"
 
+#include "src/platform/BPMemory.h"
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -223,6 +225,38 @@ TEST_F(TKProbeTest, APlaceWithinThePictureIsTheMiddleOfItsPixel)
     const double width = session_->resultSurface.width;
     EXPECT_DOUBLE_EQ(Read(1, 2, 3, 0, 0).pixel.across, 0.5 / width);
     EXPECT_DOUBLE_EQ(Read(1, 2, 3, 7, 0).pixel.across, 7.5 / width);
+}
+
+TEST_F(TKProbeTest, TheMarksOfAPlaceAreDrawnOnceUntilThePixelTheSelectionOrAPreferenceIsAnother)
+{
+    ScopeProbeMark marks[kScopePaneMarkLimit];
+    session_->views.analysisTab = scopeTabLumaWFM + 2;
+    session_->views.window.analysisTab = scopeTabLumaWFM;
+    (void)Read(200, 120, 60);
+    const auto find = [&](TKScopePlace place, int32_t* count) {
+        BPFailAllocation(0);
+        *count = TKFindProbe(session_, place, 320, 240, marks);
+        return BPAllocationCount() != 0;
+    };
+    int32_t count = 0;
+    EXPECT_TRUE(find(tkScopesPane, &count));
+    EXPECT_EQ(count, 3);
+    EXPECT_TRUE(find(tkScopesWindow, &count));
+    EXPECT_EQ(count, 1) << "a selection of its own";
+    EXPECT_FALSE(find(tkScopesPane, &count));
+    EXPECT_EQ(count, 3);
+    EXPECT_FALSE(find(tkScopesWindow, &count));
+    (void)Read(201, 120, 60); // a grade moved on
+    EXPECT_TRUE(find(tkScopesPane, &count));
+    session_->prefs.videoWhiteLevel = 235;
+    EXPECT_TRUE(find(tkScopesPane, &count));
+    session_->views.analysisTab = scopeTabLumaWFM;
+    EXPECT_TRUE(find(tkScopesPane, &count));
+    EXPECT_EQ(count, 1);
+    EXPECT_FALSE(find(tkScopesPane, &count));
+    TKMoveProbe(session_, false, 0, 0);
+    EXPECT_FALSE(find(tkScopesPane, &count));
+    EXPECT_EQ(count, 0);
 }
 
 TEST_F(TKProbeTest, AShortTextIsCutAndEnds)
