@@ -35,6 +35,13 @@ const FBFrame* FrameBehind(const TKSession* session, const ScopeSurface* seen)
     return frame && frame->width == seen->width && frame->height == seen->height ? frame : nullptr;
 }
 
+/// Split views and luma ranges show sides and greys that the displays do not analyse: the values are the result's there,
+/// and whoever reads them has to know.
+const char* PictureOf(const TKSession* session, const ScopeSurface* seen)
+{
+    return seen == TKSurfaceOfMode(session, session->imagePaneMode) ? "" : "Result";
+}
+
 /// The nearest code of the full range; what is below or above it, its end.
 int TenBits(float value)
 {
@@ -62,10 +69,12 @@ TKProbeReading TKReadProbe(const TKSession* session)
     const TKViews& views = session->views;
     const ScopeSurface* seen = ScopePictureOf(TKSelectionOf(session), TKScopePicturesOf(session));
     TKProbeReading reading = {};
+    reading.picture = "";
     if (!views.probeOn || !views.probeHasPixel || !seen || views.probeX < 0 || views.probeY < 0) return reading;
     if (static_cast<uint32_t>(views.probeX) >= seen->width || static_cast<uint32_t>(views.probeY) >= seen->height)
         return reading;
     reading.valid = true;
+    reading.picture = PictureOf(session, seen);
     reading.x = views.probeX;
     reading.y = views.probeY;
     const uint8_t* pixel = seen->pixels + static_cast<size_t>(reading.y) * seen->rowBytes +
@@ -101,9 +110,10 @@ void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length)
     text[0] = 0;
     if (!reading.valid) return;
     const ScopeProbe& pixel = reading.pixel;
-    std::snprintf(text, length, "%d, %d   8-bit %d %d %d   10-bit %d %d %d   %.4f %.4f %.4f   %.1f %s",
-                  static_cast<int>(reading.x), static_cast<int>(reading.y), pixel.red, pixel.green, pixel.blue,
-                  TenBits(reading.rgb[0]), TenBits(reading.rgb[1]), TenBits(reading.rgb[2]),
+    const char* gap = reading.picture[0] != 0 ? "   " : "";
+    std::snprintf(text, length, "%s%s%d, %d   8-bit %d %d %d   10-bit %d %d %d   %.4f %.4f %.4f   %.1f %s",
+                  reading.picture, gap, static_cast<int>(reading.x), static_cast<int>(reading.y), pixel.red,
+                  pixel.green, pixel.blue, TenBits(reading.rgb[0]), TenBits(reading.rgb[1]), TenBits(reading.rgb[2]),
                   static_cast<double>(reading.rgb[0]), static_cast<double>(reading.rgb[1]),
                   static_cast<double>(reading.rgb[2]), reading.level, reading.inMillivolts ? "mV" : "IRE");
 }

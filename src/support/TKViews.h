@@ -84,8 +84,9 @@ void TKMoveProbe(TKSession* session, bool hasPixel, int32_t x, int32_t y);
 /// What the probe tells of its pixel.
 struct TKProbeReading {
     bool valid;
+    const char* picture; ///< the name of what is read, where the view shows something else there; else empty
     int32_t x, y;
-    ScopeProbe pixel; ///< of the picture in view
+    ScopeProbe pixel; ///< of the picture that the displays analyse
     float rgb[3];     ///< of the frame, where one is behind that picture; else of the surface
     double level;     ///< luma in IRE, or in millivolts where the preferences say so
     bool inMillivolts;
@@ -97,7 +98,7 @@ TKProbeReading TKReadProbe(const TKSession* session);
 int32_t TKFindProbe(TKSession* session, TKScopePlace place, uint32_t width, uint32_t height,
                     ScopeProbeMark marks[kScopePaneMarkLimit]);
 
-/// A reading in words: place, 8 bits, 10 bits, float, level. Empty without a pixel.
+/// A reading in words: picture, place, 8 bits, 10 bits, float, level. Empty without a pixel.
 void TKProbeText(const TKProbeReading& reading, char* text, uint32_t length);
 
 /// Draws what the analysis pane shows into its port: erased first, then by the selection. With `force` at once, and the

@@ -197,6 +197,32 @@ TEST_F(TKProbeTest, ThePictureInViewIsRead)
     EXPECT_FALSE(TKReadProbe(session_).valid);
 }
 
+TEST_F(TKProbeTest, WhereTheViewShowsAnotherSideTheTextNamesTheResult)
+{
+    ASSERT_EQ(ScopeSurfaceCreate(session_->resultSurface.width, session_->resultSurface.height,
+                                 &session_->views.referenceSurface),
+              bpNoErr);
+    (void)Read(10, 20, 30);
+    const struct {
+        int32_t mode;
+        const char* begins;
+    } cases[] = {{tkImageResult, "3, 2   8-bit 10 20 30 "},
+                 {tkImageSource, "3, 2   8-bit "},
+                 {tkImageReference, "3, 2   8-bit 0 0 0 "},
+                 {tkImageSplitSource, "Result   3, 2   8-bit 10 20 30 "},
+                 {tkImageSplitReference, "Result   3, 2   8-bit 10 20 30 "},
+                 {tkImageLumaRanges, "Result   3, 2   8-bit 10 20 30 "}};
+    for (const auto& each : cases) {
+        session_->imagePaneMode = each.mode;
+        const TKProbeReading reading = TKReadProbe(session_);
+        ASSERT_TRUE(reading.valid) << each.mode;
+        EXPECT_EQ(Text(reading).substr(0, std::strlen(each.begins)), each.begins) << each.mode;
+        char words[256];
+        TKDisplaysText(session_, tkScopesPane, words, sizeof words);
+        EXPECT_NE(std::string(words).find(each.begins), std::string::npos) << words;
+    }
+}
+
 TEST_F(TKProbeTest, OutsideThePictureAndWhileItIsOffThereIsNoReadingAndNoText)
 {
     const int32_t width = static_cast<int32_t>(session_->resultSurface.width);
