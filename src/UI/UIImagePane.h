@@ -37,7 +37,8 @@ enum TKPaneCursor : uint32_t {
 enum TKPaneButton : uint32_t { tkButtonNone, tkButtonLeft, tkButtonMiddle, tkButtonRight };
 
 struct ImagePaneVars;
-/// Sees each press, in pixels of the picture, before the pane acts on it.
+/// Sees each press, in pixels of the picture, before the pane acts on it. It is for an owner that wants to act on places
+/// of a picture itself; the panes of the main window leave it null, their picks and splits are the pane's own.
 using TKPaneMouseProc = void (*)(ImagePaneVars* pane, int32_t x, int32_t y, TKPaneButton button, uint32_t modifiers);
 
 struct ImagePaneVars {

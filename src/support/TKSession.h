@@ -96,6 +96,9 @@ struct TKTransport {
     char positionText[64];
 };
 
+/// The three image panes that may have one, and room for others. The main window has one transport for both of its
+/// layouts, the left one; an interface with a bar below each pane shows the others too, and the keys then go to the last
+/// of the three that is visible.
 enum : uint32_t { kTKTransportLeft = 0, kTKTransportSplit = 1, kTKTransportSingle = 2, kTKTransportLimit = 10 };
 
 /// Where the journal of a session stands; see TKRecovery.h.
