@@ -20,6 +20,11 @@ constexpr int kNarrowPadding = 5;
 constexpr int kSwitchSide = 11;
 constexpr int kSwitchGap = 7;
 
+QColor Between(const QColor& a, const QColor& b)
+{
+    return QColor((a.red() + b.red()) / 2, (a.green() + b.green()) / 2, (a.blue() + b.blue()) / 2);
+}
+
 void PaintTick(QPainter& painter, const QRect& box)
 {
     painter.setPen(QPen(Qt::white, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
@@ -212,9 +217,13 @@ void UIHorizTabWin::paintTab(QPainter& painter, int index) const
     const UIShades& shades = UIShadesNow();
     const QRect tab = tabRect(index);
     const bool isCurrent = index == bar_.current, isHovered = index == hovered_;
-    painter.setPen(Qt::NoPen);
-    if (isCurrent || isHovered) {
-        painter.setBrush(isCurrent ? shades.control : shades.panel);
+    if (isCurrent) { // raised: lit along its upper edge, open to the page below
+        painter.setPen(QPen(shades.hover, 1));
+        painter.setBrush(shades.panel);
+        painter.drawRoundedRect(QRectF(tab).adjusted(0.5, 2.5, -0.5, 4), 4, 4);
+    } else if (isHovered) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Between(shades.window, shades.panel));
         painter.drawRoundedRect(QRectF(tab).adjusted(0, 2, 0, 4), 4, 4);
     }
     int textLeft = tab.left() + padding_;
@@ -227,7 +236,7 @@ void UIHorizTabWin::paintTab(QPainter& painter, int index) const
         if (on) PaintTick(painter, box);
         textLeft = box.right() + 1 + kSwitchGap;
     }
-    painter.setPen(isCurrent ? shades.text : shades.dimText);
+    painter.setPen(isCurrent || isHovered ? shades.text : shades.dimText);
     const int room = tab.right() + 1 - textLeft - 2;
     painter.drawText(QRect(textLeft, 0, room, height()), Qt::AlignLeft | Qt::AlignVCenter,
                      fontMetrics().elidedText(bar_.tab[static_cast<size_t>(index)].label, Qt::ElideRight, room));

@@ -1,5 +1,6 @@
 // What holds for panes, tabs and transport alike: least sizes, the kept tab, keys and names for everybody, and what a
 // mistake of the program gives.
+#include "src/UI/UIStyleWin.h"
 #include "tests/UI/UITest.h"
 
 #include <QAbstractItemView>
@@ -46,6 +47,25 @@ TEST_F(UIPaneRules, TheToolAreaIsNeverSmallerThan855By366)
 TEST_F(UIPaneRules, ABarOfTabsIsTwentyHigh)
 {
     for (const char* name : {"analysis_tabs", "views", "panes"}) EXPECT_EQ(Find<UIHorizTabWin>(name)->height(), 20);
+}
+
+TEST_F(UIPaneRules, TheTabInFrontHasTheColourOfThePanelAndALitEdge)
+{
+    const TKUserInterface ui = windows_->interface();
+    for (const uint32_t brightness : {60000u, 22282u}) { // light, and dark as at the start
+        PrepareUIPalette(&session_->palette, brightness);
+        ui.paletteChanged(ui.context);
+        const UIShades& shades = UIShadesNow();
+        auto* views = Find<UIHorizTabWin>("views");
+        SelectTab(views, 2);
+        const QImage shot = views->grab().toImage();
+        for (int i = 0; i < views->tabCount(); ++i) {
+            const QRect tab = views->tabRect(i);
+            const QColor inside = shot.pixelColor(tab.left() + 2, tab.center().y());
+            EXPECT_EQ(inside.rgb(), (i == 2 ? shades.panel : shades.window).rgb()) << i;
+            EXPECT_EQ(shot.pixelColor(tab.center().x(), 2).lightness() > shades.window.lightness() + 20, i == 2) << i;
+        }
+    }
 }
 
 TEST_F(UIPaneRules, TheSettingsTabIsKeptAtOnce)
