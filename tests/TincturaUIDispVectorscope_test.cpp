@@ -137,6 +137,73 @@ TEST(VectorscopeTrace, ClimbsOneRungAHit)
     }
 }
 
+TEST(VectorscopeTrace, SpreadsEqualChromaByItsSevenPairsInTurn)
+{
+    // Of the seven pairs four lie right of the centre, one on it, one below and one below to the right; then they begin
+    // anew.
+    const Surface::Pixel ladder[] = {{0, 0, 0x32, 0x19}, {0, 0, 0x66, 0x35}, {0, 0, 0x98, 0x4E},
+                                     {0, 0, 0xCC, 0x6A}, {0, 0, 0xFF, 0x84}, {0, 0x6D, 0xFF, 0xB9}};
+    const struct {
+        uint32_t lines;
+        int centre, right, below, corner; // hits
+    } cases[] = {{1, 0, 1, 0, 0}, {2, 0, 2, 0, 0}, {3, 1, 2, 0, 0}, {4, 1, 2, 1, 0},  {5, 1, 2, 1, 1}, {6, 1, 3, 1, 1},
+                 {7, 1, 4, 1, 1}, {8, 1, 5, 1, 1}, {9, 1, 6, 1, 1}, {10, 2, 6, 1, 1}, {14, 2, 8, 2, 2}};
+    for (const auto& each : cases)
+        for (const bool fast : {false, true}) {
+            Surface target(640, 480), source(1, each.lines);
+            source.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
+            Scope s;
+            s.params.target = &target;
+            s.params.sourcePixels = source.pixels;
+            s.params.sourceWidth = 1;
+            s.params.sourceHeight = static_cast<int32_t>(each.lines);
+            s.params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+            s.params.flags |= vectorscopeTrace;
+            VectorscopeTrace trace;
+            ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
+            if (fast)
+                DrawVectorscopeTrace(trace, 1, nullptr);
+            else
+                DrawVectorscopeTraceScalar(trace);
+            const auto after = [&](int hits) { return hits == 0 ? Surface::Pixel{} : ladder[std::min(hits, 6) - 1]; };
+            EXPECT_EQ(target.At(320, 240), after(each.centre)) << each.lines;
+            EXPECT_EQ(target.At(321, 240), after(each.right)) << each.lines;
+            EXPECT_EQ(target.At(320, 241), after(each.below)) << each.lines;
+            EXPECT_EQ(target.At(321, 241), after(each.corner)) << each.lines;
+        }
+}
+
+TEST(VectorscopeTrace, TakesAboutOneSampleAColumnOfTheScope)
+{
+    const struct {
+        int32_t sourceWidth, step;
+    } cases[] = {{1, 1}, {640, 1}, {959, 1}, {960, 2}, {1599, 2}, {1600, 3}, {1920, 3}, {3840, 6}};
+    Surface target(640, 480), source(1, 1);
+    for (const auto& each : cases) {
+        Scope s;
+        s.params.target = &target;
+        s.params.sourcePixels = source.pixels;
+        s.params.sourceWidth = each.sourceWidth;
+        s.params.sourceHeight = 1;
+        s.params.flags |= vectorscopeTrace;
+        VectorscopeTrace trace;
+        ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
+        EXPECT_EQ(trace.columnStep, each.step) << each.sourceWidth;
+    }
+}
+
+TEST(VectorscopeTrace, OfAPictureOf577LinesReadsEverySecondOneAndOf576All)
+{
+    for (const uint32_t height : {576u, 577u}) {
+        Surface grey(320, 240), target(320, 240), plain(16, height), source(16, height);
+        plain.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
+        source.Fill([](int32_t, int32_t y) { return y % 2 != 0 ? Opaque(191, 0, 0) : Opaque(90, 90, 90); });
+        DrawVectorscopeDisplay(&grey, nullptr, &plain, ScopeDefaultContext());
+        DrawVectorscopeDisplay(&target, nullptr, &source, ScopeDefaultContext());
+        EXPECT_EQ(!SameSurface(grey, target), height == 576) << "odd lines are red";
+    }
+}
+
 TEST(VectorscopeTrace, BeginsOnTheGraticuleAsOnBlack)
 {
     EXPECT_EQ(VectorscopeRung(0), 5);
