@@ -1,6 +1,7 @@
 // The slider's window.
 #include "src/UI/UISliderWin.h"
 
+#include "src/UI/UIHoldWin.h"
 #include "src/UI/UIKeysWin.h"
 #include "src/UI/UISliderAccessWin.h"
 #include "src/UI/UIStyleWin.h"
@@ -273,9 +274,7 @@ void UISliderWin::keyPressEvent(QKeyEvent* event)
 bool UISliderWin::event(QEvent* event)
 {
     // Whatever takes the mouse away ends the drag; the tick makes its last UndoStore.
-    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide ||
-        event->type() == QEvent::WindowDeactivate)
-        letGo();
+    if (dragging_ && UIEndsHold(*event, Qt::LeftButton)) letGo();
     return QWidget::event(event);
 }
 

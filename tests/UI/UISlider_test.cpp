@@ -87,6 +87,20 @@ TEST_F(UISliderTest, ADragEndsWhenTheGrabIsLost)
     EXPECT_EQ(Gain(), held);
 }
 
+TEST_F(UISliderTest, ADragWhoseReleaseIsLostEndsWithTheNextMove)
+{
+    Send(QEvent::MouseButtonPress, At(0.5), Qt::NoModifier);
+    const float held = Gain();
+    const QPoint point = At(0.9); // the release went to a menu
+    QMouseEvent hover(QEvent::MouseMove, point, gain_->mapToGlobal(point), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(gain_, &hover);
+    EXPECT_EQ(Gain(), held);
+    Send(QEvent::MouseMove, point, Qt::NoModifier);
+    EXPECT_EQ(Gain(), held);
+    Tick();
+    EXPECT_EQ(Steps(), 1u);
+}
+
 TEST_F(UISliderTest, ADoubleClickOnTheLabelResetsAsControlAndClickOnTheValue)
 {
     Drag(gain_, 1.0 / 3, 0.8);
