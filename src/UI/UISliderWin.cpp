@@ -274,7 +274,7 @@ void UISliderWin::keyPressEvent(QKeyEvent* event)
 bool UISliderWin::event(QEvent* event)
 {
     // Whatever takes the mouse away ends the drag; the tick makes its last UndoStore.
-    if (dragging_ && UIEndsHold(*event, Qt::LeftButton)) letGo();
+    if (UIEndsHold(*event, Qt::LeftButton)) letGo();
     return QWidget::event(event);
 }
 
