@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <locale.h>
 #include <stdlib.h>
 
@@ -22,6 +23,7 @@ void BPAppendFixed(std::string* text, double value, int decimals)
 {
     char digits[352]; // sign, 309 digits, point, 17 decimals
     const int places = std::clamp(decimals, 0, 17);
+    if (std::isnan(value)) value = std::fabs(value); // whose sign is the processor's whim
     const std::to_chars_result end =
         std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, places);
     text->append(digits, end.ptr);

@@ -5,7 +5,7 @@
 
 /// Counters of one picture. Any of the arrays may be null: it is not counted then.
 struct HistogramSet {
-    uint32_t binCount; ///< 256; 128 with two values a bin, 512 with two bins a value
+    uint32_t binCount; ///< 256; 128 with two values a bin, 512 with two bins a value; displays have 768 and 1024 too
     uint32_t lastBin;  ///< binCount - 1
     uint32_t* lumaBins;
     uint32_t* redBins;

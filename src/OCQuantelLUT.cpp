@@ -93,6 +93,7 @@ OCLUTRead OCReadQuantelLUT(std::span<const uint8_t> bytes, OCPreviewTable table)
         for (uint32_t place = 0; place < 256; ++place) {
             uint64_t sum = 0;
             for (uint32_t i = 0; i < merge; ++i) sum += *value++;
+            // Deliberate: a number above the table's own greatest is white; its low byte alone would be noise.
             table[channel * 256 + place] = static_cast<uint8_t>(std::min<uint64_t>(sum / merge / divisor, 255));
         }
     }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "src/MPTasks.h"
+#include "src/OCHistogram.h"
 #include "src/OCLumaTable.h"
 #include "src/ScopeDraw.h"
 
@@ -169,12 +170,6 @@ void DrawVectorscope(const VectorscopeParams& params, const ScopeContext& contex
 
 // Histograms -----------------------------------------------------------------------------------------------------------
 
-struct HistogramSet {
-    uint32_t binCount;                                   ///< 128, 256, 512, 768 or 1024
-    uint32_t lastBin;                                    ///< binCount - 1
-    uint32_t *lumaBins, *redBins, *greenBins, *blueBins; ///< binCount entries each, or null
-};
-
 /// What the statistics beside a row show; all but the total are bin numbers.
 struct HistogramStatistics {
     int32_t minimum; ///< -1 in an empty row
@@ -187,8 +182,9 @@ struct HistogramLayout {
     uint32_t binCount;
     bool halfWidth; ///< two levels a bin, so twice the scale
     bool showStats;
-    int32_t textSize; ///< of the statistics
-    ScopeRect row[4]; ///< luma, red, green, blue, frames included
+    int32_t textSize;   ///< of the statistics
+    int32_t plotHeight; ///< of all rows
+    ScopeRect row[4];   ///< luma, red, green, blue, frames included
 };
 
 /// Four distributions of the picture in view; `showStats` asks for statistics, which need room.

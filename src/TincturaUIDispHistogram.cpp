@@ -14,7 +14,7 @@ constexpr int32_t kSmallSize = 10;    // the standard small size of texts
 constexpr int32_t kStandardSize = 12; // of the labels
 constexpr int32_t kLeastStatsSize = 8;
 constexpr double kPadOfHeight = 0.03;
-constexpr int32_t kLabelFrom = 45; // rows higher than this have labels
+constexpr int32_t kLabelFrom = 45; // plots higher than this have labels
 constexpr uint32_t kManyColumns = 720, kManyLines = 576;
 constexpr uint64_t kLeastFull = 50;
 constexpr uint32_t kMostBins = 1024;
@@ -172,7 +172,8 @@ HistogramLayout HistogramLayoutOf(const ScopeRect& rect, bool showStats, const S
     }
     const int32_t plotWidth = static_cast<int32_t>(layout.binCount) + 2;
     const int32_t left = rect.left + (width - plotWidth - statsWidth) / 2;
-    const int32_t rowHeight = (height - 2 * pad) / 4;
+    layout.plotHeight = height - 2 * pad;
+    const int32_t rowHeight = layout.plotHeight / 4;
     for (int32_t i = 0; i < 4; ++i) {
         const int32_t top = rect.top + pad + i * rowHeight;
         layout.row[i] = ScopeRectOf(top, left, top + rowHeight, left + plotWidth);
@@ -288,7 +289,7 @@ void DrawHistograms(ScopeSurface* target, const ScopeRect* rect, const ScopeSurf
         const ScopeRect& row = layout.row[i];
         port.color = palette.graticule;
         ScopeFrameRect(&port, row);
-        if (ScopeHeightOf(row) <= kLabelFrom) continue;
+        if (layout.plotHeight <= kLabelFrom) continue;
         SelectFont(&port, kStandardSize);
         port.color = palette.text;
         ScopeMoveTo(&port, row.left + 4, row.top + 4 + ScopeMetrics(port).ascent);

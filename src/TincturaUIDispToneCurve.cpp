@@ -99,7 +99,7 @@ void DrawToneCurve(ScopeSurface* target, const ScopeRect* rect, const ScopeSurfa
     port.color = palette.graticule;
     ScopeFrameRect(&port, plot);
     port.color = palette.minorGraticule;
-    const auto rowOf = [&](int32_t tenth) { return plot.top + (side - 1) * tenth / kTenths; };
+    const auto rowOf = [&](int32_t tenth) { return plot.top + side * tenth / kTenths; };
     for (int32_t tenth = 1; tenth < kTenths; ++tenth) {
         ScopeMoveTo(&port, plot.left + 1, rowOf(tenth));
         ScopeLineTo(&port, plot.right - 2, rowOf(tenth));

@@ -318,9 +318,9 @@ void DrawWaveformDisplay(ScopeSurface* target, const ScopeRect* rect, const Scop
     WaveformParams params = {};
     params.target = target;
     params.bounds = &bounds;
-    const bool hasSource = ScopeSetSource(&params, source);
+    const bool hasSource = ScopeSetSource(&params, s.updateSuspended ? nullptr : source);
     params.flags = waveformAlphaFirst;
-    if (hasSource && !s.updateSuspended) params.flags |= waveformTrace;
+    if (hasSource) params.flags |= waveformTrace;
     if (display == scopeYCWFM) params.flags |= waveformYC;
     if (s.wfmColor) params.flags |= waveformPictureColor;
     if (!s.wfmUnitsMV) params.flags |= waveformIRE;

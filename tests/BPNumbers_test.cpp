@@ -31,6 +31,13 @@ struct LocaleGuard {
     ~LocaleGuard() { std::setlocale(LC_ALL, "C"); }
 };
 
+TEST(BPNumbers, WhatIsNoNumberHasNoSign)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(Fixed(nan, 4), "nan");
+    EXPECT_EQ(Fixed(std::copysign(nan, -1.0), 4), "nan");
+}
+
 TEST(BPNumbers, DigitsAreThoseOfPrintf)
 {
     const double values[] = {0.0,      -0.0,     1.0,   0.5,    0.00005,  0.00015, 1.00005,

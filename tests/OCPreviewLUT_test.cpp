@@ -311,6 +311,19 @@ TEST(QuantelLUT, OfTenBitsMergesFourAndDividesByFour)
     }
 }
 
+TEST(QuantelLUT, WhatIsAboveWhiteIsWhite)
+{
+    // Divided by 3: 768 would be 256.
+    const std::string text = Quantel(2, 1000, 256, 256, [](int, int i) {
+        return i == 7 ? 768 : i == 8 ? 1000 : 70000;
+    });
+    Table table;
+    EXPECT_READ(OCReadQuantelLUT(Bytes(text), table.bytes), bpNoErr, nullptr);
+    EXPECT_EQ(table.bytes[7], 255);
+    EXPECT_EQ(table.bytes[8], 255);
+    EXPECT_EQ(table.bytes[9], 255);
+}
+
 TEST(QuantelLUT, KeywordsComeInAnyOrderWithAnyLinesAmongThem)
 {
     LogCatch quiet;

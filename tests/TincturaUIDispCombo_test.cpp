@@ -51,7 +51,9 @@ TEST(ToneCurve, HasNineGridLinesAndLabelsAtEverySecondTenth)
     Surface target(640, 400);
     Recorder recorder;
     DrawToneCurve(&target, nullptr, nullptr, recorder.Context());
-    EXPECT_EQ(recorder.Of(scopeMarkLine).size(), 9u);
+    ASSERT_EQ(recorder.Of(scopeMarkLine).size(), 9u);
+    for (int tenth = 1; tenth <= 9; ++tenth) // of 376
+        EXPECT_EQ(recorder.Of(scopeMarkLine)[static_cast<size_t>(tenth) - 1].mark.y0, 12 + 376 * tenth / 10) << tenth;
     EXPECT_EQ(recorder.Of(scopeMarkFrame).size(), 1u);
     EXPECT_EQ(recorder.Texts(), (std::vector<std::string>{"1.0", "0.8", "0.6", "0.4", "0.2", "0.0"}));
     const ScopeRect plot = ToneCurvePlot(ScopeBoundsOf(target));

@@ -296,9 +296,9 @@ TEST(Histograms, MoveTheStatisticsInWhenThePaneEnds)
     EXPECT_EQ(tight.Of(scopeMarkText)[5].mark.x1, 588);
 }
 
-TEST(Histograms, HaveLabelsOnlyInHighRows)
+TEST(Histograms, HaveLabelsOnlyInHighPlots)
 {
-    for (const auto& [height, labels] : {std::pair{100, 0u}, {193, 0u}, {194, 4u}, {200, 4u}}) {
+    for (const auto& [height, labels] : {std::pair{40, 0u}, {47, 0u}, {48, 4u}, {100, 4u}, {200, 4u}}) {
         Surface target(640, static_cast<uint32_t>(height));
         Recorder recorder;
         DrawHistograms(&target, nullptr, nullptr, true, recorder.Context());

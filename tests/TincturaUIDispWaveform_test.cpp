@@ -353,4 +353,12 @@ TEST(WaveformDisplay, WithoutASourceOrWhileSuspendedHasTheGraticuleOfAPALPicture
     DrawWaveformDisplay(&suspended, nullptr, &source, scopeRGBWFM, context);
     EXPECT_TRUE(SameSurface(empty, suspended));
     EXPECT_FALSE(SameSurface(empty, traced));
+
+    // The scale is that of no source, whatever lies there: the columns of a narrow one end elsewhere.
+    Surface narrow(1, 300), plain(1280, 120), still(1280, 120);
+    FillScene(&narrow);
+    DrawWaveformDisplay(&still, nullptr, &narrow, scopeYRGBWFM, context);
+    context.settings.updateSuspended = false;
+    DrawWaveformDisplay(&plain, nullptr, nullptr, scopeYRGBWFM, context);
+    EXPECT_TRUE(SameSurface(plain, still));
 }
