@@ -121,16 +121,7 @@ TEST(VectorscopeTrace, ClimbsOneRungAHit)
             Surface source(1, 1); // one sample: always the first jitter
             source.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
             Scope s;
-            s.params.target = &target;
-            s.params.sourcePixels = source.pixels;
-            s.params.sourceWidth = s.params.sourceHeight = 1;
-            s.params.flags |= vectorscopeTrace;
-            VectorscopeTrace trace;
-            ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-            if (fast)
-                DrawVectorscopeTrace(trace, 1, nullptr);
-            else
-                DrawVectorscopeTraceScalar(trace);
+            s.Trace(&target, source, fast);
             // Jitter 0x2D73 and 0x840C: down by none, right by one.
             EXPECT_EQ(target.At(321, 240), ladder[hit]) << hit;
         }
@@ -153,18 +144,7 @@ TEST(VectorscopeTrace, SpreadsEqualChromaByItsSevenPairsInTurn)
             Surface target(640, 480), source(1, each.lines);
             source.Fill([](int32_t, int32_t) { return Opaque(90, 90, 90); });
             Scope s;
-            s.params.target = &target;
-            s.params.sourcePixels = source.pixels;
-            s.params.sourceWidth = 1;
-            s.params.sourceHeight = static_cast<int32_t>(each.lines);
-            s.params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
-            s.params.flags |= vectorscopeTrace;
-            VectorscopeTrace trace;
-            ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-            if (fast)
-                DrawVectorscopeTrace(trace, 1, nullptr);
-            else
-                DrawVectorscopeTraceScalar(trace);
+            s.Trace(&target, source, fast);
             const auto after = [&](int hits) { return hits == 0 ? Surface::Pixel{} : ladder[std::min(hits, 6) - 1]; };
             EXPECT_EQ(target.At(320, 240), after(each.centre)) << each.lines;
             EXPECT_EQ(target.At(321, 240), after(each.right)) << each.lines;
@@ -228,16 +208,7 @@ TEST(VectorscopeTrace, KeepsTheThresholdsOfTheLadderWhenItIsMuted)
         for (const int grey : ladder) {
             Scope s;
             s.params.uiSaturation = 0;
-            s.params.target = &target;
-            s.params.sourcePixels = source.pixels;
-            s.params.sourceWidth = s.params.sourceHeight = 1;
-            s.params.flags |= vectorscopeTrace;
-            VectorscopeTrace trace;
-            ASSERT_TRUE(VectorscopeTraceOf(s.params, s.bounds, &trace));
-            if (fast)
-                DrawVectorscopeTrace(trace, 1, nullptr);
-            else
-                DrawVectorscopeTraceScalar(trace);
+            s.Trace(&target, source, fast);
             const auto level = static_cast<uint8_t>(grey);
             EXPECT_EQ(target.At(321, 240), (Surface::Pixel{0, level, level, level})) << fast;
         }
@@ -269,17 +240,8 @@ TEST(VectorscopeTrace, ClimbsFromTheBlueThatTheGraticuleHasLeft)
                 Scope s;
                 s.bounds = bounds;
                 s.params.uiSaturation = static_cast<int32_t>(each.saturation);
-                s.params.target = &target;
-                s.params.sourcePixels = source.pixels;
-                s.params.sourceWidth = s.params.sourceHeight = 1;
-                s.params.flags |= vectorscopeTrace;
-                VectorscopeTrace trace;
-                ASSERT_TRUE(VectorscopeTraceOf(s.params, bounds, &trace));
                 std::copy(graticule.begin(), graticule.end(), target.pixels);
-                if (fast)
-                    DrawVectorscopeTrace(trace, 1, nullptr);
-                else
-                    DrawVectorscopeTraceScalar(trace);
+                s.Trace(&target, source, fast);
                 const auto other = std::mismatch(graticule.begin(), graticule.end(), target.pixels).first;
                 if (other == graticule.end()) continue; // off the scope
                 const size_t at = static_cast<size_t>(other - graticule.begin()) / 4 * 4;

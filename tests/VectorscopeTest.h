@@ -31,17 +31,31 @@ struct Scope {
         EXPECT_TRUE(VectorscopeScaleOf(params, &scale));
         return scale;
     }
+    void Read(const Surface& source)
+    {
+        params.sourcePixels = source.pixels;
+        params.sourceWidth = static_cast<int32_t>(source.width);
+        params.sourceHeight = static_cast<int32_t>(source.height);
+        params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
+        params.flags |= vectorscopeTrace;
+    }
     void Draw(Surface* target, const Surface* source, const ScopeContext& context)
     {
         params.target = target;
-        if (source) {
-            params.sourcePixels = source->pixels;
-            params.sourceWidth = static_cast<int32_t>(source->width);
-            params.sourceHeight = static_cast<int32_t>(source->height);
-            params.sourceRowBytes = static_cast<int32_t>(source->rowBytes);
-            params.flags |= vectorscopeTrace;
-        }
+        if (source) Read(*source);
         DrawVectorscope(params, context);
+    }
+    /// The trace alone, on what the target holds.
+    void Trace(Surface* target, const Surface& source, bool fast)
+    {
+        params.target = target;
+        Read(source);
+        VectorscopeTrace trace;
+        ASSERT_TRUE(VectorscopeTraceOf(params, bounds, &trace));
+        if (fast)
+            DrawVectorscopeTrace(trace, 1, nullptr);
+        else
+            DrawVectorscopeTraceScalar(trace);
     }
 };
 
@@ -62,14 +76,7 @@ inline Place PlaceOf(Scope* scope, Surface::Pixel color)
 {
     Surface source(64, 64), target(640, 480);
     source.Fill([=](int32_t, int32_t) { return color; });
-    scope->params.target = &target;
-    scope->params.sourcePixels = source.pixels;
-    scope->params.sourceWidth = scope->params.sourceHeight = 64;
-    scope->params.sourceRowBytes = static_cast<int32_t>(source.rowBytes);
-    scope->params.flags |= vectorscopeTrace;
-    VectorscopeTrace trace;
-    EXPECT_TRUE(VectorscopeTraceOf(scope->params, scope->bounds, &trace));
-    DrawVectorscopeTrace(trace, 1, nullptr);
+    scope->Trace(&target, source, true);
     const VectorscopeScale s = scope->Scale();
     Place place = {};
     for (int32_t y = 0; y < 480; ++y)
